@@ -1,0 +1,49 @@
+# One static library a subsystem, and the checks that go with it.
+
+# vantorel_library(NAME SOURCES file... [PUBLIC target...] [PRIVATE target...])
+# Makes vantorel_NAME with the alias vantorel::NAME. Without SOURCES the library is headers only.
+function(vantorel_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    set(target vantorel_${name})
+    if(ARG_SOURCES)
+        add_library(${target} STATIC ${ARG_SOURCES})
+        target_link_libraries(${target} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:vantorel_flags>)
+        set(scope PUBLIC)
+    else()
+        add_library(${target} INTERFACE)
+        target_link_libraries(${target} INTERFACE ${ARG_PUBLIC})
+        set(scope INTERFACE)
+    endif()
+    add_library(vantorel::${name} ALIAS ${target})
+    set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+    target_compile_features(${target} ${scope} cxx_std_20)
+    target_include_directories(${target} ${scope}
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    install(TARGETS ${target} EXPORT VantorelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    set_property(GLOBAL APPEND PROPERTY VANTOREL_LIBRARIES ${target})
+endfunction()
+
+# vantorel_tests(NAME SOURCES file... LINK target...)
+# Makes NAME_tests; every case runs in a process of its own.
+function(vantorel_tests name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    set(target ${name}_tests)
+    add_executable(${target} ${ARG_SOURCES})
+    target_link_libraries(${target} PRIVATE ${ARG_LINK} vantorel_flags GTest::gmock GTest::gtest_main)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
+    target_compile_definitions(${target} PRIVATE
+        VANTOREL_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
+        VANTOREL_SAMPLES="${PROJECT_SOURCE_DIR}/samples")
+    gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()
+
+# vantorel_fuzz_target(NAME SOURCES file... LINK target...)
+# Makes fuzz_NAME, a libFuzzer program where the compiler has it; its seeds lie in fuzz/corpus/NAME.
+function(vantorel_fuzz_target name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    add_executable(fuzz_${name} ${ARG_SOURCES})
+    target_link_libraries(fuzz_${name} PRIVATE ${ARG_LINK} vantorel_flags)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    target_include_directories(fuzz_${name} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+endfunction()

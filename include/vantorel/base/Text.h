@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vantorel::base {
+
+/// The text without blanks and tabs at both ends; a view into the argument.
+[[nodiscard]] std::string_view trimmed(std::string_view text);
+
+/// The text with the letters A to Z made small; all other bytes stay.
+[[nodiscard]] std::string lowercased(std::string_view text);
+
+/// Whether `needle`, given in small letters, occurs in `text` when the letters A to Z of `text` are read as small.
+[[nodiscard]] bool containsIgnoringCase(std::string_view text, std::string_view needle);
+
+/// `text` with every occurrence of `from`, read from left to right, replaced by `to`. `from` is not empty.
+[[nodiscard]] std::string replacingAll(std::string_view text, std::string_view from, std::string_view to);
+
+/// Whether the bytes are well-formed UTF-8 (no overlong forms, no surrogates, nothing above U+10FFFF).
+[[nodiscard]] bool isUtf8(std::string_view bytes);
+
+/// The bytes as UTF-8 text: well-formed bytes unchanged, every byte that belongs to no well-formed sequence as U+FFFD.
+[[nodiscard]] std::string toUtf8(std::string_view bytes);
+
+/// The shortest decimal form that reads back as the same double, with a fraction wherever it has no exponent:
+/// `25.0`, `8.25`. Below 2^53 in magnitude there is never an exponent; from there on the shorter of the plain and
+/// the scientific form is taken, such as `3.022314549036562e+23`.
+[[nodiscard]] std::string shortestDecimal(double value);
+
+} // namespace vantorel::base

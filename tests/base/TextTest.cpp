@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/base/Text.h"
+
+#include <gtest/gtest.h>
+
+namespace vantorel::base {
+namespace {
+
+TEST(Text, TrimsBlanksAndTabsOnly)
+{
+    EXPECT_EQ(trimmed(" \t a b \t"), "a b");
+    EXPECT_EQ(trimmed("\na\n"), "\na\n");
+    EXPECT_EQ(trimmed(" \t "), "");
+}
+
+TEST(Text, SearchesWithoutRegardToAsciiCase)
+{
+    EXPECT_TRUE(containsIgnoringCase("Airflow TEMPERATURE", "temperature"));
+    EXPECT_FALSE(containsIgnoringCase("Temperatur", "temperature"));
+    EXPECT_TRUE(containsIgnoringCase("", ""));
+}
+
+TEST(Text, ReplacementIsNotReadAgain)
+{
+    EXPECT_EQ(replacingAll("aaa", "a", "ba"), "bababa");
+    EXPECT_EQ(replacingAll("Ct_Ct", "Ct", "Count"), "Count_Count");
+}
+
+TEST(Text, EveryByteOutsideAWellFormedSequenceBecomesOneReplacementCharacter)
+{
+    const std::string mark = "\xEF\xBF\xBD";
+    const std::pair<std::string, std::string> cases[] = {
+        {"35\xC2\xB0""C", "35\xC2\xB0""C"},
+        {"\xF0\x9F\x92\xBE", "\xF0\x9F\x92\xBE"},
+        {"a\xFFz", "a" + mark + "z"},
+        {"\xC0\xAF", mark + mark},             // overlong
+        {"\xED\xA0\x80", mark + mark + mark},  // surrogate
+        {"\xF4\x90\x80\x80", mark + mark + mark + mark},
+        {"\xE2\x82", mark + mark},             // cut
+    };
+    for (const auto& [bytes, text] : cases) {
+        EXPECT_EQ(toUtf8(bytes), text);
+        EXPECT_EQ(isUtf8(bytes), bytes == text);
+        EXPECT_TRUE(isUtf8(toUtf8(bytes)));
+    }
+}
+
+TEST(Text, ShortestDecimalKeepsAFractionAndReadsBack)
+{
+    EXPECT_EQ(shortestDecimal(25), "25.0");
+    EXPECT_EQ(shortestDecimal(655.35), "655.35");
+    EXPECT_EQ(shortestDecimal(0), "0.0");
+    EXPECT_EQ(shortestDecimal(1e15), "1000000000000000.0");
+    EXPECT_EQ(shortestDecimal(9007199254740991.0), "9007199254740991.0");
+    for (const double large : {9007199254740992.0, 281474976710655.0 * 1073741824.0, 1e300}) {
+        EXPECT_EQ(std::stod(shortestDecimal(large)), large);
+        EXPECT_NE(shortestDecimal(large).find_first_of(".e"), std::string::npos);
+    }
+}
+
+} // namespace
+} // namespace vantorel::base
