@@ -52,7 +52,8 @@ ATASmartObject ata::makeResult(const ATASMARTData& smartData, const ATASMARTData
     return result;
 }
 
-std::optional<ATASmartObject> ATASmartController::processExportedSmart(DataView data, DataView thresholdsData, bool isSSD,
+std::optional<ATASmartObject> ATASmartController::processExportedSmart(DataView data, DataView thresholdsData,
+                                                                       bool isSSD,
                                                                        const ATADeviceInfo& deviceInfo) const
 {
     const auto sector = readRecord<ATASMARTData>(data);

@@ -107,8 +107,8 @@ std::vector<ATASmartValue> processATASmartData(const ATASMARTData& smartData, co
     std::vector<ATASmartValue> values;
     for (std::size_t slot = 0; slot < smartAttributeSlots; ++slot) {
         if (attributes.attributes[slot].attributeId != 0)
-            values.push_back(correctValue(
-                smartValue(attributes.attributes[slot], limits.thresholds[slot], definitions, isSSD)));
+            values.push_back(
+                correctValue(smartValue(attributes.attributes[slot], limits.thresholds[slot], definitions, isSSD)));
     }
     return values;
 }

@@ -190,8 +190,9 @@ std::string_view GetDefaultAttributeName(std::uint8_t id, bool isSSD)
 std::string formatTime(std::uint64_t seconds)
 {
     std::string text;
-    for (const std::string& part : {formatComponent("hour", seconds / 3600), formatComponent("minute", seconds % 3600 / 60),
-                                    formatComponent("second", seconds % 60)}) {
+    for (const std::string& part :
+         {formatComponent("hour", seconds / 3600), formatComponent("minute", seconds % 3600 / 60),
+          formatComponent("second", seconds % 60)}) {
         if (!part.empty())
             text += part + ' ';
     }

@@ -13,10 +13,20 @@ namespace {
 
 /// What a result lists, in this order. The critical warning is told by the assessment instead.
 constexpr std::string_view listedKeys[] = {
-    "Temperature",        "AvailableSpare",   "AvailableSpareThreshold",     "PercentageUsed",
-    "DataUnitsRead",      "DataUnitsWritten", "HostReadCommands",            "HostWriteCommands",
-    "ControllerBusyTime", "PowerCycles",      "PowerOnHours",                "UnsafeShutdowns",
-    "MediaAndDataIntegrityErrors",            "ErrorInformationLogEntries",
+    "Temperature",
+    "AvailableSpare",
+    "AvailableSpareThreshold",
+    "PercentageUsed",
+    "DataUnitsRead",
+    "DataUnitsWritten",
+    "HostReadCommands",
+    "HostWriteCommands",
+    "ControllerBusyTime",
+    "PowerCycles",
+    "PowerOnHours",
+    "UnsafeShutdowns",
+    "MediaAndDataIntegrityErrors",
+    "ErrorInformationLogEntries",
 };
 
 std::vector<NVMeSmartValue> processSmartLog(const NVMeSMARTLog& log)
@@ -60,7 +70,8 @@ std::optional<NVMeSmartObject> NVMeSmartController::processExportedSmart(DataVie
     const auto log = readRecord<NVMeSMARTLog>(data);
     if (!log)
         return std::nullopt;
-    return nvme::makeResult(*log, {.model = "Unknown", .serial = "Unkown", .firmware = "Unknown", .powerStates = {}}, {});
+    return nvme::makeResult(*log, {.model = "Unknown", .serial = "Unkown", .firmware = "Unknown", .powerStates = {}},
+                            {});
 }
 
 } // namespace vantorel

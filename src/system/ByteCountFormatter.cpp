@@ -39,7 +39,8 @@ std::string stringFromByteCount(std::int64_t byteCount, ByteCountFormatterCountS
     const bool binary =
         countStyle == ByteCountFormatterCountStyle::memory || countStyle == ByteCountFormatterCountStyle::binary;
     const bool negative = byteCount < 0;
-    const std::uint64_t size = negative ? 0 - static_cast<std::uint64_t>(byteCount) : static_cast<std::uint64_t>(byteCount);
+    const std::uint64_t size =
+        negative ? 0 - static_cast<std::uint64_t>(byteCount) : static_cast<std::uint64_t>(byteCount);
     if (size == 1)
         return decimalText(static_cast<double>(byteCount), 0) + " byte";
 

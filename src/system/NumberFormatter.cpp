@@ -86,8 +86,8 @@ std::string grouped(std::string digits)
 std::string plainDigits(double number, int fractionDigits)
 {
     std::array<char, 400> buffer;
-    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, std::chars_format::fixed,
-                                      fractionDigits);
+    const auto result =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, std::chars_format::fixed, fractionDigits);
     std::string digits(buffer.data(), result.ptr);
     if (digits.find('.') != std::string::npos) {
         digits.erase(digits.find_last_not_of('0') + 1);
@@ -115,8 +115,8 @@ public:
         const std::lock_guard lock(mutex_);
         UErrorCode status = U_ZERO_ERROR;
         std::array<UChar, 512> wide;
-        const std::int32_t length =
-            call(icu_, formats_[static_cast<std::size_t>(fractionDigits)], wide.data(), static_cast<std::int32_t>(wide.size()), &status);
+        const std::int32_t length = call(icu_, formats_[static_cast<std::size_t>(fractionDigits)], wide.data(),
+                                         static_cast<std::int32_t>(wide.size()), &status);
         std::array<char, 3 * wide.size()> text;
         std::int32_t size = 0;
         icu_.toUtf8(text.data(), static_cast<std::int32_t>(text.size()), &size, wide.data(), length, &status);
@@ -151,7 +151,8 @@ private:
 
 std::string decimalText(double number, int fractionDigits)
 {
-    const auto write = [number](const Icu& icu, UNumberFormat* format, UChar* text, std::int32_t size, UErrorCode* status) {
+    const auto write = [number](const Icu& icu, UNumberFormat* format, UChar* text, std::int32_t size,
+                                UErrorCode* status) {
         return icu.formatDouble(format, number, text, size, nullptr, status);
     };
     const auto text = Formatters::shared().written(fractionDigits, write);
@@ -160,7 +161,8 @@ std::string decimalText(double number, int fractionDigits)
 
 std::string decimalText(std::uint64_t number)
 {
-    const auto write = [number](const Icu& icu, UNumberFormat* format, UChar* text, std::int32_t size, UErrorCode* status) {
+    const auto write = [number](const Icu& icu, UNumberFormat* format, UChar* text, std::int32_t size,
+                                UErrorCode* status) {
         if (std::in_range<std::int64_t>(number))
             return icu.formatInt64(format, static_cast<std::int64_t>(number), text, size, nullptr, status);
         const std::string digits = std::to_string(number);

@@ -230,7 +230,8 @@ private:
 bool isPropertyList(DataView contents)
 {
     const std::string text = decoded(contents.first(std::min<std::size_t>(contents.size(), 256)));
-    const std::string_view start = std::string_view(text).substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    const std::string_view start =
+        std::string_view(text).substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
     return start.starts_with("bplist") || start.starts_with('<');
 }
 

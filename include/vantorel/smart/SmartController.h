@@ -29,11 +29,12 @@ public:
     /// The result of bytes that were saved earlier, without any drive.
     ///
     /// With `nvme`, `data` is a SMART / Health Information log, and the other arguments are not looked at. Without it,
-    /// `data` and `thresholdsData` are the two sectors of ATA SMART; `model` selects the row of the drive table (firmware
-    /// and serial are the empty text), and `isSSD` tells which kind of drive it was. Absent when a buffer holds fewer
-    /// than 512 bytes or an ATA result has no thresholds. Throws nothing of its own.
-    [[nodiscard]] std::optional<SmartObject> processExtractedSmart(DataView data, std::optional<DataView> thresholdsData,
-                                                                   bool nvme, bool isSSD, const std::string& model) const;
+    /// `data` and `thresholdsData` are the two sectors of ATA SMART; `model` selects the row of the drive table
+    /// (firmware and serial are the empty text), and `isSSD` tells which kind of drive it was. Absent when a buffer
+    /// holds fewer than 512 bytes or an ATA result has no thresholds. Throws nothing of its own.
+    [[nodiscard]] std::optional<SmartObject> processExtractedSmart(DataView data,
+                                                                   std::optional<DataView> thresholdsData, bool nvme,
+                                                                   bool isSSD, const std::string& model) const;
 
 private:
     SmartController() = default;

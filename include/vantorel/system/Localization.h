@@ -27,9 +27,9 @@ public:
 /// Any thread.
 void setTranslations(Translations translations);
 
-/// Reads the contents of a `Localizable.strings` file: the text form (`"key" = "value";` with comments, in UTF-8 or, with
-/// a byte order mark, UTF-16) or a property list whose root is a table of texts. Throws `TranslationError` for anything
-/// else; a later entry for the same key wins.
+/// Reads the contents of a `Localizable.strings` file: the text form (`"key" = "value";` with comments, in UTF-8 or,
+/// with a byte order mark, UTF-16) or a property list whose root is a table of texts. Throws `TranslationError` for
+/// anything else; a later entry for the same key wins.
 [[nodiscard]] Translations parseTranslations(DataView contents);
 
 /// Reads that file and makes it the host's table. Throws `TranslationError`, then with the table as it was.
