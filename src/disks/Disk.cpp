@@ -65,7 +65,7 @@ void Disk::loadFormattedSize()
 {
     if (!size_)
         return;
-    const std::string text = system::stringFromByteCount(*size_, system::ByteCountStyle::file);
+    const std::string text = system::stringFromByteCount(*size_, system::ByteCountFormatterCountStyle::file);
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos)
         formattedSize_ = text;

@@ -33,7 +33,7 @@ std::optional<std::string> Drive::getWritablePath(double size) const
 {
     for (const auto& volume : Vantorel::shared().getVolumes(*this)) {
         const auto candidate = volume->isBootVolume() ? system::NSTemporaryDirectory() : volume->mountPoint();
-        if (candidate && isWritable(*candidate, size))
+        if (candidate && vantorel::isWritable(*candidate, size))
             return candidate;
     }
     return std::nullopt;

@@ -22,11 +22,11 @@ template <typename T>
     if (!table)
         return std::nullopt;
     std::map<std::string, T, std::less<>> typed;
-    for (const auto& [name, entry] : *table) {
-        auto held = entry.get<T>();
+    for (const auto& entry : *table) {
+        std::optional<T> held = entry.second.template get<T>();
         if (!held)
             return std::nullopt;
-        typed.emplace_hint(typed.end(), name, *std::move(held));
+        typed.emplace_hint(typed.end(), entry.first, *std::move(held));
     }
     return typed;
 }
