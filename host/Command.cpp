@@ -23,8 +23,7 @@ std::string reason(int error)
 
 CommandError::CommandError(std::string_view what, std::string_view why)
     : std::runtime_error(fmt::format("{}: {}", what, why))
-{
-}
+{}
 
 void complain(std::string_view what, std::string_view why)
 {
@@ -42,7 +41,7 @@ Data readFile(const std::string& path, std::size_t limit)
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
     if (!file)
         throw CommandError(path, reason(errno));
-    struct stat facts{};
+    struct stat facts {};
     if (fstat(fileno(file.get()), &facts) != 0)
         throw CommandError(path, reason(errno));
     if (S_ISDIR(facts.st_mode))
