@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace vantorel::system {
@@ -40,5 +41,8 @@ inline constexpr IOReturn kIOReturnNotFound = detail::ioStatus(0x2F0);        //
 
 /// The name of a code, such as "kIOReturnTimeout"; empty for a value that has none here.
 [[nodiscard]] std::string_view nameOfIOReturn(IOReturn status);
+
+/// The code of this name; absent for any other text.
+[[nodiscard]] std::optional<IOReturn> ioReturnNamed(std::string_view name);
 
 } // namespace vantorel::system

@@ -29,7 +29,7 @@ struct RegistryEntry {
     std::string className;                ///< such as "IOMedia"
     std::vector<std::string> inheritance; ///< classes from the root class down, if known; else told from `className`
     std::vector<std::uint64_t> parents;   ///< ids; several for a RAID set; none for an entry at the top
-    PropertyTable properties;
+    PropertyTable properties;             ///< texts are UTF-8
 };
 
 /// What a machine knows of the volume on a disk. Absent values are left out of the disk's description.
@@ -126,7 +126,8 @@ struct OpenedChannel {
 ///
 /// No order of events is wrong: an entry told twice takes the later properties and any parents that are new, an entry
 /// told before its parent hangs at the top until the parent comes, and changes and removals of unknown entries are
-/// passed over.
+/// passed over. A machine holds no lock of its own while it tells: it may be asked for a volume before the call
+/// returns.
 class MachineEvents {
 public:
     virtual ~MachineEvents() = default;
@@ -171,9 +172,9 @@ public:
     [[nodiscard]] virtual OpenedChannel<NvmeChannel> openNvme(std::uint64_t entry);
 };
 
-/// Makes `newMachine` the computer that the library looks at, and takes up all it has to tell before returning. A host
-/// calls it once, before it first uses the library; until then the machine is empty. A machine installed later takes
-/// the place of the one before, whose entries go away like any others.
+/// Makes `newMachine` the computer that the library looks at, and takes up all it has to tell before returning, unless
+/// a disk session is scheduled already. A host calls it once, before it first uses the library; until then the machine
+/// is empty. A machine installed later takes the place of the one before, whose entries go away like any others.
 void install(std::unique_ptr<Machine> newMachine);
 
 /// The installed machine, or an empty one. Never null; shared so that a question outlives a replacement.

@@ -21,8 +21,8 @@ enum class CFRunLoopRunResult : std::int32_t { finished = 1, stopped = 2, timedO
 [[nodiscard]] CFRunLoopRef CFRunLoopGetCurrent();
 
 /// Runs the calling thread's run loop for at most `seconds` (0: one pass, without waiting). A pass does the work of the
-/// sources that was pending when it began; on the main thread, a pass that finds no such work does what was pending on
-/// the main queue instead. With `returnAfterSourceHandled` a pass with source work is the last.
+/// sources that was pending when it began and then, on the main thread, what is pending on the main queue. With
+/// `returnAfterSourceHandled` the run ends as soon as there was source work, before the main queue.
 /// A callback that throws ends the run; what was pending behind it stays pending.
 CFRunLoopRunResult CFRunLoopRunInMode(std::string_view mode, double seconds, bool returnAfterSourceHandled);
 
