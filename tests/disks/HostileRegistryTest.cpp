@@ -128,7 +128,7 @@ TEST_F(HostileRegistry, EveryPlatformCallMayFail)
     };
     settle(); // the session of the registry; what happens without one is told in StaysEmptyWithoutASession
     const std::size_t calls = run(0);
-    EXPECT_GT(calls, 500U);
+    EXPECT_GT(calls, 300U);
     for (std::size_t failing = 1; failing <= calls; ++failing)
         run(failing);
 }
@@ -163,8 +163,9 @@ TEST_F(HostileRegistry, AFailedCallCostsOneMessageAndTheFieldsItFeeds)
         EXPECT_TRUE(failed) << row.operation;
         EXPECT_EQ(messages, row.lines) << row.operation;
         EXPECT_EQ(tracked("disk0") != nullptr, row.isTracked) << row.operation;
-        if (row.isTracked)
-            EXPECT_EQ(tracked<Drive>("disk0")->driveKind(), Disk::DriveKind::unknown) << "although the model says SSD";
+        if (const auto drive = tracked<Drive>("disk0")) {
+            EXPECT_EQ(drive->driveKind(), Disk::DriveKind::unknown) << "although the model says SSD";
+        }
         test::TestMachine::install();
         settle();
     }

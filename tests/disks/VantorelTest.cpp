@@ -154,8 +154,9 @@ TEST_F(VantorelTest, LinksOnlyWhenTheLaterPartnerArrives)
     const auto early = tracked<AppleStorage>("disk1");
     std::erase(listed, early);
     registry.setDisks(listed);
-    machine.arrive({.id = 90, .name = "Late", .className = "AppleAPFSVolume", .parents = {container},
-                    .properties = {{"BSD Name", "disk1s2"}, {"BSD Unit", 1}, {"Whole", false}, {"Size", 5}}});
+    auto later = tree;
+    later.apfsVolume(container, "disk1s2", "Late");
+    machine.arrive(later.entries.back());
     settle();
     EXPECT_EQ(tracked<Volume>("disk1s2")->volumeKind(), Disk::VolumeKind::unknown) << "its container is not there";
     EXPECT_EQ(names(early->logicalVolumes()), "disk1s1") << "a container that is not tracked takes no volume";
@@ -190,7 +191,7 @@ TEST_F(VantorelTest, TellsArrivalChangeAndRemovalInOrder)
     const auto store = tracked<Volume>("disk0s2");
     const auto container = tracked<AppleStorage>("disk1");
     const auto volume = tracked<Volume>("disk1s2");
-    machine.setVolume("disk1s2", {.kind = "apfs", .name = "Swap", .mountPoints = {}});
+    machine.setVolume("disk1s2", {"apfs", "Swap", std::nullopt, std::nullopt, {}});
     settle();
     EXPECT_THAT(listener->told, ElementsAre("updated disk1s2", "updated disk1s2"));
     EXPECT_EQ(volume->volumeName(), "Swap") << "the tracked object is loaded anew";
@@ -283,16 +284,17 @@ TEST_F(VantorelTest, SaysWhatIsWrongWithAnEvent)
 
 TEST_F(VantorelTest, SortsAgainWhenTheHostOrAnUpdateBrokeTheOrder)
 {
-    auto& machine = load(test::oneOfEverything());
+    auto tree = test::oneOfEverything();
+    auto& machine = load(tree);
     auto& registry = Vantorel::shared();
     registry.setDisks({registry.disks().rbegin(), registry.disks().rend()});
     EXPECT_EQ(registry.disks().front()->bsdName(), "disk7s1") << "kept as given until the next arrival";
-    const auto arrive = [&](std::uint64_t id, const char* name) {
-        machine.arrive({.id = id, .name = name, .className = "IOMedia", .parents = {2},
-                        .properties = {{"BSD Name", name}, {"Whole", false}, {"Size", 5}}});
+    const auto arrive = [&](const char* name) {
+        tree.add({entryOf(tree, "disk0")}, "IOMedia", name, {{"BSD Name", name}, {"Whole", false}, {"Size", 5}});
+        machine.arrive(tree.entries.back());
         settle();
     };
-    arrive(90, "odd");
+    arrive("odd");
     const auto sorted = [&] {
         return std::is_sorted(registry.disks().begin(), registry.disks().end(), [](const auto& a, const auto& b) {
             return a->bsdUnit().value_or(-1) < b->bsdUnit().value_or(-1);
@@ -301,7 +303,7 @@ TEST_F(VantorelTest, SortsAgainWhenTheHostOrAnUpdateBrokeTheOrder)
     EXPECT_TRUE(sorted());
     EXPECT_EQ(registry.disks().front()->bsdName(), "odd") << "no unit comes first";
     tracked("disk0")->loadDAInfo({{"DAMediaBSDName", "disk0"}, {"DAMediaBSDUnit", 70}});
-    arrive(91, "odder");
+    arrive("odder");
     EXPECT_TRUE(sorted());
     EXPECT_EQ(registry.disks().back()->bsdName(), "disk0");
 }

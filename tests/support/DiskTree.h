@@ -22,13 +22,8 @@ public:
 
     Id add(std::vector<Id> parents, std::string className, std::string name, PropertyTable properties = {})
     {
-        system::RegistryEntry entry;
-        entry.id = ++lastId_;
-        entry.name = std::move(name);
-        entry.className = std::move(className);
-        entry.parents = std::move(parents);
-        entry.properties = std::move(properties);
-        entries.push_back(std::move(entry));
+        entries.push_back(
+            {++lastId_, std::move(name), {}, std::move(className), {}, std::move(parents), std::move(properties)});
         return lastId_;
     }
 
