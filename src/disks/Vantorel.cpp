@@ -110,7 +110,10 @@ void Vantorel::linkToPhysicalVolumes(Disk& disk) const
     if (!logical && !container)
         return;
     // Every match is linked, so the last one in list order is what the new disk keeps.
-    for (const auto& volume : elements<Volume>(disks())) {
+    for (const auto& tracked : disks()) {
+        auto* const volume = dynamic_cast<Volume*>(tracked.get());
+        if (!volume)
+            continue;
         if (logical && volume->mediaUuid() == logical->logicalVolumeUuid())
             logical->linkPhysicalVolume(*volume);
         if (container && volume->mediaUuid() == container->bsdVolumeUUID())
