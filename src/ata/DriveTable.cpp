@@ -7,7 +7,7 @@
 #include <pcre2.h>
 
 #include <algorithm>
-#include <optional>
+#include <array>
 
 namespace vantorel::ata {
 
@@ -62,6 +62,13 @@ private:
     MatchContext context_;
 };
 
+/// The compiled expression, empty when it does not compile; then `error` and `place` tell why.
+Code compile(std::string_view expression, int& error, PCRE2_SIZE& place)
+{
+    return Code(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.data()), expression.size(),
+                              PCRE2_CASELESS | PCRE2_UTF, &error, &place, nullptr));
+}
+
 /// An expression of the table. One that does not compile matches nothing.
 class Expression {
 public:
@@ -73,20 +80,15 @@ public:
                 return subject.lowercased->find(literal) != std::string::npos;
             }))
             return false;
-        if (!compiled_)
-            compiled_ = compile();
+        if (!compiled_) {
+            int error = 0;
+            PCRE2_SIZE place = 0;
+            compiled_ = compile(pattern_, error, place);
+        }
         return *compiled_ && matcher.matches(**compiled_, subject.text);
     }
 
 private:
-    Code compile() const
-    {
-        int error = 0;
-        PCRE2_SIZE place = 0;
-        return Code(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern_.data()), pattern_.size(),
-                                  PCRE2_CASELESS | PCRE2_UTF, &error, &place, nullptr));
-    }
-
     std::string_view pattern_;
     std::vector<std::string> literals_;
     std::optional<Code> compiled_; // empty inside when the pattern does not compile
@@ -128,6 +130,17 @@ std::size_t DriveTable::find(std::string_view model, std::string_view firmware)
     if (answers_.size() >= mostAnswers)
         answers_.clear();
     return answers_.emplace(std::move(question), search(model, firmware)).first->second;
+}
+
+std::optional<std::string> DriveTable::faultOf(std::string_view expression)
+{
+    int error = 0;
+    PCRE2_SIZE place = 0;
+    if (compile(expression, error, place))
+        return std::nullopt;
+    std::array<PCRE2_UCHAR, 256> message{};
+    pcre2_get_error_message(error, message.data(), message.size());
+    return std::string(message.begin(), std::ranges::find(message, 0)) + " at character " + std::to_string(place);
 }
 
 std::size_t DriveTable::search(std::string_view model, std::string_view firmware)

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -35,6 +36,9 @@ public:
     [[nodiscard]] std::size_t find(std::string_view model, std::string_view firmware);
 
     static constexpr std::size_t noRow = ~std::size_t{0};
+
+    /// What is wrong with an expression; absent when it compiles.
+    [[nodiscard]] static std::optional<std::string> faultOf(std::string_view expression);
 
 private:
     struct Row;
