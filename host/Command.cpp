@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -47,10 +48,18 @@ Data readFile(const std::string& path, std::size_t limit)
     if (S_ISDIR(facts.st_mode))
         throw CommandError(path, reason(EISDIR));
 
-    Data bytes(limit);
-    bytes.resize(std::fread(bytes.data(), 1, limit, file.get()));
+    // One byte more than is allowed tells a file that is too large, however it grows while it is read.
+    Data bytes;
+    std::size_t taken = 0;
+    do {
+        bytes.resize(std::min(limit + 1, std::max<std::size_t>(2 * taken, 8192)));
+        taken += std::fread(bytes.data() + taken, 1, bytes.size() - taken, file.get());
+    } while (taken == bytes.size() && taken <= limit);
     if (std::ferror(file.get()))
         throw CommandError(path, reason(errno));
+    if (taken > limit)
+        throw CommandError(path, fmt::format("is larger than {} bytes", limit));
+    bytes.resize(taken);
     return bytes;
 }
 

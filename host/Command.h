@@ -35,8 +35,7 @@ void complain(std::string_view what, std::string_view why);
 /// Writes to standard output; throws `CommandError` when the output cannot take it.
 void print(std::string_view text);
 
-/// The whole file, or its first `limit` bytes when it is longer; throws `CommandError` when it is missing, a folder or
-/// cannot be read.
+/// The whole file. Throws `CommandError` when it is missing, a folder, larger than `limit` bytes or cannot be read.
 [[nodiscard]] Data readFile(const std::string& path, std::size_t limit);
 
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.

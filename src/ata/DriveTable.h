@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,11 +14,11 @@
 
 namespace vantorel::ata {
 
-/// Texts in small letters, of which every text that `expression` matches holds at least one; an empty text among them
-/// says that nothing can be told. One for each alternative of the expression's top level, the longest run of plain
-/// characters outside groups. Reads the syntax of the table: alternation, groups, classes, '.', '?', '*', '+', counts,
+/// Texts of which every text that `expression` matches holds at least one, in any case of letters; an empty text among
+/// them says that nothing can be told. One for each alternative of the expression's top level, the longest run of plain
+/// characters outside groups; views into `expression`. Reads the syntax of the table: alternation, groups, classes, '.', '?', '*', '+', counts,
 /// escapes.
-[[nodiscard]] std::vector<std::string> requiredLiterals(std::string_view expression);
+[[nodiscard]] std::vector<std::string_view> requiredLiterals(std::string_view expression);
 
 /// A table of rows with their expressions, compiled when first needed and kept. Any thread may search.
 ///
@@ -35,6 +36,9 @@ public:
     [[nodiscard]] std::size_t find(std::string_view model, std::string_view firmware);
 
     static constexpr std::size_t noRow = ~std::size_t{0};
+
+    /// What is wrong with an expression; absent when it compiles.
+    [[nodiscard]] static std::optional<std::string> faultOf(std::string_view expression);
 
 private:
     struct Row;

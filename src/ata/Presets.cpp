@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "PresetReader.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/base/Text.h"
 
@@ -136,29 +137,43 @@ std::optional<ATASmartAttributeDefinition> definition(const std::vector<std::str
 
 } // namespace
 
-ATASmartAttributeDefinitions parsePresets(std::string_view presets)
+ata::PresetReading ata::readPresets(std::string_view presets)
 {
     std::string text(presets);
     for (const vendor_opt_entry& entry : vendor_opt_map)
         text = replacingArgument(text, entry);
 
-    ATASmartAttributeDefinitions definitions{};
+    PresetReading reading;
     std::string_view rest = text;
     while (!rest.empty()) {
         const auto mark = rest.find(optionMark);
-        const auto parts = components(base::trimmed(rest.substr(0, mark)));
+        const std::string_view piece = base::trimmed(rest.substr(0, mark));
         rest.remove_prefix(mark == std::string_view::npos ? rest.size() : mark + optionMark.size());
-
-        const auto id = decimalInteger(parts[0]);
-        if (parts.size() < 2 || !id)
+        if (piece.empty())
             continue;
+
+        const auto parts = components(piece);
+        const auto id = decimalInteger(parts[0]);
+        if (parts.size() < 2 || !id) {
+            reading.skipped.emplace_back(piece);
+            continue;
+        }
         auto read = definition(parts);
-        if (!read)
+        if (!read) {
+            reading.stopped = std::string(piece);
             break;
-        if (*id >= 0 && *id < static_cast<long long>(definitions.size()))
-            definitions[static_cast<std::size_t>(*id)] = std::move(*read);
+        }
+        if (*id >= 0 && *id < static_cast<long long>(reading.definitions.size()))
+            reading.definitions[static_cast<std::size_t>(*id)] = std::move(*read);
+        else
+            reading.skipped.emplace_back(piece);
     }
-    return definitions;
+    return reading;
+}
+
+ATASmartAttributeDefinitions parsePresets(std::string_view presets)
+{
+    return ata::readPresets(presets).definitions;
 }
 
 } // namespace vantorel

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "StringsFile.h"
-
 #include "vantorel/base/Text.h"
+#include "vantorel/system/Localization.h"
+#include "vantorel/system/PropertyList.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
-#include <optional>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <system_error>
 
 namespace vantorel::system {
 
@@ -225,25 +229,55 @@ private:
     std::size_t place_ = 0;
 };
 
-} // namespace
-
+/// Whether the bytes begin like a property list, XML or binary, rather than like the text form.
 bool isPropertyList(DataView contents)
 {
     const std::string text = decoded(contents.first(std::min<std::size_t>(contents.size(), 256)));
-    const std::string_view start =
-        std::string_view(text).substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    return start.starts_with("bplist") || start.starts_with('<');
+    const auto start = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    return text.compare(start, 6, "bplist") == 0 || text.compare(start, 1, "<") == 0;
 }
 
-Translations parseStringsPropertyList(DataView contents)
+Translations fromPropertyList(DataView contents)
 {
-    (void)contents;
-    return {};
+    try {
+        const PropertyValue root = readPropertyList(contents);
+        if (!root.table())
+            throw TranslationError("the property list is no table");
+        Translations translations;
+        for (const auto& [key, value] : *root.table()) {
+            if (!value.text())
+                throw TranslationError("the value of \"" + key + "\" is no text");
+            translations.emplace(key, *value.text());
+        }
+        return translations;
+    } catch (const PropertyListError& error) {
+        throw TranslationError(error.what());
+    }
 }
 
-Translations parseStringsText(DataView contents)
+} // namespace
+
+Translations parseTranslations(DataView contents)
 {
-    return Parser(decoded(contents)).parse();
+    return isPropertyList(contents) ? fromPropertyList(contents) : Parser(decoded(contents)).parse();
+}
+
+void loadTranslations(const std::string& path)
+{
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored))
+        throw TranslationError(path + ": " + std::generic_category().message(EISDIR));
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream contents;
+    contents << file.rdbuf();
+    if (!file.is_open() || contents.bad())
+        throw TranslationError(path + ": " + std::generic_category().message(errno));
+    try {
+        const std::string_view text = contents.view();
+        setTranslations(parseTranslations(Data(text.begin(), text.end())));
+    } catch (const TranslationError& error) {
+        throw TranslationError(path + ": " + error.what());
+    }
 }
 
 } // namespace vantorel::system
