@@ -104,8 +104,8 @@ private:
             }
             if (hasContainer && slice == 3) {
                 const auto apfs = add(store, "AppleAPFSContainerScheme", {});
-                const auto media = addMedia(apfs, "AppleAPFSMedia", fmt::format("disk{}", drives + unit), drives + unit,
-                                            true, uuid());
+                const auto media =
+                    addMedia(apfs, "AppleAPFSMedia", fmt::format("disk{}", drives + unit), drives + unit, true, uuid());
                 entries.back().name = "AppleAPFSMedia";
                 container = add(media, "AppleAPFSContainer", {});
                 continue;

@@ -81,7 +81,8 @@ void Disk::loadIconPath(const PropertyTable& info)
     const auto identifier = icon->find("CFBundleIdentifier");
     if (identifier == icon->end())
         return;
-    const auto location = system::KextManagerCreateURLForBundleIdentifier(system::kCFAllocatorDefault, identifier->second);
+    const auto location =
+        system::KextManagerCreateURLForBundleIdentifier(system::kCFAllocatorDefault, identifier->second);
     const auto bundle = location ? system::Bundle::bundleWithPath(*location) : std::nullopt;
     if (!bundle)
         return;

@@ -15,10 +15,10 @@ namespace vantorel {
 namespace {
 
 constexpr std::array<std::string_view, 29> vendors = {
-    "corsair", "apple",    "wd",     "western digital", "crucial", "owc",     "toshiba",   "samsung",
-    "adata",   "angelbird", "g.skill", "hitachi",        "intel",   "kingston", "micron",    "ocz",
-    "pny",     "sandisk",  "seagate", "transcend",      "fujitsu", "fuji",    "hp",        "ibm",
-    "lacie",   "maxtor",   "philips", "siemens",        "sony"};
+    "corsair", "apple",     "wd",      "western digital", "crucial", "owc",      "toshiba", "samsung",
+    "adata",   "angelbird", "g.skill", "hitachi",         "intel",   "kingston", "micron",  "ocz",
+    "pny",     "sandisk",   "seagate", "transcend",       "fujitsu", "fuji",     "hp",      "ibm",
+    "lacie",   "maxtor",    "philips", "siemens",         "sony"};
 
 constexpr std::array<std::pair<std::string_view, Disk::DriveProtocol>, 5> protocols = {{
     {"Secure Digital", Disk::DriveProtocol::sd},

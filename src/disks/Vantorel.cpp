@@ -169,8 +169,8 @@ void Vantorel::diskUpdated(const system::Notification& notification)
         system::printMessage("Error: Disk updated but could not be created");
         return;
     }
-    const auto tracked = std::find_if(disks().begin(), disks().end(),
-                                      [&fresh](const auto& disk) { return disk->isEqual(fresh.get()); });
+    const auto tracked =
+        std::find_if(disks().begin(), disks().end(), [&fresh](const auto& disk) { return disk->isEqual(fresh.get()); });
     if (tracked != disks().end())
         (*tracked)->update(diskObject);
     else

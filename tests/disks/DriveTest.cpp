@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "support/RegistryFixture.h"
 #include "vantorel/disks/Drive.h"
+#include "support/RegistryFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -62,8 +62,8 @@ TEST_F(DriveTest, KeepsWhatOnlyAKnownTextReplaces)
 TEST_F(DriveTest, TellsInterfaceByWordAndProtocolByWholeText)
 {
     const std::pair<const char*, Disk::DriveInterface> paths[] = {
-        {"/PCI0/AHCI/USB", Disk::DriveInterface::ahci},   {"/USB3/NVMe", Disk::DriveInterface::nvme},
-        {"/XHCI/USB3 USB", Disk::DriveInterface::usb3},   {"/EHCI/USB", Disk::DriveInterface::usb2},
+        {"/PCI0/AHCI/USB", Disk::DriveInterface::ahci}, {"/USB3/NVMe", Disk::DriveInterface::nvme},
+        {"/XHCI/USB3 USB", Disk::DriveInterface::usb3}, {"/EHCI/USB", Disk::DriveInterface::usb2},
         {"/IDE/ahci", Disk::DriveInterface::unknown},
     };
     for (const auto& [path, interface] : paths)

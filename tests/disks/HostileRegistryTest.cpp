@@ -153,9 +153,8 @@ TEST_F(HostileRegistry, AFailedCallCostsOneMessageAndTheFieldsItFeeds)
     for (const Row& row : rows) {
         messages.clear();
         bool failed = false;
-        system::setCallGate([&](std::string_view operation) {
-            return operation != row.operation || std::exchange(failed, true);
-        });
+        system::setCallGate(
+            [&](std::string_view operation) { return operation != row.operation || std::exchange(failed, true); });
         test::DiskTree tree;
         tree.drive("disk0", "X SSD");
         load(std::move(tree));

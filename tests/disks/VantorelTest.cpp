@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/disks/Vantorel.h"
 #include "support/RegistryFixture.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
-#include "vantorel/disks/Vantorel.h"
 #include "vantorel/system/CallGate.h"
 #include "vantorel/system/NotificationCenter.h"
 
@@ -233,9 +233,8 @@ TEST_F(VantorelTest, TellsEveryListenerOverASnapshotWhateverTheOthersDo)
     load(std::move(tree));
     EXPECT_THAT(last->told, ElementsAre("appeared disk0", "appeared disk0s1"));
     EXPECT_THAT(late->told, ElementsAre("appeared disk0s1")) << "from the next event on";
-    EXPECT_THAT(messages,
-                ElementsAre("Error: Disk listener failed: out of ideas", "Error: Disk listener failed",
-                            "Error: Disk listener failed: out of ideas", "Error: Disk listener failed"));
+    EXPECT_THAT(messages, ElementsAre("Error: Disk listener failed: out of ideas", "Error: Disk listener failed",
+                                      "Error: Disk listener failed: out of ideas", "Error: Disk listener failed"));
 }
 
 TEST_F(VantorelTest, SaysWhatIsWrongWithAnEvent)
@@ -327,9 +326,8 @@ TEST_F(VantorelTest, StartsInOrderAndCanBeAskedFromWithinItsStart)
         return true;
     });
     bool asked = false;
-    system::CFRunLoopPerformBlock(system::CFRunLoopGetCurrent(), [&asked] {
-        asked = Vantorel::shared().disks().empty();
-    });
+    system::CFRunLoopPerformBlock(system::CFRunLoopGetCurrent(),
+                                  [&asked] { asked = Vantorel::shared().disks().empty(); });
     static_cast<void>(Vantorel::shared());
     system::setCallGate(nullptr);
     EXPECT_TRUE(asked) << "the pass of the run loop inside the start";

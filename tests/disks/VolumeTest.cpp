@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/disks/Volume.h"
 #include "support/RegistryFixture.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
 #include "vantorel/disks/RaidStorage.h"
-#include "vantorel/disks/Volume.h"
 
 #include <gtest/gtest.h>
 
@@ -28,10 +28,8 @@ TEST_F(VolumeTest, ChangesItsKindOnlyForTheTwoItKnows)
 {
     const auto volume = unloaded();
     const std::pair<PropertyTable, Disk::VolumeKind> loads[] = {
-        {{{"DAVolumeKind", "msdos"}}, Disk::VolumeKind::unknown},
-        {{{"DAVolumeKind", "hfs"}}, Disk::VolumeKind::hfs},
-        {{{"DAVolumeKind", "exfat"}}, Disk::VolumeKind::hfs},
-        {{{"DAVolumeKind", "ntfs"}}, Disk::VolumeKind::ntfs},
+        {{{"DAVolumeKind", "msdos"}}, Disk::VolumeKind::unknown}, {{{"DAVolumeKind", "hfs"}}, Disk::VolumeKind::hfs},
+        {{{"DAVolumeKind", "exfat"}}, Disk::VolumeKind::hfs},     {{{"DAVolumeKind", "ntfs"}}, Disk::VolumeKind::ntfs},
         {{{"DAVolumeKind", 5}}, Disk::VolumeKind::unknown},
     };
     for (const auto& [table, kind] : loads) {
@@ -62,7 +60,8 @@ TEST_F(VolumeTest, AsksTheSystemAnewWhereItIsMountedAndHowMuchIsFree)
     machine.mounted = {"/Volumes/Unknown", "/", "/Volumes/Second"};
     machine.fileSystems["/Volumes/Unknown"] = {.bsdName = "", .mountPoint = "/Volumes/Unknown"};
     machine.fileSystems["/"] = {.bsdName = "disk1s1", .mountPoint = "/", .size = 100, .free = 40};
-    machine.fileSystems["/Volumes/Second"] = {.bsdName = "disk7s1", .mountPoint = "/Volumes/Second", .size = 9, .free = 7};
+    machine.fileSystems["/Volumes/Second"] = {
+        .bsdName = "disk7s1", .mountPoint = "/Volumes/Second", .size = 9, .free = 7};
 
     const auto boot = tracked<Volume>("disk1s1");
     EXPECT_EQ(boot->mountPoint(), "/");

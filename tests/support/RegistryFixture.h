@@ -72,8 +72,7 @@ class NotingListener : public DiskListener {
 public:
     void diskChanged(const std::shared_ptr<Disk>& disk, DiskEvent event) override
     {
-        constexpr std::string_view words[] = {"appeared", "disappeared", "updated"};
-        told.push_back(std::string(words[static_cast<int>(event)]) + " " + disk->bsdName().value_or("-"));
+        told.push_back(std::string(rawValue(event)) + " " + disk->bsdName().value_or("-"));
         last = disk;
     }
 

@@ -12,8 +12,8 @@ class RaidStorage : public Volume {
 public:
     using Volume::Volume;
 
-    /// The member UUIDs of the set, in its order, read from the entry above at construction and never again. A text that
-    /// is no UUID is left out.
+    /// The member UUIDs of the set, in its order, read from the entry above at construction and never again. A text
+    /// that is no UUID is left out.
     [[nodiscard]] const std::vector<base::Uuid>& members() const { return members_; }
 
 protected:

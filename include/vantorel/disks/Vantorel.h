@@ -45,7 +45,8 @@ public:
     [[nodiscard]] static ATASmartValue dummyAta();
     /// A value to show where there is none yet.
     [[nodiscard]] static NVMeSmartValue dummyNvme();
-    /// The tracked volumes without RAID sets, APFS containers and the physical volumes under CoreStorage, in list order.
+    /// The tracked volumes without RAID sets, APFS containers and the physical volumes under CoreStorage, in list
+    /// order.
     [[nodiscard]] std::vector<std::shared_ptr<Volume>> volumes() const;
 
     /// Has a listener told of every event from now on, also of the next one when it registers during an event. Disks
