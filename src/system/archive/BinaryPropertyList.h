@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "vantorel/base/Data.h"
+#include "vantorel/base/PropertyValue.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <variant>
+#include <vector>
+
+namespace vantorel::system {
+
+/// The objects of a property list as one flat table: containers name their contents by index. Sharing stays sharing
+/// here, and a loop is only a number, so that no list however made costs more than its own bytes.
+class ObjectTable {
+public:
+    using Index = std::uint32_t;
+
+    /// A reference of a keyed archive; of use to nobody else.
+    struct Uid {
+        std::uint64_t value = 0;
+        bool operator==(const Uid&) const = default;
+    };
+
+    /// A point in time: seconds since 2001-01-01 00:00 UTC.
+    struct Date {
+        double seconds = 0;
+        bool operator==(const Date&) const = default;
+    };
+
+    using Array = std::vector<Index>;
+
+    /// As many keys as values, which belong together by place.
+    struct Dictionary {
+        std::vector<Index> keys;
+        std::vector<Index> values;
+    };
+
+    /// The `PropertyValue` holds a boolean, an integer, a real, a text or data.
+    using Object = std::variant<PropertyValue, Uid, Date, Array, Dictionary>;
+
+    std::vector<Object> objects;
+    Index top = 0;
+
+    /// Puts an object at the end and tells its index.
+    Index add(Object object);
+};
+
+/// A binary property list that breaks its own rules; the text says what is wrong and at which object.
+class PropertyListError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Whether the bytes say of themselves that they are a binary property list.
+[[nodiscard]] bool isBinaryPropertyList(DataView bytes);
+
+/// Reads the form "bplist00" of CFBinaryPList. Every index in the table is in range; nothing is said about loops.
+/// Bytes of a text that are no UTF-8, and lone surrogates, become U+FFFD.
+/// Throws `PropertyListError` for anything else, also when objects lie over each other or are more than two million.
+[[nodiscard]] ObjectTable readBinaryPropertyList(DataView bytes);
+
+/// Writes the same form, objects in the order of the table. Every index must be in range and every text UTF-8.
+[[nodiscard]] Data writeBinaryPropertyList(const ObjectTable& table);
+
+} // namespace vantorel::system
