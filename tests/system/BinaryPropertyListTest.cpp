@@ -68,13 +68,13 @@ TEST(BinaryPropertyList, RefusesWhatBreaksItsRules)
     Data shared = list({{0x52, 'h', 'i'}, {0x08}}, 2);
     shared[13] = 8; // the second entry lies over the first
     const std::pair<Data, std::string> cases[] = {
-        {withHugeLength(0x4F), "entry 0 of the property list runs past the end"},
+        {withHugeLength(0x4F), "object 0 of the property list: runs past the end"},
         {withHugeLength(0x5F), "runs past the end"},
         {withHugeLength(0x6F), "runs past the end"},
         {withHugeLength(0xAF), "runs past the end"},
         {withHugeLength(0xDF), "runs past the end"},
         {list({{0x5F, 0x50}}, 1), "has a length that is no integer"},
-        {list({{0x08}, {0xA1, 2}}, 2), "entry 1 of the property list refers to entry 2 of 2"},
+        {list({{0x08}, {0xA1, 2}}, 2), "object 1 of the property list: refers to object 2 of 2"},
         {list({{0x14, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, 1), "more than 64 bits"},
         {list({{0x00}}, 1), "is of no kind"},
         {list({{0xC1, 0}}, 1), "is of no kind"},

@@ -224,7 +224,7 @@ TEST(KeyedUnarchiver, SaysWhatIsWrongWithAHostileArchiveAndWhere)
         std::function<std::uint64_t(ArchiveBuilder&, std::uint64_t array, std::uint64_t table)> build;
     };
     const Case cases[] = {
-        {"object 3 of the archive contains itself",
+        {"object 3 of the archive: contains itself",
          [](ArchiveBuilder& b, auto array, auto) { return b.object(array, {{"NS.objects", b.references({3})}}); }},
         {"refers to object 99 of 4",
          [](ArchiveBuilder& b, auto array, auto) { return b.object(array, {{"NS.objects", b.references({99})}}); }},

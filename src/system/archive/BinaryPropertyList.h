@@ -3,9 +3,9 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/system/PropertyList.h"
 
 #include <cstdint>
-#include <stdexcept>
 #include <variant>
 #include <vector>
 
@@ -45,12 +45,6 @@ public:
 
     /// Puts an object at the end and tells its index.
     Index add(Object object);
-};
-
-/// A binary property list that breaks its own rules; the text says what is wrong and at which object.
-class PropertyListError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
 };
 
 /// Whether the bytes say of themselves that they are a binary property list.

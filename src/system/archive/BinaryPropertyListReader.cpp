@@ -45,7 +45,7 @@ struct Trailer {
 Trailer readTrailer(DataView bytes)
 {
     if (bytes.size() < headerSize + trailerSize)
-        throw PropertyListError("a binary property list of " + std::to_string(bytes.size()) + " bytes is cut short");
+        throw PropertyListError("byte " + std::to_string(bytes.size()), "the binary property list is cut short");
     const DataView last = bytes.last(trailerSize);
     const Trailer trailer{last[6], last[7], bigEndian(last.subspan(8, 8)), bigEndian(last.subspan(16, 8)),
                           bigEndian(last.subspan(24, 8))};
@@ -54,9 +54,9 @@ Trailer readTrailer(DataView bytes)
     if (!isSize(trailer.offsetSize) || !isSize(trailer.referenceSize) || trailer.tableOffset < headerSize ||
         trailer.tableOffset > end || trailer.count > (end - trailer.tableOffset) / trailer.offsetSize ||
         trailer.top >= trailer.count)
-        throw PropertyListError("the trailer of the binary property list is damaged or cut off");
+        throw PropertyListError("the end", "the trailer of the binary property list is damaged or cut off");
     if (trailer.count > mostObjects)
-        throw PropertyListError("a property list of " + std::to_string(trailer.count) + " objects is too large");
+        throw PropertyListError("the trailer", std::to_string(trailer.count) + " objects are too many");
     return trailer;
 }
 
@@ -86,7 +86,7 @@ public:
 private:
     [[noreturn]] void fail(const std::string& fault) const
     {
-        throw PropertyListError("entry " + std::to_string(number_) + " of the property list " + fault);
+        throw PropertyListError("object " + std::to_string(number_) + " of the property list", fault);
     }
 
     DataView take(std::uint64_t size)
@@ -188,7 +188,7 @@ private:
         for (; !bytes.empty(); bytes = bytes.subspan(trailer_.referenceSize)) {
             const std::uint64_t index = bigEndian(bytes.first(trailer_.referenceSize));
             if (index >= trailer_.count)
-                fail("refers to entry " + std::to_string(index) + " of " + std::to_string(trailer_.count));
+                fail("refers to object " + std::to_string(index) + " of " + std::to_string(trailer_.count));
             indices.push_back(static_cast<ObjectTable::Index>(index));
         }
         return indices;
@@ -211,7 +211,7 @@ bool isBinaryPropertyList(DataView bytes)
 ObjectTable readBinaryPropertyList(DataView bytes)
 {
     if (!isBinaryPropertyList(bytes))
-        throw PropertyListError("not a binary property list");
+        throw PropertyListError("the start", "not a binary property list");
     const Trailer trailer = readTrailer(bytes);
     Reader reader(bytes, trailer);
 

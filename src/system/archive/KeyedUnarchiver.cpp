@@ -83,7 +83,7 @@ public:
 private:
     [[noreturn]] void fail(const std::string& fault) const
     {
-        throw KeyedArchiveError("object " + std::to_string(slot_) + " of the archive " + fault);
+        throw KeyedArchiveError("object " + std::to_string(slot_) + " of the archive: " + fault);
     }
 
     /// The member of a dictionary of the list itself, when it is there as a `T`; of equal keys the first. Many objects
