@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Gunzip.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <limits>
 #include <new>
 #include <string>
-
-#include <zlib.h>
 
 namespace vantorel::report {
 

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/Process.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -11,12 +17,6 @@
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace vantorel::system {
 
@@ -225,8 +225,7 @@ private:
             posix_spawnattr_setsigdefault(&value, &all);
             posix_spawnattr_setsigmask(&value, &none);
             posix_spawnattr_setpgroup(&value, 0);
-            posix_spawnattr_setflags(&value,
-                                     POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+            posix_spawnattr_setflags(&value, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
         }
         Attributes(const Attributes&) = delete;
         Attributes& operator=(const Attributes&) = delete;

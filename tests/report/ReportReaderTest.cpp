@@ -24,14 +24,14 @@ PropertyTable drive()
         {"protocol", "sata"},
         {"smartData", Data(512, 1)},
         {"thresholdsData", Data(512, 2)},
-        {"processedSmart", PropertyTable{{"values", PropertyArray{PropertyTable{{"id", 194}}}},
-                                         {"Calculated Temperature", 37}}},
+        {"processedSmart",
+         PropertyTable{{"values", PropertyArray{PropertyTable{{"id", 194}}}}, {"Calculated Temperature", 37}}},
     };
 }
 
 PropertyTable report()
 {
-    const PropertyTable bare = {{"vendor", "SanDisk"}, {"model", nullptr},      {"bsdName", "disk1"},
+    const PropertyTable bare = {{"vendor", "SanDisk"},  {"model", nullptr},  {"bsdName", "disk1"},
                                 {"interface", "usb 2"}, {"kind", "unknown"}, {"protocol", "usb"}};
     return {{"version", "1.2.3"}, {"drives", PropertyArray{drive(), bare}}, {"ioreg", registry}};
 }

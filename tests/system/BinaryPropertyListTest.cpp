@@ -41,7 +41,9 @@ TEST(BinaryPropertyList, ReadsEachKindOfEntry)
         {{0x52, 'h', 'i'}, "hi"},
         {{0x52, 'h', 0xFF}, "h\xEF\xBF\xBD"},
         {{0x62, 0xD8, 0x3D, 0xDC, 0xBE}, "\xF0\x9F\x92\xBE"},
-        {{0x62, 0xD8, 0x3D, 0x00, 'a'}, "\xEF\xBF\xBD""a"},
+        {{0x62, 0xD8, 0x3D, 0x00, 'a'},
+         "\xEF\xBF\xBD"
+         "a"},
         {{0x61, 0xDC, 0xBE}, "\xEF\xBF\xBD"},
     };
     for (const auto& [object, value] : cases) {

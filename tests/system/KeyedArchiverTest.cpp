@@ -117,7 +117,8 @@ PropertyValue sample()
         {"minus", -1},
         {"most", std::numeric_limits<std::uint64_t>::max()},
         {"real", 36.6},
-        {"text", "37\xC2\xB0""C \xF0\x9F\x92\xBE"},
+        {"text", "37\xC2\xB0"
+                 "C \xF0\x9F\x92\xBE"},
         {"nul", std::string("a\0b", 3)},
         {"$null", "$null"},
         {"same", PropertyArray{"hello", "hello", nullptr, 1, 36.6}},
@@ -142,8 +143,8 @@ TEST(KeyedArchiver, GivesBackEveryKindOfValueExact)
 TEST(KeyedArchiver, LaysObjectsOutInTheOrderOfThePlatform)
 {
     // The structure of the macOS fixture: contents before the class, keys before values, the null an object.
-    const PropertyValue value =
-        PropertyTable{{"array", PropertyArray{nullptr, "hello", 34545, PropertyTable{{"key", "val"}}}}, {"string", "hello"}};
+    const PropertyValue value = PropertyTable{
+        {"array", PropertyArray{nullptr, "hello", 34545, PropertyTable{{"key", "val"}}}}, {"string", "hello"}};
     const ObjectTable list = readBinaryPropertyList(archivedDataWithRootObject(value));
     ASSERT_EQ(list.top, 0U);
     const auto& root = std::get<Dictionary>(list.objects[0]);
@@ -163,10 +164,10 @@ TEST(KeyedArchiver, LaysObjectsOutInTheOrderOfThePlatform)
             slots.push_back(leaf.text() ? *leaf.text() : std::to_string(*leaf.get<int>()));
         }
     }
-    EXPECT_THAT(slots, testing::ElementsAre("$null", "NS.keys NS.objects $class ", "array", "string",
-                                            "NS.objects $class ", "$class ", "$classname $classes ", "hello", "34545",
-                                            "NS.keys NS.objects $class ", "key", "val", "$classname $classes ",
-                                            "$classname $classes "));
+    EXPECT_THAT(slots,
+                testing::ElementsAre("$null", "NS.keys NS.objects $class ", "array", "string", "NS.objects $class ",
+                                     "$class ", "$classname $classes ", "hello", "34545", "NS.keys NS.objects $class ",
+                                     "key", "val", "$classname $classes ", "$classname $classes "));
 }
 
 TEST(KeyedArchiver, RefusesAValueThatNestsWithoutEnd)
@@ -225,9 +226,13 @@ TEST(KeyedUnarchiver, SaysWhatIsWrongWithAHostileArchiveAndWhere)
     };
     const Case cases[] = {
         {"object 3 of the archive: contains itself",
-         [](ArchiveBuilder& b, auto array, auto) { return b.object(array, {{"NS.objects", b.references({3})}}); }},
+         [](ArchiveBuilder& b, auto array, auto) {
+             return b.object(array, {{"NS.objects", b.references({3})}});
+         }},
         {"refers to object 99 of 4",
-         [](ArchiveBuilder& b, auto array, auto) { return b.object(array, {{"NS.objects", b.references({99})}}); }},
+         [](ArchiveBuilder& b, auto array, auto) {
+             return b.object(array, {{"NS.objects", b.references({99})}});
+         }},
         {"refers to object 18446744073709551615 of", [](ArchiveBuilder&, auto, auto) { return ~std::uint64_t{0}; }},
         {"has no class", [](ArchiveBuilder& b, auto, auto) { return b.object(0, {}); }},
         {"has a class without a name", [](ArchiveBuilder& b, auto, auto) { return b.object(3, {}); }},
@@ -259,14 +264,14 @@ TEST(KeyedUnarchiver, SaysWhatIsWrongWithAHostileArchiveAndWhere)
          [](ArchiveBuilder& b, auto, auto) {
              return b.object(b.classNamed("NSString"), {{"NS.string", b.value(Data(17))}});
          }},
-        {"is a bare array or reference",
-         [](ArchiveBuilder& b, auto, auto) { return b.slot(b.references({0})); }},
+        {"is a bare array or reference", [](ArchiveBuilder& b, auto, auto) { return b.slot(b.references({0})); }},
     };
     for (const Case& testCase : cases) {
         ArchiveBuilder builder;
         const auto array = builder.classNamed("NSArray");
         const auto table = builder.classNamed("NSDictionary");
-        EXPECT_THAT(failure(builder.archive(testCase.build(builder, array, table))), testing::HasSubstr(testCase.fault));
+        EXPECT_THAT(failure(builder.archive(testCase.build(builder, array, table))),
+                    testing::HasSubstr(testCase.fault));
     }
 }
 

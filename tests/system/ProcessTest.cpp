@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/Process.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <thread>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace vantorel::system {
 namespace {
@@ -28,6 +27,12 @@ Data bytes(std::string_view text)
 /// Holds the process to what it had at the start: no descriptor, thread or child more.
 class ProcessTest : public testing::Test {
 protected:
+    ProcessTest()
+    {
+        std::thread([] {}).join(); // a sanitizer starts a thread of its own with the first one
+        threads_ = count("/proc/self/task");
+    }
+
     static std::ptrdiff_t count(const char* folder)
     {
         return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
@@ -36,6 +41,9 @@ protected:
     void TearDown() override
     {
         EXPECT_EQ(count("/proc/self/fd"), descriptors_);
+        const auto deadline = std::chrono::steady_clock::now() + 5s; // a joined thread may show a moment longer
+        while (count("/proc/self/task") != threads_ && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
         EXPECT_EQ(count("/proc/self/task"), threads_);
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
         EXPECT_EQ(errno, ECHILD);
@@ -43,7 +51,7 @@ protected:
 
 private:
     std::ptrdiff_t descriptors_ = count("/proc/self/fd");
-    std::ptrdiff_t threads_ = count("/proc/self/task");
+    std::ptrdiff_t threads_ = 0;
 };
 
 /// Launches tools, each reading what the one before wrote, and reads the end of the chain.

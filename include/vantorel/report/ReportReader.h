@@ -24,11 +24,11 @@ struct ReportDrive {
     std::optional<std::string> vendor;
     std::optional<std::string> model;
     std::optional<std::string> bsdName;
-    std::optional<std::string> interface;    ///< raw text such as "ahci"
-    std::optional<std::string> kind;         ///< raw text such as "ssd"
-    std::optional<std::string> protocol;     ///< raw text such as "sata"
-    std::optional<Data> smartData;           ///< the ATA data sector or the NVMe health log
-    std::optional<Data> thresholdsData;      ///< the ATA thresholds sector
+    std::optional<std::string> interface;        ///< raw text such as "ahci"
+    std::optional<std::string> kind;             ///< raw text such as "ssd"
+    std::optional<std::string> protocol;         ///< raw text such as "sata"
+    std::optional<Data> smartData;               ///< the ATA data sector or the NVMe health log
+    std::optional<Data> thresholdsData;          ///< the ATA thresholds sector
     std::optional<PropertyTable> processedSmart; ///< the values as they were shown when the report was made
 
     bool operator==(const ReportDrive&) const = default;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "BinaryPropertyList.h"
-
 #include "Utf16.h"
 #include "vantorel/base/Text.h"
 
@@ -66,8 +65,7 @@ class Reader {
 public:
     Reader(DataView bytes, const Trailer& trailer)
         : body_(bytes.first(trailer.tableOffset)), trailer_(trailer), unread_(body_.size() - headerSize)
-    {
-    }
+    {}
 
     ObjectTable::Object object(std::size_t number, std::uint64_t offset)
     {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "BinaryPropertyList.h"
-
 #include "Utf16.h"
 
 #include <algorithm>

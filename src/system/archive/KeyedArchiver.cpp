@@ -154,8 +154,8 @@ private:
         const auto [known, isNew] = classes_.try_emplace(className, slots_.size());
         if (isNew) {
             const Index chain = plist_.add(ObjectTable::Array{name(className), name("NSObject")});
-            newSlot(plist_.add(
-                ObjectTable::Dictionary{{name("$classname"), name("$classes")}, {name(className), chain}}));
+            newSlot(
+                plist_.add(ObjectTable::Dictionary{{name("$classname"), name("$classes")}, {name(className), chain}}));
         }
         return known->second;
     }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/KeyedArchiver.h"
-
 #include "BinaryPropertyList.h"
 #include "XmlPropertyList.h"
 #include "vantorel/base/Bytes.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/system/KeyedArchiver.h"
 
 #include <algorithm>
 #include <array>
@@ -48,7 +47,8 @@ std::string quoted(std::string_view text)
 {
     constexpr std::size_t longest = 80;
     std::string shown = base::toUtf8(text.substr(0, longest));
-    std::ranges::replace_if(shown, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    std::ranges::replace_if(
+        shown, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
     return '"' + shown + '"';
 }
 
@@ -57,8 +57,7 @@ class Unarchiver {
 public:
     Unarchiver(const ObjectTable& plist, std::size_t archiveSize)
         : plist_(plist), bytesLeft_(archiveSize + mostSharedBytes)
-    {
-    }
+    {}
 
     PropertyValue root()
     {

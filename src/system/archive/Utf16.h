@@ -8,7 +8,8 @@
 
 namespace vantorel::system {
 
-/// UTF-8 from UTF-16 with the higher byte of each unit first. A lone surrogate becomes U+FFFD, a last odd byte falls away.
+/// UTF-8 from UTF-16 with the higher byte of each unit first. A lone surrogate becomes U+FFFD, a last odd byte falls
+/// away.
 [[nodiscard]] std::string utf8FromUtf16(DataView bigEndianUnits);
 
 /// The other way; `text` is well-formed UTF-8.
