@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "BinaryPropertyList.h"
 #include "XmlPropertyList.h"
-#include "vantorel/base/Bytes.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/system/KeyedArchiver.h"
 
@@ -110,7 +109,7 @@ private:
     PropertyValue object(ObjectTable::Uid reference, int depth)
     {
         if (reference.value == 0)
-            return spend(0), PropertyValue();
+            return copied(nullptr);
         const ObjectTable::Object& object = entry(reference);
         const std::size_t outer = std::exchange(slot_, static_cast<std::size_t>(reference.value));
         if (depth > deepestArchivedValue)
@@ -249,10 +248,12 @@ private:
     PropertyValue uuid(const ObjectTable::Dictionary& members)
     {
         const auto* const leaf = member<PropertyValue>(members, "NS.uuidbytes");
-        const auto bytes = readRecord<decltype(base::Uuid::bytes)>(leaf && leaf->data() ? *leaf->data() : Data());
-        if (!bytes || leaf->data()->size() != bytes->size())
+        const Data* const data = leaf ? leaf->data() : nullptr;
+        if (!data || data->size() != sizeof(base::Uuid))
             fail("has no sixteen NS.uuidbytes");
-        return copied(base::Uuid{*bytes});
+        base::Uuid uuid;
+        std::ranges::copy(*data, uuid.bytes.begin());
+        return copied(uuid);
     }
 
     PropertyValue url(const ObjectTable::Dictionary& members, int depth)
