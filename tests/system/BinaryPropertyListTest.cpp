@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/archive/BinaryPropertyList.h"
+#include "system/propertylist/BinaryPropertyList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -53,6 +53,34 @@ TEST(BinaryPropertyList, ReadsEachKindOfEntry)
     const ObjectTable other = readBinaryPropertyList(list({{0x81, 1, 2}, {0x33, 0x40, 0x14, 0, 0, 0, 0, 0, 0}}, 2));
     EXPECT_EQ(std::get<ObjectTable::Uid>(other.objects.at(0)).value, 0x0102U);
     EXPECT_EQ(std::get<ObjectTable::Date>(other.objects.at(1)).seconds, 5.0);
+}
+
+TEST(BinaryPropertyList, ExpandsIntoOneValueWithinItsLimits)
+{
+    const Data whole = list({{0xD3, 1, 2, 3, 4, 5, 4},
+                             {0x51, 'a'},
+                             {0x51, 'b'},
+                             {0x51, 'c'},
+                             {0xA2, 5, 6},
+                             {0x33, 0x41, 0x80, 0, 0, 0, 0, 0, 0}, // 2^25 seconds
+                             {0x80, 7}},
+                            7);
+    const PropertyArray shared = {"2002-01-24T08:40:32Z", PropertyTable{{"CF$UID", 7}}};
+    EXPECT_EQ(readPropertyList(whole), PropertyValue(PropertyTable{{"a", shared}, {"b", shared[0]}, {"c", shared}}));
+    EXPECT_NO_THROW((void)readPropertyList(whole, {.depth = 2, .values = 8}));
+
+    const std::tuple<Data, PropertyListLimits, std::string> cases[] = {
+        {whole, {.values = 7}, "more values"},
+        {whole, {.depth = 1}, "nested too deeply"},
+        {whole, {.bytes = 2}, "more text"},
+        {list({{0xA1, 0}}, 1), {}, "nested too deeply"},
+        {list({{0xD1, 1, 1}, {0x08}}, 2), {}, "a key that is no text"},
+        {list({{0x33, 0x7F, 0xF0, 0, 0, 0, 0, 0, 0}}, 1), {}, "a date beyond the calendar"},
+    };
+    for (const auto& [bytes, limits, fault] : cases) {
+        EXPECT_THAT([&] { (void)readPropertyList(bytes, limits); },
+                    testing::ThrowsMessage<PropertyListError>(testing::HasSubstr(fault)));
+    }
 }
 
 TEST(BinaryPropertyList, RefusesWhatBreaksItsRules)

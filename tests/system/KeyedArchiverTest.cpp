@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/KeyedArchiver.h"
 
-#include "system/archive/BinaryPropertyList.h"
+#include "system/propertylist/BinaryPropertyList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

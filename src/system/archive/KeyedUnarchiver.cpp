@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "BinaryPropertyList.h"
-#include "XmlPropertyList.h"
+#include "XmlArchive.h"
+#include "system/propertylist/BinaryPropertyList.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/system/KeyedArchiver.h"
 
@@ -302,7 +302,7 @@ PropertyValue unarchiveObjectWithData(DataView archive)
 {
     try {
         const ObjectTable plist =
-            isBinaryPropertyList(archive) ? readBinaryPropertyList(archive) : readXmlPropertyList(archive);
+            isBinaryPropertyList(archive) ? readBinaryPropertyList(archive) : readXmlArchive(archive);
         return Unarchiver(plist, archive.size()).root();
     } catch (const PropertyListError& error) {
         throw KeyedArchiveError(error.what());

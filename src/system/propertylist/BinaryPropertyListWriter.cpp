@@ -147,12 +147,6 @@ private:
 
 } // namespace
 
-ObjectTable::Index ObjectTable::add(Object object)
-{
-    objects.push_back(std::move(object));
-    return static_cast<Index>(objects.size() - 1);
-}
-
 Data writeBinaryPropertyList(const ObjectTable& table)
 {
     return Writer(table).write();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "XmlPropertyList.h"
+#include "XmlArchive.h"
 
 #include <optional>
 #include <utility>
@@ -41,7 +41,7 @@ ObjectTable::Index flatten(PropertyValue& value, ObjectTable& table)
 
 } // namespace
 
-ObjectTable readXmlPropertyList(DataView bytes)
+ObjectTable readXmlArchive(DataView bytes)
 {
     PropertyListLimits limits;
     limits.depth = deepest;
