@@ -5,7 +5,7 @@
 
 namespace vantorel::system {
 
-PropertyValue readPropertyList(DataView bytes, const PropertyListLimits &limits)
+PropertyValue readPropertyList(DataView bytes, const PropertyListLimits& limits)
 {
     return readXmlForm(bytes, limits);
 }
