@@ -2,6 +2,7 @@
 #include "MachineChoice.h"
 
 #include "Command.h"
+#include "ReportFile.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/system/Machine.h"
@@ -47,7 +48,7 @@ void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& p
 
 void addMachineOption(CLI::App& app)
 {
-    app.add_option(machineOption, "The machine to look at: a recording, or a registry listing; else a sample")
+    app.add_option(machineOption, "The machine to look at: a recording, a registry listing or a report; else a sample")
         ->type_name("PATH");
 }
 
@@ -61,7 +62,7 @@ std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
         path = samplePath();
         fmt::print(stderr, "vantorel: no --machine given: this is the sample {}\n", path);
     }
-    auto recording = recorded::loadRecording(path);
+    auto recording = isReport(path) ? reportedMachine(path) : recorded::loadRecording(path);
     tellFaults(recording.faults, path);
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
     system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), playback));

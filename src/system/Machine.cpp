@@ -2,6 +2,7 @@
 #include "vantorel/system/Machine.h"
 
 #include "DiskService.h"
+#include "vantorel/system/RegistryTool.h"
 
 #include <atomic>
 #include <mutex>
@@ -109,6 +110,7 @@ void install(std::unique_ptr<Machine> newMachine)
         last = std::exchange(installed().current, next);
     }
     last->line.close();
+    provideRegistryTool();
     DiskService::shared().tellRemovalOfAll();
     next->machine->start(next->line);
 }
