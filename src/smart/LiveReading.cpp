@@ -12,13 +12,13 @@ system::PlugInHandle openPlugIn(const Drive& drive, const base::Uuid& pluginType
 {
     const system::IOHandle service = getSmartService(drive);
     if (!service)
-        throw SmartError("Unable to find S.M.A.R.T service.");
+        throw SmartOpenError("Unable to find S.M.A.R.T service.");
     system::PlugInHandle handle = nullptr;
     std::int32_t score = 0;
     const auto status =
         system::IOCreatePlugInInterfaceForService(service.get(), pluginType, kIOCFPlugInInterfaceID, handle, score);
     if (status != system::KERN_SUCCESS)
-        throw SmartError("Unable to create S.M.A.R.T plugin interface.");
+        throw SmartOpenError("Unable to create S.M.A.R.T plugin interface.");
     return handle;
 }
 
@@ -35,8 +35,7 @@ system::IOHandle getSmartService(const Drive& drive)
         entry = std::move(parent);
         if (!entry)
             break;
-        const auto declared =
-            system::IORegistryEntryCreateCFProperty(entry.get(), key, system::kCFAllocatorDefault, 0);
+        const auto declared = system::IORegistryEntryCreateCFProperty(entry.get(), key, system::kCFAllocatorDefault, 0);
         if (declared && declared->get<bool>().value_or(false))
             break;
     }

@@ -53,9 +53,8 @@ public:
     bool claim(PlugIn& plugIn)
     {
         const std::scoped_lock lock(mutex_);
-        if (std::ranges::any_of(live_, [&](const auto& other) {
-                return other->isStarted_ && other->service_ == plugIn.service_;
-            }))
+        if (std::ranges::any_of(
+                live_, [&](const auto& other) { return other->isStarted_ && other->service_ == plugIn.service_; }))
             return false;
         plugIn.isStarted_ = true;
         plugIn.isStopped_ = false;
@@ -164,7 +163,8 @@ std::int32_t PlugIn::query(CFUUIDBytes iid, void** ppv)
     if (!callPasses("QueryInterface"))
         return E_NOINTERFACE;
     Answer answer = commands(iid);
-    if (!answer.handle && (iid == CFUUIDGetUUIDBytes(kIOCFPlugInInterfaceID) || iid == CFUUIDGetUUIDBytes(IUnknownUUID)))
+    if (!answer.handle &&
+        (iid == CFUUIDGetUUIDBytes(kIOCFPlugInInterfaceID) || iid == CFUUIDGetUUIDBytes(IUnknownUUID)))
         answer = {handle(), &base_.references};
     if (!answer.handle)
         return E_NOINTERFACE;

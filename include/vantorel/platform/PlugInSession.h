@@ -16,20 +16,20 @@ namespace vantorel {
 template <typename Interface>
 class PlugInSession {
 public:
-    /// Takes over the handle and asks for the interface with this id. Throws `SmartError`; a handle that cannot be used
-    /// is left alone.
+    /// Takes over the handle and asks for the interface with this id. Throws `SmartOpenError`; a handle that cannot be
+    /// used is left alone.
     PlugInSession(system::PlugInHandle handle, const base::Uuid& interfaceId)
         : plugIn_(PlugInInterface::create(handle)), end_(plugIn_ ? handle : nullptr)
     {
         if (!plugIn_)
-            throw SmartError("Unable to access plugin interface.");
+            throw SmartOpenError("Unable to access plugin interface.");
         // The reference that the query adds ends with the plug-in.
         void* interface = nullptr;
         if (plugIn_->QueryInterface(system::CFUUIDGetUUIDBytes(interfaceId), &interface) != system::kIOReturnSuccess)
-            throw SmartError("Unable to query plugin interface.");
+            throw SmartOpenError("Unable to query plugin interface.");
         interface_ = Interface::create(static_cast<typename Interface::Handle>(interface));
         if (!interface_)
-            throw SmartError("Unable to create S.M.A.R.T interface.");
+            throw SmartOpenError("Unable to create S.M.A.R.T interface.");
     }
 
     [[nodiscard]] const Interface& interface() const { return *interface_; }

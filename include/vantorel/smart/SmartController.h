@@ -41,7 +41,8 @@ public:
 
     // The reads of live drives. Each looks for the nearest registry entry above the drive's own that declares itself
     // SMART capable, opens a plug-in there and is finished with it at return. Which of the two fits is for the caller
-    // to say, by `Drive::interface`. They throw `SmartError` and block the calling thread; reads of different drives may
+    // to say, by `Drive::interface`. They throw `SmartError`, of the kind
+    // `SmartOpenError` as long as no command was sent, and block the calling thread; reads of different drives may
     // run on different threads at once, of one drive the second fails.
 
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;

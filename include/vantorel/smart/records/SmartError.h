@@ -20,4 +20,10 @@ private:
     std::string text_;
 };
 
+/// A `SmartError` of a drive that could not be opened: it was sent no command.
+class SmartOpenError : public SmartError {
+public:
+    using SmartError::SmartError;
+};
+
 } // namespace vantorel
