@@ -15,12 +15,12 @@ namespace vantorel::host {
 /// What the command ends with: these bits, OR-ed over all drives that a run looked at.
 enum Status : int {
     success = 0,
-    usageError = 1,         ///< wrong use, or a file that cannot be read
-    driveNotOpened = 2,     ///< a drive could not be opened
-    readFailed = 4,         ///< a read failed or gave invalid data
-    driveFailing = 8,       ///< a pre-failure attribute failed now, or an NVMe critical warning is set
-    preFailReached = 16,    ///< a pre-failure attribute is at or below its threshold
-    attributeReached = 32,  ///< an attribute failed in the past, or an old-age attribute is at or below its threshold
+    usageError = 1,        ///< wrong use, or a file that cannot be read
+    driveNotOpened = 2,    ///< a drive could not be opened
+    readFailed = 4,        ///< a read failed or gave invalid data
+    driveFailing = 8,      ///< a pre-failure attribute failed now, or an NVMe critical warning is set
+    preFailReached = 16,   ///< a pre-failure attribute is at or below its threshold
+    attributeReached = 32, ///< an attribute failed in the past, or an old-age attribute is at or below its threshold
 };
 
 /// A failure that ends the run with `usageError`: `vantorel: WHAT: WHY` on standard error.
@@ -35,8 +35,7 @@ void complain(std::string_view what, std::string_view why);
 /// Writes to standard output; throws `CommandError` when the output cannot take it.
 void print(std::string_view text);
 
-/// The whole file, or its first `limit` bytes when it is longer; throws `CommandError` when it is missing, a folder or
-/// cannot be read.
+/// The whole file. Throws `CommandError` when it is missing, a folder, larger than `limit` bytes or cannot be read.
 [[nodiscard]] Data readFile(const std::string& path, std::size_t limit);
 
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Command.h"
+#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/smart/Version.h"
+
+#include <fmt/format.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -10,11 +14,20 @@ using namespace vantorel;
 
 namespace {
 
+std::string versionText()
+{
+    return fmt::format("vantorel {}\ndrive table {}", reinterpret_cast<const char*>(VantorelVersionString),
+                       builtin_knowndrives[0].modelfamily);
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("State and health of a machine's drives", "vantorel");
     app.require_subcommand(1);
+    app.set_version_flag("--version", versionText(), "Print the versions of the library and of the drive table");
     int status = host::success;
+    host::addDecode(app, status);
+    host::addDatabase(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {

@@ -10,11 +10,6 @@ namespace vantorel::base {
 
 namespace {
 
-constexpr char lowercased(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 /// The length of the well-formed UTF-8 sequence at the start of `bytes`, 0 when there is none (Unicode, table 3-7).
 std::size_t sequenceLength(std::string_view bytes)
 {

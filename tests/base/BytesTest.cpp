@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/base/Base64.h"
 #include "vantorel/base/Bytes.h"
+#include "vantorel/base/Base64.h"
 #include "vantorel/base/Uuid.h"
 
 #include <gtest/gtest.h>
@@ -43,8 +43,14 @@ TEST(Uuid, ReadsItsOwnTextInEitherCaseAndNothingElse)
 TEST(Base64, MatchesTheVectorsOfRfc4648)
 {
     const std::pair<const char*, const char*> vectors[] = {
-        {"", ""},         {"f", "Zg=="},         {"fo", "Zm8="},          {"foo", "Zm9v"},
-        {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}, {"\xFF\xFE\xFB", "//77"},
+        {"", ""},
+        {"f", "Zg=="},
+        {"fo", "Zm8="},
+        {"foo", "Zm9v"},
+        {"foob", "Zm9vYg=="},
+        {"fooba", "Zm9vYmE="},
+        {"foobar", "Zm9vYmFy"},
+        {"\xFF\xFE\xFB", "//77"},
     };
     for (const auto& [plain, text] : vectors) {
         EXPECT_EQ(base::base64(bytesOf(plain)), text);

@@ -30,13 +30,16 @@ TEST(Text, EveryByteOutsideAWellFormedSequenceBecomesOneReplacementCharacter)
 {
     const std::string mark = "\xEF\xBF\xBD";
     const std::pair<std::string, std::string> cases[] = {
-        {"35\xC2\xB0""C", "35\xC2\xB0""C"},
+        {"35\xC2\xB0"
+         "C",
+         "35\xC2\xB0"
+         "C"},
         {"\xF0\x9F\x92\xBE", "\xF0\x9F\x92\xBE"},
         {"a\xFFz", "a" + mark + "z"},
-        {"\xC0\xAF", mark + mark},             // overlong
-        {"\xED\xA0\x80", mark + mark + mark},  // surrogate
+        {"\xC0\xAF", mark + mark},            // overlong
+        {"\xED\xA0\x80", mark + mark + mark}, // surrogate
         {"\xF4\x90\x80\x80", mark + mark + mark + mark},
-        {"\xE2\x82", mark + mark},             // cut
+        {"\xE2\x82", mark + mark}, // cut
     };
     for (const auto& [bytes, text] : cases) {
         EXPECT_EQ(toUtf8(bytes), text);

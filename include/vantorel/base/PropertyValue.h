@@ -44,20 +44,19 @@ public:
     enum class Type { null, boolean, integer, real, text, data, uuid, array, table };
 
     PropertyValue() = default;
-    PropertyValue(std::nullptr_t) {}                                             // NOLINT(google-explicit-constructor)
-    PropertyValue(bool value) : value_(value) {}                                 // NOLINT(google-explicit-constructor)
-    PropertyValue(double value) : value_(value) {}                               // NOLINT(google-explicit-constructor)
-    PropertyValue(std::string value) : value_(std::move(value)) {}               // NOLINT(google-explicit-constructor)
-    PropertyValue(std::string_view value) : value_(std::string(value)) {}        // NOLINT(google-explicit-constructor)
-    PropertyValue(const char* value) : value_(std::string(value)) {}             // NOLINT(google-explicit-constructor)
-    PropertyValue(Data value) : value_(std::move(value)) {}                      // NOLINT(google-explicit-constructor)
-    PropertyValue(base::Uuid value) : value_(value) {}                           // NOLINT(google-explicit-constructor)
-    PropertyValue(PropertyArray value) : value_(std::move(value)) {}             // NOLINT(google-explicit-constructor)
-    PropertyValue(PropertyTable value) : value_(std::move(value)) {}             // NOLINT(google-explicit-constructor)
+    PropertyValue(std::nullptr_t) {}                                      // NOLINT(google-explicit-constructor)
+    PropertyValue(bool value) : value_(value) {}                          // NOLINT(google-explicit-constructor)
+    PropertyValue(double value) : value_(value) {}                        // NOLINT(google-explicit-constructor)
+    PropertyValue(std::string value) : value_(std::move(value)) {}        // NOLINT(google-explicit-constructor)
+    PropertyValue(std::string_view value) : value_(std::string(value)) {} // NOLINT(google-explicit-constructor)
+    PropertyValue(const char* value) : value_(std::string(value)) {}      // NOLINT(google-explicit-constructor)
+    PropertyValue(Data value) : value_(std::move(value)) {}               // NOLINT(google-explicit-constructor)
+    PropertyValue(base::Uuid value) : value_(value) {}                    // NOLINT(google-explicit-constructor)
+    PropertyValue(PropertyArray value) : value_(std::move(value)) {}      // NOLINT(google-explicit-constructor)
+    PropertyValue(PropertyTable value) : value_(std::move(value)) {}      // NOLINT(google-explicit-constructor)
 
     template <std::integral T>
-        requires(!std::same_as<T, bool>)
-    PropertyValue(T value) // NOLINT(google-explicit-constructor)
+    requires(!std::same_as<T, bool>) PropertyValue(T value) // NOLINT(google-explicit-constructor)
     {
         if (std::in_range<std::int64_t>(value))
             value_ = static_cast<std::int64_t>(value);
@@ -105,8 +104,8 @@ public:
 
 private:
     // An integer is a uint64_t only when it lies beyond the range of int64_t, so that equal numbers compare equal.
-    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Data, base::Uuid, PropertyArray,
-                 PropertyTable>
+    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Data, base::Uuid,
+                 PropertyArray, PropertyTable>
         value_;
 };
 

@@ -9,6 +9,12 @@ namespace vantorel::base {
 /// The text without blanks and tabs at both ends; a view into the argument.
 [[nodiscard]] std::string_view trimmed(std::string_view text);
 
+/// The character, a letter A to Z made small.
+[[nodiscard]] constexpr char lowercased(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 /// The text with the letters A to Z made small; all other bytes stay.
 [[nodiscard]] std::string lowercased(std::string_view text);
 

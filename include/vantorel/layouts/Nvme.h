@@ -16,24 +16,24 @@ using NVMeCounter = std::array<std::uint8_t, 16>;
 
 /// The SMART / Health Information log, log page 2.
 struct NVMeSMARTLog {
-    std::uint8_t critical_warning; ///< bits, one a condition
+    std::uint8_t critical_warning;           ///< bits, one a condition
     std::array<std::uint8_t, 2> temperature; ///< kelvin, low byte first
-    std::uint8_t avail_spare; ///< percent
-    std::uint8_t spare_thresh; ///< percent
-    std::uint8_t percent_used; ///< percent, may exceed 100
+    std::uint8_t avail_spare;                ///< percent
+    std::uint8_t spare_thresh;               ///< percent
+    std::uint8_t percent_used;               ///< percent, may exceed 100
     std::array<std::uint8_t, 26> rsvd6;
-    NVMeCounter data_units_read; ///< units of 1000 blocks of 512 bytes
+    NVMeCounter data_units_read;    ///< units of 1000 blocks of 512 bytes
     NVMeCounter data_units_written; ///< units of 1000 blocks of 512 bytes
-    NVMeCounter host_reads; ///< commands
-    NVMeCounter host_writes; ///< commands
-    NVMeCounter ctrl_busy_time; ///< minutes
+    NVMeCounter host_reads;         ///< commands
+    NVMeCounter host_writes;        ///< commands
+    NVMeCounter ctrl_busy_time;     ///< minutes
     NVMeCounter power_cycles;
     NVMeCounter power_on_hours;
     NVMeCounter unsafe_shutdowns;
     NVMeCounter media_errors;
     NVMeCounter num_err_log_entries;
-    le32 warning_temp_time; ///< minutes
-    le32 critical_comp_time; ///< minutes
+    le32 warning_temp_time;          ///< minutes
+    le32 critical_comp_time;         ///< minutes
     std::array<le16, 8> temp_sensor; ///< kelvin
     std::array<std::uint8_t, 296> rsvd216;
 };
@@ -64,12 +64,12 @@ struct NVMePowerStateData {
     le16 max_power; ///< hundredths of a watt
     std::uint8_t rsvd2;
     std::uint8_t flags;
-    le32 entry_lat; ///< microseconds
-    le32 exit_lat; ///< microseconds
-    std::uint8_t read_tput; ///< relative, 0 is best
-    std::uint8_t read_lat; ///< relative, 0 is best
+    le32 entry_lat;          ///< microseconds
+    le32 exit_lat;           ///< microseconds
+    std::uint8_t read_tput;  ///< relative, 0 is best
+    std::uint8_t read_lat;   ///< relative, 0 is best
     std::uint8_t write_tput; ///< relative, 0 is best
-    std::uint8_t write_lat; ///< relative, 0 is best
+    std::uint8_t write_lat;  ///< relative, 0 is best
     le16 idle_power;
     std::uint8_t idle_scale;
     std::uint8_t rsvd19;
@@ -100,7 +100,7 @@ struct NVMeControllerData {
     le16 ssvid;
     std::array<std::int8_t, 20> sn; ///< serial number
     std::array<std::int8_t, 40> mn; ///< model number
-    std::array<std::int8_t, 8> fr; ///< firmware revision
+    std::array<std::int8_t, 8> fr;  ///< firmware revision
     std::uint8_t rab;
     std::array<std::uint8_t, 3> ieee;
     std::uint8_t cmic;
@@ -204,8 +204,8 @@ static_assert(offsetof(NVMeControllerData, vs) == 3072);
 /// One entry of the Error Information log, log page 1.
 struct NVMeErrorLogPage {
     le64 error_count; ///< 0 for an unused entry
-    le16 sqid; ///< submission queue
-    le16 cmdid; ///< command
+    le16 sqid;        ///< submission queue
+    le16 cmdid;       ///< command
     le16 status_field;
     le16 parm_error_location;
     le64 lba;

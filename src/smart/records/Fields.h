@@ -13,7 +13,7 @@ namespace vantorel::records {
 template <typename Record, typename Value>
 struct Field {
     std::string_view key;
-    Value Record::* member;
+    Value Record::*member;
 };
 
 template <typename Record, typename Value>
@@ -23,7 +23,11 @@ Field(const char*, Value Record::*) -> Field<Record, Value>;
 template <typename Record>
 struct Description;
 
-#define VANTOREL_FIELD(member) Field{#member, &Record::member}
+#define VANTOREL_FIELD(member)                                                                                         \
+    Field                                                                                                              \
+    {                                                                                                                  \
+#member, &Record::member                                                                                       \
+    }
 #define VANTOREL_RECORD(Type, ...)                                                                                     \
     template <>                                                                                                        \
     struct Description<Type> {                                                                                         \
@@ -69,6 +73,9 @@ VANTOREL_RECORD(NVMeSmartObject,
 #undef VANTOREL_FIELD
 
 template <typename T>
-concept Described = requires { Description<T>::fields; };
+concept Described = requires
+{
+    Description<T>::fields;
+};
 
 } // namespace vantorel::records

@@ -94,7 +94,8 @@ struct Place {
 
     [[noreturn]] void fail(const std::string& fault) const
     {
-        throw JsonError((path.empty() ? std::string("the document") : path) + " (" + std::string(record) + "): " + fault);
+        throw JsonError((path.empty() ? std::string("the document") : path) + " (" + std::string(record) +
+                        "): " + fault);
     }
 
     [[noreturn]] void failType(std::string_view wanted, const ReadJson& json) const

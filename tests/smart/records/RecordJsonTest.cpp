@@ -61,16 +61,18 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 TEST(RecordJson, WritesEveryFieldUnderItsNameInOrder)
 {
     EXPECT_EQ(toJson(hours()), hoursJson);
-    EXPECT_EQ(toJson(result()), std::string(R"({"deviceInfo":{"model":"M","serial":"S","firmware":"F"},"smartValues":[)") +
-                                    hoursJson + R"(],"health":96,"assessment":"Drive Assessment","status":"ok","rawData":"//77"})");
-    const NVMeSmartObject nvme{.deviceInfo = {"M", "S", "F", {{"1.0W", "2.0W", "3", "4", "5", "6", "7", "8"}}},
-                               .smartValues = {{"N", "V", SmartValueType::bytes, NVMeSmartAttributeState::warning, "I"}},
-                               .health = 100,
-                               .assessment = "A",
-                               .status = NVMeSmartAttributeState::failed,
-                               .temperature = NVMeSmartValue{"T", "37", SmartValueType::temperature, {}, ""},
-                               .rawData = {},
-                               .rawThresholds = Data{}};
+    EXPECT_EQ(toJson(result()),
+              std::string(R"({"deviceInfo":{"model":"M","serial":"S","firmware":"F"},"smartValues":[)") + hoursJson +
+                  R"(],"health":96,"assessment":"Drive Assessment","status":"ok","rawData":"//77"})");
+    const NVMeSmartObject nvme{
+        .deviceInfo = {"M", "S", "F", {{"1.0W", "2.0W", "3", "4", "5", "6", "7", "8"}}},
+        .smartValues = {{"N", "V", SmartValueType::bytes, NVMeSmartAttributeState::warning, "I"}},
+        .health = 100,
+        .assessment = "A",
+        .status = NVMeSmartAttributeState::failed,
+        .temperature = NVMeSmartValue{"T", "37", SmartValueType::temperature, {}, ""},
+        .rawData = {},
+        .rawThresholds = Data{}};
     EXPECT_EQ(toJson(nvme),
               R"({"deviceInfo":{"model":"M","serial":"S","firmware":"F","powerStates":[{"maxPower":"1.0W",)"
               R"("activePower":"2.0W","readThroughput":"3","readLatency":"4","writeThroughput":"5","writeLatency":"6",)"
@@ -90,15 +92,17 @@ TEST(RecordJson, ReadsBackWhatItWrote)
     full.health = 18446744073709551615U;
     EXPECT_EQ(fromJson<ATASmartObject>(toJson(full)), full);
     EXPECT_EQ(fromJson<ATASmartObject>(toJson(result())), result());
-    const NVMeSmartError error = fromJson<NVMeSmartError>(R"({"status":3,"cmdID":65535,"count":18446744073709551615,"sqID":1})");
+    const NVMeSmartError error =
+        fromJson<NVMeSmartError>(R"({"status":3,"cmdID":65535,"count":18446744073709551615,"sqID":1})");
     EXPECT_EQ(error, (NVMeSmartError{18446744073709551615U, 1, 65535, 3}));
 }
 
 TEST(RecordJson, AnOptionalKeyMayBeNullOrMissingAndOtherKeysAreNotLookedAt)
 {
     const std::string json = toJson(result());
-    EXPECT_EQ(fromJson<ATASmartObject>(replaced(json, R"("health":96)", R"("health":96,"temperature":null,"extra":[{}])")),
-              result());
+    EXPECT_EQ(
+        fromJson<ATASmartObject>(replaced(json, R"("health":96)", R"("health":96,"temperature":null,"extra":[{}])")),
+        result());
 }
 
 TEST(RecordJson, EveryFaultIsToldWithItsPlace)
@@ -128,7 +132,8 @@ TEST(RecordJson, EveryFaultIsToldWithItsPlace)
 
     EXPECT_THAT(fault<ATASmartObject>(replaced(toJson(result()), R"("current":99)", R"("current":999)")),
                 HasSubstr("smartValues[0].current (ATASmartValue): 999 does not fit 0 to 255"));
-    EXPECT_THAT(fault<ATASmartObject>(replaced(toJson(result()), "//77", "//7")), HasSubstr("rawData (ATASmartObject): is no Base64"));
+    EXPECT_THAT(fault<ATASmartObject>(replaced(toJson(result()), "//77", "//7")),
+                HasSubstr("rawData (ATASmartObject): is no Base64"));
     EXPECT_THAT(fault<NVMeSmartError>(R"({"count":18446744073709551616,"sqID":1,"cmdID":1,"status":1})"),
                 HasSubstr("count (NVMeSmartError): 1.8446744073709552e+19 does not fit 0 to 18446744073709551615"));
 }

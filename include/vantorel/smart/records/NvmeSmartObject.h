@@ -13,9 +13,9 @@ namespace vantorel {
 
 /// One power state, all of it as texts for a reader.
 struct NVMePowerState {
-    std::string maxPower;        ///< with "mW" or "W"
-    std::string activePower;     ///< with "mW" or "W"
-    std::string readThroughput;  ///< relative rank, 0 is best
+    std::string maxPower;       ///< with "mW" or "W"
+    std::string activePower;    ///< with "mW" or "W"
+    std::string readThroughput; ///< relative rank, 0 is best
     std::string readLatency;
     std::string writeThroughput; ///< relative rank, 0 is best
     std::string writeLatency;

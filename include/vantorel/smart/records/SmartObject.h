@@ -24,7 +24,8 @@ public:
     /// The thresholds sector of an ATA result. Owned by the result.
     [[nodiscard]] const std::optional<Data>& rawThresholds() const
     {
-        return std::visit([](const auto& object) -> const std::optional<Data>& { return object.rawThresholds; }, object_);
+        return std::visit([](const auto& object) -> const std::optional<Data>& { return object.rawThresholds; },
+                          object_);
     }
 
     /// The result as a `T`, one of the two record types; nothing when it is of the other kind. Owned by the result.

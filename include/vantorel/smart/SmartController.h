@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "vantorel/ata/ATASmartController.h"
+#include "vantorel/base/Data.h"
+#include "vantorel/nvme/NVMeSmartController.h"
+#include "vantorel/smart/records/SmartObject.h"
+
+#include <optional>
+#include <string>
+
+namespace vantorel {
+
+/// The door to health results. It decides nothing about health itself: it chooses the reader and passes the bytes on.
+///
+/// There is one instance, made at first use together with its two readers; it lives until the process ends. It caches
+/// nothing and takes no locks; every call runs wholly on the caller's thread.
+class SmartController {
+public:
+    /// The one instance. Safe against concurrent first use.
+    [[nodiscard]] static SmartController& shared();
+
+    SmartController(const SmartController&) = delete;
+    SmartController& operator=(const SmartController&) = delete;
+
+    [[nodiscard]] const NVMeSmartController& nvmeSmartController() const { return nvmeSmartController_; }
+    [[nodiscard]] const ATASmartController& ataSmartController() const { return ataSmartController_; }
+
+    /// The result of bytes that were saved earlier, without any drive.
+    ///
+    /// With `nvme`, `data` is a SMART / Health Information log, and the other arguments are not looked at. Without it,
+    /// `data` and `thresholdsData` are the two sectors of ATA SMART; `model` selects the row of the drive table
+    /// (firmware and serial are the empty text), and `isSSD` tells which kind of drive it was. Absent when a buffer
+    /// holds fewer than 512 bytes or an ATA result has no thresholds. Throws nothing of its own.
+    [[nodiscard]] std::optional<SmartObject> processExtractedSmart(DataView data,
+                                                                   std::optional<DataView> thresholdsData, bool nvme,
+                                                                   bool isSSD, const std::string& model) const;
+
+private:
+    SmartController() = default;
+
+    NVMeSmartController nvmeSmartController_;
+    ATASmartController ataSmartController_;
+};
+
+} // namespace vantorel

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/base/Text.h"
+#include "vantorel/system/Localization.h"
+#include "vantorel/system/PropertyList.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace vantorel::system {
+
+namespace {
+
+std::string_view textView(DataView bytes)
+{
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+void appendUtf8(std::string& text, char32_t c)
+{
+    if (c < 0x80) {
+        text += static_cast<char>(c);
+        return;
+    }
+    const int trailing = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    constexpr std::array<unsigned, 4> leads = {0, 0xC0, 0xE0, 0xF0};
+    text += static_cast<char>(leads[static_cast<std::size_t>(trailing)] | c >> (6 * trailing));
+    for (int k = trailing - 1; k >= 0; --k)
+        text += static_cast<char>(0x80 | (c >> (6 * k) & 0x3F));
+}
+
+constexpr bool isHighSurrogate(char32_t c)
+{
+    return c >= 0xD800 && c < 0xDC00;
+}
+
+constexpr bool isLowSurrogate(char32_t c)
+{
+    return c >= 0xDC00 && c < 0xE000;
+}
+
+constexpr char32_t fromSurrogates(char32_t high, char32_t low)
+{
+    return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+constexpr char32_t replacement = 0xFFFD;
+
+/// UTF-16 as UTF-8; a lone surrogate and a last odd byte become U+FFFD.
+std::string fromUtf16(DataView bytes, bool bigEndian)
+{
+    const auto unit = [&](std::size_t i) {
+        const char32_t first = bytes[i];
+        const char32_t second = bytes[i + 1];
+        return bigEndian ? first << 8 | second : second << 8 | first;
+    };
+    std::string text;
+    std::size_t i = 0;
+    for (; i + 1 < bytes.size(); i += 2) {
+        char32_t c = unit(i);
+        if (isHighSurrogate(c) && i + 3 < bytes.size() && isLowSurrogate(unit(i + 2))) {
+            c = fromSurrogates(c, unit(i + 2));
+            i += 2;
+        } else if (isHighSurrogate(c) || isLowSurrogate(c)) {
+            c = replacement;
+        }
+        appendUtf8(text, c);
+    }
+    if (i < bytes.size())
+        appendUtf8(text, replacement);
+    return text;
+}
+
+/// The contents as UTF-8 without byte order mark.
+std::string decoded(DataView bytes)
+{
+    const std::string_view text = textView(bytes);
+    if (text.starts_with("\xFF\xFE"))
+        return fromUtf16(bytes.subspan(2), false);
+    if (text.starts_with("\xFE\xFF"))
+        return fromUtf16(bytes.subspan(2), true);
+    return base::toUtf8(text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text);
+}
+
+class Parser {
+public:
+    explicit Parser(std::string_view text) : text_(text) {}
+
+    Translations parse()
+    {
+        Translations translations;
+        skipBlanks();
+        const bool braced = accept('{');
+        for (skipBlanks(); place_ < text_.size() && text_[place_] != '}'; skipBlanks()) {
+            std::string key = word();
+            std::string value = key;
+            skipBlanks();
+            if (accept('=')) {
+                skipBlanks();
+                value = word();
+                skipBlanks();
+            }
+            if (!accept(';'))
+                fail("';' is missing behind an entry");
+            translations.insert_or_assign(std::move(key), std::move(value));
+        }
+        if (braced && !accept('}'))
+            fail("'}' is missing");
+        skipBlanks();
+        if (place_ < text_.size())
+            fail("text behind the end of the table");
+        return translations;
+    }
+
+private:
+    [[noreturn]] void fail(std::string_view fault) const
+    {
+        const auto line = 1 + std::count(text_.begin(), text_.begin() + static_cast<std::ptrdiff_t>(place_), '\n');
+        throw TranslationError("line " + std::to_string(line) + ": " + std::string(fault));
+    }
+
+    bool accept(char c)
+    {
+        if (place_ == text_.size() || text_[place_] != c)
+            return false;
+        ++place_;
+        return true;
+    }
+
+    /// Blanks and comments.
+    void skipBlanks()
+    {
+        for (;;) {
+            place_ = std::min(text_.find_first_not_of(" \t\r\n\f\v", place_), text_.size());
+            const std::string_view rest = text_.substr(place_);
+            if (rest.starts_with("//")) {
+                place_ = std::min(text_.find('\n', place_), text_.size());
+            } else if (rest.starts_with("/*")) {
+                const auto end = text_.find("*/", place_ + 2);
+                if (end == std::string_view::npos)
+                    fail("a comment without end");
+                place_ = end + 2;
+            } else {
+                return;
+            }
+        }
+    }
+
+    /// A quoted text, or a bare word of the characters that need no quotes.
+    std::string word()
+    {
+        if (accept('"'))
+            return quoted();
+        const std::size_t start = place_;
+        constexpr std::string_view bare = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_$/:.-";
+        place_ = std::min(text_.find_first_not_of(bare, place_), text_.size());
+        if (place_ == start)
+            fail("a text is missing");
+        return std::string(text_.substr(start, place_ - start));
+    }
+
+    std::string quoted()
+    {
+        std::string text;
+        while (!accept('"')) {
+            if (place_ == text_.size())
+                fail("a text without closing quote");
+            const char c = text_[place_++];
+            if (c == '\\')
+                appendEscape(text);
+            else
+                text += c;
+        }
+        return text;
+    }
+
+    void appendEscape(std::string& text)
+    {
+        if (place_ == text_.size())
+            fail("a text without closing quote");
+        const char c = text_[place_++];
+        constexpr std::string_view letters = "abfnrtv";
+        constexpr std::string_view controls = "\a\b\f\n\r\t\v";
+        if (const auto found = letters.find(c); found != std::string_view::npos) {
+            text += controls[found];
+        } else if (c == 'U' || c == 'u') {
+            appendUtf8(text, unicodeEscape());
+        } else if (c >= '0' && c <= '7') {
+            --place_;
+            appendUtf8(text, digits(3, 8));
+        } else {
+            text += c;
+        }
+    }
+
+    /// One character by its number; a pair of surrogates is written as two such escapes.
+    char32_t unicodeEscape()
+    {
+        const char32_t c = digits(4, 16);
+        if (!isHighSurrogate(c))
+            return isLowSurrogate(c) ? replacement : c;
+        const std::string_view rest = text_.substr(place_);
+        if (!rest.starts_with("\\U") && !rest.starts_with("\\u"))
+            return replacement;
+        place_ += 2;
+        const char32_t low = digits(4, 16);
+        return isLowSurrogate(low) ? fromSurrogates(c, low) : replacement;
+    }
+
+    /// A number of at most `most` digits.
+    char32_t digits(std::size_t most, int radix)
+    {
+        unsigned value = 0;
+        const char* const first = text_.data() + place_;
+        const char* const last = first + std::min(most, text_.size() - place_);
+        const auto [end, error] = std::from_chars(first, last, value, radix);
+        if (error != std::errc())
+            fail("an escape without its digits");
+        place_ += static_cast<std::size_t>(end - first);
+        return value;
+    }
+
+    std::string_view text_;
+    std::size_t place_ = 0;
+};
+
+/// Whether the bytes begin like a property list, XML or binary, rather than like the text form.
+bool isPropertyList(DataView contents)
+{
+    const std::string text = decoded(contents.first(std::min<std::size_t>(contents.size(), 256)));
+    const auto start = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    return text.compare(start, 6, "bplist") == 0 || text.compare(start, 1, "<") == 0;
+}
+
+Translations fromPropertyList(DataView contents)
+{
+    try {
+        const PropertyValue root = readPropertyList(contents);
+        if (!root.table())
+            throw TranslationError("the property list is no table");
+        Translations translations;
+        for (const auto& [key, value] : *root.table()) {
+            if (!value.text())
+                throw TranslationError("the value of \"" + key + "\" is no text");
+            translations.emplace(key, *value.text());
+        }
+        return translations;
+    } catch (const PropertyListError& error) {
+        throw TranslationError(error.what());
+    }
+}
+
+} // namespace
+
+Translations parseTranslations(DataView contents)
+{
+    return isPropertyList(contents) ? fromPropertyList(contents) : Parser(decoded(contents)).parse();
+}
+
+void loadTranslations(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    const Data contents{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file.is_open() || file.bad())
+        throw TranslationError(path + ": " + std::generic_category().message(errno));
+    try {
+        setTranslations(parseTranslations(contents));
+    } catch (const TranslationError& error) {
+        throw TranslationError(path + ": " + error.what());
+    }
+}
+
+} // namespace vantorel::system
