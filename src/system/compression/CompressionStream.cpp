@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/CompressionStream.h"
 
-#include "system/compression/Codec.h"
+#include "Codec.h"
 
 #include <new>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/Lz4Frame.h"
-#include "system/compression/Lz4Sequences.h"
-#include "system/compression/StreamBuffers.h"
-#include "system/compression/WindowDecoder.h"
+#include "Lz4Frame.h"
+#include "Lz4Sequences.h"
+#include "StreamBuffers.h"
+#include "WindowDecoder.h"
 
 #include <lz4.h>
 

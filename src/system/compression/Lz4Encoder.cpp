@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/Codec.h"
-#include "system/compression/Lz4Frame.h"
-#include "system/compression/StreamBuffers.h"
+#include "Codec.h"
+#include "Lz4Frame.h"
+#include "StreamBuffers.h"
 
 #include <lz4.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/Lz4Sequences.h"
+#include "Lz4Sequences.h"
 
 namespace vantorel::system::compression::lz4 {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "system/compression/Codec.h"
+#include "Codec.h"
 #include "vantorel/base/Bytes.h"
 
 #include <cassert>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "system/compression/Codec.h"
-#include "system/compression/SlidingWindow.h"
+#include "Codec.h"
+#include "SlidingWindow.h"
 
 namespace vantorel::system::compression {
 

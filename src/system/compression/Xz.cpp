@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/Codec.h"
+#include "Codec.h"
 
 #include <lzma.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/lzfse/BlockBuilder.h"
+#include "BlockBuilder.h"
 
-#include "system/compression/lzfse/Lzvn.h"
+#include "Lzvn.h"
 
 #include <algorithm>
 

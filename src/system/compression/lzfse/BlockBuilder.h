@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "system/compression/lzfse/EntropyWriter.h"
-#include "system/compression/lzfse/Match.h"
+#include "EntropyWriter.h"
+#include "Match.h"
 
 #include <cstddef>
 #include <cstdint>

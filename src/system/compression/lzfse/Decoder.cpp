@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/StreamBuffers.h"
-#include "system/compression/WindowDecoder.h"
-#include "system/compression/lzfse/EntropyReader.h"
-#include "system/compression/lzfse/Lzvn.h"
+#include "../StreamBuffers.h"
+#include "../WindowDecoder.h"
+#include "EntropyReader.h"
+#include "Lzvn.h"
 
 namespace vantorel::system::compression {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/StreamBuffers.h"
-#include "system/compression/lzfse/BlockBuilder.h"
-#include "system/compression/lzfse/MatchFinder.h"
+#include "../StreamBuffers.h"
+#include "BlockBuilder.h"
+#include "MatchFinder.h"
 
 namespace vantorel::system::compression {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/lzfse/EntropyReader.h"
+#include "EntropyReader.h"
 
 namespace vantorel::system::compression::lzfse {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "system/compression/SlidingWindow.h"
-#include "system/compression/lzfse/EntropyHeader.h"
+#include "../SlidingWindow.h"
+#include "EntropyHeader.h"
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/lzfse/EntropyWriter.h"
+#include "EntropyWriter.h"
 
-#include "system/compression/lzfse/EntropyHeader.h"
+#include "EntropyHeader.h"
 
 namespace vantorel::system::compression::lzfse {
 

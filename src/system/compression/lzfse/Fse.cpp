@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/lzfse/Fse.h"
+#include "Fse.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/lzfse/Lzvn.h"
+#include "Lzvn.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "system/compression/SlidingWindow.h"
-#include "system/compression/StreamBuffers.h"
-#include "system/compression/lzfse/Match.h"
+#include "../SlidingWindow.h"
+#include "../StreamBuffers.h"
+#include "Match.h"
 
 #include <cstddef>
 #include <cstdint>

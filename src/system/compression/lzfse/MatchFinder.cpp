@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "system/compression/lzfse/MatchFinder.h"
+#include "MatchFinder.h"
 
-#include "system/compression/lzfse/Fse.h"
+#include "Fse.h"
 
 #include <algorithm>
 #include <bit>
