@@ -25,7 +25,7 @@ private:
     static constexpr std::uint32_t lookAhead = 4096;
 
     /// A match this long is taken without a look at the next place, and its inner places are not all entered.
-    static constexpr std::uint32_t longMatch = 32;
+    static constexpr std::uint32_t longMatch = 16;
     static constexpr std::uint32_t enteredOfLong = 16;
 
     /// For so many places without a match, one more is passed over unseen each time, up to the largest stride.
@@ -91,7 +91,7 @@ private:
             found = next;
             ++place_;
         }
-        enterBetween(entered, place_ + found.length, found.length);
+        enterBetween(entered, place_ + found.length);
         // Places passed over may belong to the match too.
         const std::uint32_t end = place_ + found.length;
         while (place_ != literalStart_ && place_ - text_.first > found.distance &&
@@ -119,9 +119,9 @@ private:
         return found.length != 0 ? found : again;
     }
 
-    void enterBetween(std::uint32_t from, std::uint32_t to, std::uint32_t length)
+    void enterBetween(std::uint32_t from, std::uint32_t to)
     {
-        if (length > 2 * longMatch) {
+        if (to - from > 2 * enteredOfLong) {
             for (const std::uint32_t stop = from + enteredOfLong; from != stop; ++from)
                 finder_.enter(text_, from);
             from = to - enteredOfLong;

@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "Fse.h"
+
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
 namespace vantorel::system::compression::lzfse {
 
-/// Finds earlier occurrences: for every hash of four bytes the last place where it was seen, and for every place in
-/// the window the one before with the same hash.
+/// Finds earlier occurrences: for every hash of four bytes the last few places where it was seen, each with the four
+/// bytes themselves, so that the text is looked at only where these agree.
 class MatchFinder {
 public:
     static constexpr std::uint32_t shortest = 4; ///< bytes of a match, and bytes that must follow a place to enter it
@@ -38,11 +42,31 @@ public:
     Found find(const Text& text, std::uint32_t place, std::uint32_t atLeast);
 
     /// How many bytes agree, at most `most`.
-    static std::uint32_t agreement(const std::uint8_t* a, const std::uint8_t* b, std::uint32_t most);
+    [[nodiscard]] static std::uint32_t agreement(const std::uint8_t* a, const std::uint8_t* b, std::uint32_t most)
+    {
+        std::uint32_t length = 0;
+        for (; length + 8 <= most; length += 8) {
+            const std::uint64_t difference = load64(a + length) ^ load64(b + length);
+            if (difference != 0)
+                return length + static_cast<std::uint32_t>(std::countr_zero(difference)) / 8;
+        }
+        while (length < most && a[length] == b[length])
+            ++length;
+        return length;
+    }
 
 private:
-    std::unique_ptr<std::uint32_t[]> last_;     ///< by hash
-    std::unique_ptr<std::uint32_t[]> previous_; ///< by the low bits of the place; only what `last_` leads to was set
+    static constexpr std::size_t ways = 4;
+
+    /// Newest first.
+    struct Bucket {
+        std::array<std::uint32_t, ways> places;
+        std::array<std::uint32_t, ways> words;
+
+        void enter(std::uint32_t place, std::uint32_t word);
+    };
+
+    std::unique_ptr<Bucket[]> buckets_;
 };
 
 } // namespace vantorel::system::compression::lzfse
