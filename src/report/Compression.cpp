@@ -3,6 +3,7 @@
 
 #include "vantorel/system/CompressionStream.h"
 
+#include <algorithm>
 #include <new>
 
 namespace vantorel {
@@ -31,6 +32,18 @@ public:
     compression_stream record;
 };
 
+/// Sees to room for `count` more bytes, with regard to how far the input got: the result will grow by about as much as
+/// it did so far. That is no more than a guess, so it counts within limits only: half as much again at least, so that
+/// the result is not moved too often; and eight times at most, whatever the input promises.
+void makeRoom(Data& result, std::size_t count, double inputUsed)
+{
+    if (result.capacity() - result.size() >= count)
+        return;
+    const auto size = static_cast<double>(result.size());
+    const double guess = inputUsed > 0 ? 1.02 * size / inputUsed : 0;
+    result.reserve(static_cast<std::size_t>(std::clamp(guess, 1.5 * size, 8 * size)) + count);
+}
+
 Data process(DataView data, CompressionAlgorithm algorithm, Operation operation, std::ptrdiff_t bufferSize)
 {
     if (data.empty())
@@ -53,6 +66,8 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
         // A block that is not full although the stream goes on: the input stops before the end of its stream.
         if (status == COMPRESSION_STATUS_ERROR || (status == COMPRESSION_STATUS_OK && record.dst_size > 0))
             throw CompressionError(CompressionError::processError);
+        const auto left = static_cast<double>(record.src_size);
+        makeRoom(result, blockSize - record.dst_size, 1 - left / static_cast<double>(data.size()));
         result.insert(result.end(), block.get(), record.dst_ptr);
         if (status == COMPRESSION_STATUS_END)
             return result;

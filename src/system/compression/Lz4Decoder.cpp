@@ -14,7 +14,7 @@ using namespace lz4;
 
 class Lz4Decoder final : public WindowDecoder {
 public:
-    Lz4Decoder() : WindowDecoder(reach, blockSize) {}
+    Lz4Decoder() : WindowDecoder(reach, blockSize, 3 * blockSize) {}
 
 private:
     /// The largest encoded block that is gathered to be expanded at once.

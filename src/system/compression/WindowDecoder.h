@@ -9,8 +9,11 @@ namespace vantorel::system::compression {
 /// The round of a decoder that puts out into a window: decode a batch, hand it out, make room, decode the next.
 class WindowDecoder : public Codec {
 protected:
-    /// `room`: what `decode` finds free in the window each time.
-    WindowDecoder(std::size_t reach, std::size_t room) : window_(reach, 2 * room), room_(room) {}
+    /// `room`: what `decode` finds free in the window each time; `spare`: so much more before its contents are moved.
+    WindowDecoder(std::size_t reach, std::size_t room, std::size_t spare)
+        : window_(reach, room + spare), room_(room)
+    {
+    }
 
     enum class Step {
         onward,  ///< something was done; hand it out and call again

@@ -13,10 +13,10 @@ using namespace lzfse;
 /// Reads block after block. Those that are entropy coded are gathered whole, since they are read from their ends.
 class LzfseDecoder final : public WindowDecoder {
 public:
-    LzfseDecoder() : WindowDecoder(262144, 131072) {}
+    LzfseDecoder() : WindowDecoder(reach, room, 262144) {}
 
 private:
-    static_assert(EntropyReader::room <= 131072 && LzvnReader::room <= 131072);
+    static constexpr std::size_t room = std::max(EntropyReader::room, LzvnReader::room);
 
     enum class Stage { magic, plain, lzvn, entropyHeader, packedHeader, payload, matches };
 
