@@ -25,7 +25,7 @@ private:
     static constexpr std::uint32_t lookAhead = 4096;
 
     /// A match this long is taken without a look at the next place, and its inner places are not all entered.
-    static constexpr std::uint32_t longMatch = 16;
+    static constexpr std::uint32_t longMatch = 12;
     static constexpr std::uint32_t enteredOfLong = 16;
 
     /// For so many places without a match, one more is passed over unseen each time, up to the largest stride.
