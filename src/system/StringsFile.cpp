@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <charconv>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <system_error>
 
 namespace vantorel::system {
@@ -263,12 +263,14 @@ Translations parseTranslations(DataView contents)
 
 void loadTranslations(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    const Data contents{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad())
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream contents;
+    contents << file.rdbuf();
+    if (!file.is_open() || contents.bad())
         throw TranslationError(path + ": " + std::generic_category().message(errno));
     try {
-        setTranslations(parseTranslations(contents));
+        const std::string_view text = contents.view();
+        setTranslations(parseTranslations(Data(text.begin(), text.end())));
     } catch (const TranslationError& error) {
         throw TranslationError(path + ": " + error.what());
     }

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/system/RunLoop.h"
+
+#include "RunLoopWork.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+namespace vantorel::system {
+
+namespace {
+
+bool onMainThread()
+{
+    return ::gettid() == ::getpid();
+}
+
+} // namespace
+
+RunLoop::RunLoop() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    if (descriptor_ < 0)
+        throw std::system_error(errno, std::generic_category(), "run loop");
+}
+
+RunLoop::~RunLoop()
+{
+    ::close(descriptor_);
+}
+
+void RunLoop::signal() const
+{
+    // Fails only when the descriptor counts 2^64 - 2 signals, and then it is readable all the same.
+    [[maybe_unused]] const int status = ::eventfd_write(descriptor_, 1);
+}
+
+void RunLoop::post(Queue queue, Block block)
+{
+    const std::scoped_lock lock(mutex_);
+    const bool wasIdle = sources_.empty() && main_.empty();
+    queued(queue).push_back(std::move(block));
+    if (wasIdle)
+        signal();
+}
+
+std::size_t RunLoop::runPending(Queue queue)
+{
+    std::deque<Block> &blocks = queued(queue);
+    std::unique_lock lock(mutex_);
+    const std::size_t pending = blocks.size();
+    // A block may run this loop itself, and so find and take the ones counted here.
+    for (std::size_t i = 0; i < pending && !blocks.empty(); ++i) {
+        {
+            const Block block = std::move(blocks.front());
+            blocks.pop_front();
+            lock.unlock();
+            block();
+        }
+        lock.lock();
+    }
+    if (sources_.empty() && main_.empty()) {
+        eventfd_t count = 0;
+        [[maybe_unused]] const int status = ::eventfd_read(descriptor_, &count);
+    }
+    return pending;
+}
+
+void RunLoop::wait(int milliseconds) const
+{
+    pollfd waited{descriptor_, POLLIN, 0};
+    ::poll(&waited, 1, milliseconds); // woken early by a signal, the caller looks again
+}
+
+void RunLoop::requestStop()
+{
+    stop_ = true;
+    signal();
+}
+
+bool RunLoop::takeStop()
+{
+    return stop_.exchange(false);
+}
+
+const CFRunLoopRef &mainRunLoop()
+{
+    static auto &loop = *new CFRunLoopRef(std::make_shared<RunLoop>()); // stays while the process ends
+    return loop;
+}
+
+CFRunLoopRef CFRunLoopGetCurrent()
+{
+    if (onMainThread())
+        return mainRunLoop();
+    thread_local const auto own = std::make_shared<RunLoop>();
+    return own;
+}
+
+CFRunLoopRunResult CFRunLoopRunInMode(std::string_view /*mode*/, double seconds, bool returnAfterSourceHandled)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr double longest = 1e9; // some thirty years, well within the clock
+    const std::chrono::duration<double> bounded(std::clamp(seconds, 0.0, longest));
+    const Clock::time_point end = Clock::now() + std::chrono::duration_cast<Clock::duration>(bounded);
+    const CFRunLoopRef loop = CFRunLoopGetCurrent();
+
+    for (;;) {
+        std::size_t handled = loop->runPending(RunLoop::Queue::sources);
+        if (handled > 0 && returnAfterSourceHandled)
+            return CFRunLoopRunResult::handledSource;
+        if (onMainThread())
+            handled += loop->runPending(RunLoop::Queue::main);
+        if (loop->takeStop())
+            return CFRunLoopRunResult::stopped;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        if (left.count() <= 0)
+            return CFRunLoopRunResult::timedOut;
+        if (handled == 0)
+            loop->wait(static_cast<int>(std::min<std::int64_t>(left.count(), 60'000)));
+    }
+}
+
+void CFRunLoopStop(const CFRunLoopRef &runLoop)
+{
+    runLoop->requestStop();
+}
+
+void CFRunLoopPerformBlock(const CFRunLoopRef &runLoop, std::function<void()> block)
+{
+    runLoop->post(RunLoop::Queue::sources, std::move(block));
+}
+
+int runLoopDescriptor()
+{
+    return CFRunLoopGetCurrent()->descriptor();
+}
+
+bool performPendingWork()
+{
+    const CFRunLoopRef loop = CFRunLoopGetCurrent();
+    bool any = false;
+    for (;;) {
+        std::size_t handled = loop->runPending(RunLoop::Queue::sources);
+        if (onMainThread())
+            handled += loop->runPending(RunLoop::Queue::main);
+        if (handled == 0)
+            return any;
+        any = true;
+    }
+}
+
+} // namespace vantorel::system

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/system/PropertyList.h"
+
+#include "XmlPropertyList.h"
+
+namespace vantorel::system {
+
+PropertyValue readPropertyList(DataView bytes, const PropertyListLimits &limits)
+{
+    return readXmlForm(bytes, limits);
+}
+
+} // namespace vantorel::system
