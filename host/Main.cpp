@@ -28,6 +28,7 @@ int run(int argc, char** argv)
     int status = host::success;
     host::addDecode(app, status);
     host::addDatabase(app, status);
+    host::addCompress(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {

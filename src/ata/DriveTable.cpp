@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 
 namespace vantorel::ata {
 
@@ -28,17 +29,36 @@ using Code = std::unique_ptr<pcre2_code, Deleter<pcre2_code_free>>;
 using MatchData = std::unique_ptr<pcre2_match_data, Deleter<pcre2_match_data_free>>;
 using MatchContext = std::unique_ptr<pcre2_match_context, Deleter<pcre2_match_context_free>>;
 
-/// A text to search in: well-formed UTF-8 once, and in small letters where it is ASCII.
-struct Subject {
-    explicit Subject(std::string_view bytes) : text(base::toUtf8(bytes))
+/// A text to search in, mended to well-formed UTF-8 once.
+class Subject {
+public:
+    explicit Subject(std::string_view bytes) : text_(base::toUtf8(bytes)), lowercased_(base::lowercased(text_))
     {
+        for (const char c : lowercased_)
+            present_.set(static_cast<unsigned char>(c));
         // Beyond ASCII, letters match that are not each other's small form byte by byte: the Kelvin sign and "k".
-        if (std::ranges::all_of(text, [](char c) { return static_cast<signed char>(c) >= 0; }))
-            lowercased = base::lowercased(text);
+        isAscii_ = std::ranges::all_of(text_, [](char c) { return static_cast<signed char>(c) >= 0; });
     }
 
-    std::string text;
-    std::optional<std::string> lowercased;
+    const std::string& text() const { return text_; }
+
+    /// Whether the text may hold `literal` in some case of letters.
+    bool mayHold(std::string_view literal) const
+    {
+        if (literal.empty() || !isAscii_)
+            return true;
+        if (!present_.test(static_cast<unsigned char>(base::lowercased(literal.front()))))
+            return false;
+        const auto same = [](char a, char b) { return a == base::lowercased(b); };
+        return std::search(lowercased_.begin(), lowercased_.end(), literal.begin(), literal.end(), same) !=
+               lowercased_.end();
+    }
+
+private:
+    std::string text_;
+    std::string lowercased_;
+    std::bitset<256> present_;
+    bool isAscii_ = false;
 };
 
 /// What one search needs of the engine.
@@ -72,26 +92,26 @@ Code compile(std::string_view expression, int& error, PCRE2_SIZE& place)
 /// An expression of the table. One that does not compile matches nothing.
 class Expression {
 public:
-    explicit Expression(std::string_view pattern) : pattern_(pattern), literals_(requiredLiterals(pattern)) {}
+    explicit Expression(std::string_view pattern) : pattern_(pattern) {}
 
     bool occursIn(const Subject& subject, const Matcher& matcher)
     {
-        if (subject.lowercased && std::ranges::none_of(literals_, [&](const std::string& literal) {
-                return subject.lowercased->find(literal) != std::string::npos;
-            }))
+        if (literals_.empty())
+            literals_ = requiredLiterals(pattern_);
+        if (std::ranges::none_of(literals_, [&](std::string_view literal) { return subject.mayHold(literal); }))
             return false;
         if (!compiled_) {
             int error = 0;
             PCRE2_SIZE place = 0;
             compiled_ = compile(pattern_, error, place);
         }
-        return *compiled_ && matcher.matches(**compiled_, subject.text);
+        return *compiled_ && matcher.matches(**compiled_, subject.text());
     }
 
 private:
     std::string_view pattern_;
-    std::vector<std::string> literals_;
-    std::optional<Code> compiled_; // empty inside when the pattern does not compile
+    std::vector<std::string_view> literals_; // empty until first needed
+    std::optional<Code> compiled_;           // empty inside when the pattern does not compile
 };
 
 } // namespace

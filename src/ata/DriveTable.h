@@ -14,11 +14,11 @@
 
 namespace vantorel::ata {
 
-/// Texts in small letters, of which every text that `expression` matches holds at least one; an empty text among them
-/// says that nothing can be told. One for each alternative of the expression's top level, the longest run of plain
-/// characters outside groups. Reads the syntax of the table: alternation, groups, classes, '.', '?', '*', '+', counts,
-/// escapes.
-[[nodiscard]] std::vector<std::string> requiredLiterals(std::string_view expression);
+/// Texts of which every text that `expression` matches holds at least one, in any case of letters; an empty text among
+/// them says that nothing can be told. One for each alternative of the expression's top level, the longest run of plain
+/// characters outside groups; views into `expression`. Reads the syntax of the table: alternation, groups, classes,
+/// '.', '?', '*', '+', counts, escapes.
+[[nodiscard]] std::vector<std::string_view> requiredLiterals(std::string_view expression);
 
 /// A table of rows with their expressions, compiled when first needed and kept. Any thread may search.
 ///

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DriveTable.h"
 
-#include "vantorel/base/Text.h"
-
 #include <algorithm>
 
 namespace vantorel::ata {
@@ -39,43 +37,50 @@ std::size_t skipBracketed(std::string_view text, std::size_t start)
     return text.size();
 }
 
-/// The longest run of plain characters in one alternative.
-std::string longestLiteral(std::string_view alternative)
+constexpr bool isQuantifier(char c)
 {
-    std::string longest;
-    std::string run;
-    const auto endRun = [&] {
-        if (run.size() > longest.size())
-            longest = run;
-        run.clear();
+    return c == '?' || c == '*' || c == '+' || c == '{';
+}
+
+/// The longest run of plain characters in one alternative.
+std::string_view longestLiteral(std::string_view alternative)
+{
+    std::string_view longest;
+    std::size_t start = 0; // of the run that goes on up to the place looked at
+    const auto endRun = [&](std::size_t end) {
+        if (end - start > longest.size())
+            longest = alternative.substr(start, end - start);
     };
     for (std::size_t i = 0; i < alternative.size();) {
-        char literal = alternative[i];
         std::size_t next = i + 1;
-        bool plain = !isMetacharacter(literal);
-        if (literal == '\\' && next < alternative.size()) {
-            literal = alternative[next++];
-            plain = isMetacharacter(literal); // an escaped letter such as \d may stand for a class
-        } else if (literal == '[' || literal == '(') {
+        bool plain = !isMetacharacter(alternative[i]);
+        if (alternative[i] == '\\' && next < alternative.size()) {
+            endRun(i);
+            start = next++; // a run may begin with an escaped character, which stands there as itself ...
+            plain = isMetacharacter(alternative[start]); // ... unless it is a letter such as \d, which is a class
+        } else if (alternative[i] == '[' || alternative[i] == '(') {
             next = skipBracketed(alternative, i);
         }
         const char quantifier = next < alternative.size() ? alternative[next] : '\0';
-        const bool quantified = quantifier == '?' || quantifier == '*' || quantifier == '+' || quantifier == '{';
-        if (plain && !quantified)
-            run += base::lowercased(literal);
-        else
-            endRun();
-        i = quantifier == '{' ? std::min(alternative.find('}', next), alternative.size() - 1) + 1 : next;
+        const bool quantified = isQuantifier(quantifier);
+        const std::size_t behind = quantifier == '{' ? std::min(alternative.find('}', next), alternative.size() - 1) + 1
+                                   : quantified      ? next + 1
+                                                     : next;
+        if (!plain || quantified) {
+            endRun(std::max(i, start));
+            start = behind;
+        }
+        i = behind;
     }
-    endRun();
+    endRun(alternative.size());
     return longest;
 }
 
 } // namespace
 
-std::vector<std::string> requiredLiterals(std::string_view expression)
+std::vector<std::string_view> requiredLiterals(std::string_view expression)
 {
-    std::vector<std::string> literals;
+    std::vector<std::string_view> literals;
     std::size_t start = 0;
     for (std::size_t i = 0; i < expression.size();) {
         if (expression[i] == '|') {

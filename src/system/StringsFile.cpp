@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -263,6 +264,9 @@ Translations parseTranslations(DataView contents)
 
 void loadTranslations(const std::string& path)
 {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored))
+        throw TranslationError(path + ": " + std::generic_category().message(EISDIR));
     const std::ifstream file(path, std::ios::binary);
     std::ostringstream contents;
     contents << file.rdbuf();

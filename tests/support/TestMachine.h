@@ -18,10 +18,10 @@ namespace vantorel::test {
 class TestMachine final : public system::Machine {
 public:
     /// Installs a machine with these entries, parents before children.
-    static TestMachine &install(std::vector<system::RegistryEntry> entries = {})
+    static TestMachine& install(std::vector<system::RegistryEntry> entries = {})
     {
         auto owned = std::make_unique<TestMachine>(std::move(entries));
-        TestMachine &machine = *owned;
+        TestMachine& machine = *owned;
         system::install(std::move(owned));
         return machine;
     }
@@ -32,7 +32,7 @@ public:
     void arrive(system::RegistryEntry entry) { events_->entryArrived(std::move(entry)); }
     void change(std::uint64_t id, PropertyTable properties) { events_->entryChanged(id, std::move(properties)); }
     void remove(std::uint64_t id) { events_->entryRemoved(id); }
-    void setVolume(const std::string &bsdName, system::VolumeFacts facts)
+    void setVolume(const std::string& bsdName, system::VolumeFacts facts)
     {
         volumes[bsdName] = std::move(facts);
         events_->volumeChanged(bsdName);
@@ -44,10 +44,10 @@ public:
     std::map<std::string, system::FileSystemFacts> fileSystems; ///< by mount point
     std::map<std::string, std::string, std::less<>> bundles;
 
-    void start(system::MachineEvents &events) override
+    void start(system::MachineEvents& events) override
     {
         events_ = &events;
-        for (system::RegistryEntry &entry : std::exchange(entries_, {}))
+        for (system::RegistryEntry& entry : std::exchange(entries_, {}))
             events.entryArrived(std::move(entry));
     }
     std::optional<system::VolumeFacts> volume(std::string_view bsdName) override
@@ -56,7 +56,7 @@ public:
         return found == volumes.end() ? std::nullopt : std::optional(found->second);
     }
     std::optional<std::vector<std::string>> mountPoints() override { return mounted; }
-    std::optional<system::FileSystemFacts> fileSystem(const std::string &path) override
+    std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override
     {
         const auto found = fileSystems.find(path);
         return found == fileSystems.end() ? std::nullopt : std::optional(found->second);
@@ -69,7 +69,7 @@ public:
 
 private:
     std::vector<system::RegistryEntry> entries_;
-    system::MachineEvents *events_ = nullptr;
+    system::MachineEvents* events_ = nullptr;
 };
 
 } // namespace vantorel::test
