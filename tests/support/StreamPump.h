@@ -29,8 +29,8 @@ inline std::optional<Data> pump(system::compression_stream_operation operation, 
         do {
             stream.dst_ptr = destination.data();
             stream.dst_size = destination.size();
-            const auto status = system::compression_stream_process(
-                &stream, input.empty() ? system::COMPRESSION_STREAM_FINALIZE : 0);
+            const auto status =
+                system::compression_stream_process(&stream, input.empty() ? system::COMPRESSION_STREAM_FINALIZE : 0);
             result.insert(result.end(), destination.data(), stream.dst_ptr);
             if (status == system::COMPRESSION_STATUS_END)
                 return result;

@@ -5,7 +5,6 @@
 
 #include <new>
 
-
 namespace vantorel::system {
 
 namespace compression {

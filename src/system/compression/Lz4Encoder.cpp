@@ -49,9 +49,9 @@ private:
     void writeBlock()
     {
         std::uint8_t* const encoded = framed_.next() + sizeof(CompressedHeader);
-        const int size = LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block()),
-                                                    reinterpret_cast<char*>(encoded), static_cast<int>(gathered_),
-                                                    LZ4_COMPRESSBOUND(blockSize), 1);
+        const int size =
+            LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block()), reinterpret_cast<char*>(encoded),
+                                       static_cast<int>(gathered_), LZ4_COMPRESSBOUND(blockSize), 1);
         const auto encodedSize = static_cast<std::uint32_t>(size);
         const auto plainSize = static_cast<std::uint32_t>(gathered_);
         if (encodedSize < plainSize) {

@@ -27,8 +27,8 @@ private:
     Phase phase_ = Phase::token;
     std::uint32_t encodedLeft_ = 0;
     std::uint32_t plainLeft_ = 0;
-    std::uint64_t run_ = 0;        ///< bytes of the literals or the match still to come
-    std::uint8_t matchCode_ = 0;   ///< low half of the token
+    std::uint64_t run_ = 0;      ///< bytes of the literals or the match still to come
+    std::uint8_t matchCode_ = 0; ///< low half of the token
     std::uint32_t distance_ = 0;
 };
 

@@ -18,10 +18,10 @@ class SlidingWindow {
 public:
     /// `reach`: the largest distance a match can have. `room`: how many bytes fit behind that.
     SlidingWindow(std::size_t reach, std::size_t room)
-        : reach_(reach), capacity_(reach + room),
+        : reach_(reach),
+          capacity_(reach + room),
           bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(capacity_ + overshoot))
-    {
-    }
+    {}
 
     /// A decoder stops to hand out when this much is waiting: little enough to be still in the processor's cache.
     static constexpr std::size_t batch = 32768;
@@ -81,10 +81,7 @@ public:
     }
 
     /// Hands out what the destination takes.
-    void drain(compression_stream& stream)
-    {
-        taken_ += giveDestination(stream, bytes_.get() + taken_, pending());
-    }
+    void drain(compression_stream& stream) { taken_ += giveDestination(stream, bytes_.get() + taken_, pending()); }
 
     /// Sees to room for `count` bytes when nothing is pending; `count` is at most the room given at construction.
     void makeRoom(std::size_t count)

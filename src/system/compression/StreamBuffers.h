@@ -18,8 +18,7 @@ public:
     /// `slack` bytes behind the capacity may be read, whatever they hold.
     explicit Gathered(std::size_t capacity, std::size_t slack = 0)
         : capacity_(capacity), bytes_(std::make_unique<std::uint8_t[]>(capacity + slack))
-    {
-    }
+    {}
 
     /// Takes from the source until `count` bytes, at most the capacity, are here; whether they are.
     bool gather(compression_stream& stream, std::size_t count)
@@ -52,8 +51,7 @@ class Outgoing {
 public:
     explicit Outgoing(std::size_t capacity)
         : capacity_(capacity), bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(capacity))
-    {
-    }
+    {}
 
     /// Where the next byte goes; what is written there is then declared by `grow`.
     [[nodiscard]] std::uint8_t* next() { return bytes_.get() + size_; }

@@ -10,10 +10,7 @@ namespace vantorel::system::compression {
 class WindowDecoder : public Codec {
 protected:
     /// `room`: what `decode` finds free in the window each time; `spare`: so much more before its contents are moved.
-    WindowDecoder(std::size_t reach, std::size_t room, std::size_t spare)
-        : window_(reach, room + spare), room_(room)
-    {
-    }
+    WindowDecoder(std::size_t reach, std::size_t room, std::size_t spare) : window_(reach, room + spare), room_(room) {}
 
     enum class Step {
         onward,  ///< something was done; hand it out and call again

@@ -66,9 +66,9 @@ TEST(Lz4, BlocksMayBeOfAnySize)
     }
     plain.resize(plain.size() + 200'000); // a run of zeros longer than the window
     Data encoded(static_cast<std::size_t>(LZ4_compressBound(static_cast<int>(plain.size()))));
-    encoded.resize(static_cast<std::size_t>(LZ4_compress_default(
-        reinterpret_cast<const char*>(plain.data()), reinterpret_cast<char*>(encoded.data()),
-        static_cast<int>(plain.size()), static_cast<int>(encoded.size()))));
+    encoded.resize(static_cast<std::size_t>(
+        LZ4_compress_default(reinterpret_cast<const char*>(plain.data()), reinterpret_cast<char*>(encoded.data()),
+                             static_cast<int>(plain.size()), static_cast<int>(encoded.size()))));
     const auto size = static_cast<std::uint32_t>(plain.size());
     Data expected = plain;
     expected.push_back('!');

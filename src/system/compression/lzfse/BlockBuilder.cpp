@@ -23,8 +23,7 @@ void writePlain(const std::uint8_t* plain, std::uint32_t size, Outgoing& out)
 BlockBuilder::BlockBuilder()
     : matches_(std::make_unique_for_overwrite<Match[]>(maxMatches)),
       literals_(std::make_unique_for_overwrite<std::uint8_t[]>(maxLiterals))
-{
-}
+{}
 
 bool BlockBuilder::add(Run& run)
 {

@@ -42,8 +42,8 @@ private:
                 return COMPRESSION_STATUS_OK;
             if (ended_)
                 return COMPRESSION_STATUS_END;
-            text_.size += static_cast<std::uint32_t>(
-                takeSource(stream, buffer_.get() + text_.size, capacity - text_.size));
+            text_.size +=
+                static_cast<std::uint32_t>(takeSource(stream, buffer_.get() + text_.size, capacity - text_.size));
             const bool last = finalize && stream.src_size == 0;
             if (text_.size < capacity && !last)
                 return COMPRESSION_STATUS_OK;

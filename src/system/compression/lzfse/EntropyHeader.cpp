@@ -62,15 +62,15 @@ constexpr unsigned longestCode = 14;
 
 const Code& codeOf(std::uint16_t frequency)
 {
-    const auto behind = std::find_if(codes.begin(), codes.end(), [&](const Code& code) { return code.base > frequency; });
+    const auto behind =
+        std::find_if(codes.begin(), codes.end(), [&](const Code& code) { return code.base > frequency; });
     return *std::prev(behind);
 }
 
 const Code& codeAt(std::uint64_t bits)
 {
-    return *std::find_if(codes.begin(), codes.end(), [&](const Code& code) {
-        return (bits & ((1U << code.prefixBits) - 1)) == code.prefix;
-    });
+    return *std::find_if(codes.begin(), codes.end(),
+                         [&](const Code& code) { return (bits & ((1U << code.prefixBits) - 1)) == code.prefix; });
 }
 
 /// Absent unless exactly the bits of the frequencies are there, and at most 7 more.

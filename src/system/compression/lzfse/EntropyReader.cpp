@@ -65,9 +65,9 @@ bool EntropyReader::readLiterals(const EntropyHeader& header, DataView payload)
             states[lane] = static_cast<std::uint32_t>(entry.delta) + bits->pull(entry.bits);
         }
     }
-    return literalCount_ == 0 || (!bits->overrun() && std::all_of(states.begin(), states.end(), [&](std::uint32_t state) {
-        return state < usedLiteralStates_;
-    }));
+    return literalCount_ == 0 ||
+           (!bits->overrun() &&
+            std::all_of(states.begin(), states.end(), [&](std::uint32_t state) { return state < usedLiteralStates_; }));
 }
 
 bool EntropyReader::begin(const EntropyHeader& header, const std::uint8_t* payload)

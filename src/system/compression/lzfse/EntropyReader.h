@@ -40,7 +40,7 @@ private:
     std::uint32_t literalCountState_ = 0;
     std::uint32_t lengthState_ = 0;
     std::uint32_t distanceState_ = 0;
-    std::uint32_t distance_ = 0;     ///< of the match before; 0 before the first
+    std::uint32_t distance_ = 0; ///< of the match before; 0 before the first
     std::uint32_t matchesLeft_ = 0;
     std::uint32_t plainLeft_ = 0;
     std::uint32_t nextLiteral_ = 0;

@@ -11,11 +11,11 @@
 /// The LZFSE stream, told in docs/formats/lzfse.md: block after block, each led by its magic, then the end magic.
 namespace vantorel::system::compression::lzfse {
 
-inline constexpr std::uint32_t plainMagic = 0x2d787662;        // "bvx-": PlainHeader, then the plain bytes
-inline constexpr std::uint32_t lzvnMagic = 0x6e787662;         // "bvxn": LzvnHeader, then opcodes
-inline constexpr std::uint32_t entropyMagic = 0x31787662;      // "bvx1": EntropyHeader, then both payloads
+inline constexpr std::uint32_t plainMagic = 0x2d787662;         // "bvx-": PlainHeader, then the plain bytes
+inline constexpr std::uint32_t lzvnMagic = 0x6e787662;          // "bvxn": LzvnHeader, then opcodes
+inline constexpr std::uint32_t entropyMagic = 0x31787662;       // "bvx1": EntropyHeader, then both payloads
 inline constexpr std::uint32_t packedEntropyMagic = 0x32787662; // "bvx2": PackedHeader, frequencies, both payloads
-inline constexpr std::uint32_t endMagic = 0x24787662;          // "bvx$": the stream is over
+inline constexpr std::uint32_t endMagic = 0x24787662;           // "bvx$": the stream is over
 
 /// How far a match reaches back, across blocks.
 inline constexpr std::uint32_t reach = 262139;

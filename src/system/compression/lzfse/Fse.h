@@ -106,8 +106,7 @@ public:
     /// 8 bytes on both sides of the payload must be readable; what they hold is of no weight.
     explicit BackwardBitReader(DataView payload)
         : start_(payload.data()), left_(8 * static_cast<std::ptrdiff_t>(payload.size()))
-    {
-    }
+    {}
 
     /// Loads until at least 56 bits can be pulled. False when more was pulled than there is; nothing is read then.
     [[nodiscard]] bool refill()

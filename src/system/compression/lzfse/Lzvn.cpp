@@ -56,9 +56,9 @@ constexpr std::array<std::uint8_t, 8> endOpcode = {0x06};
 /// The most bytes an opcode has with its literals.
 constexpr std::size_t longestOpcode = 2 + 271;
 
-constexpr std::uint32_t manyBase = 16;       ///< added to the byte of the forms with many literals or a long match
+constexpr std::uint32_t manyBase = 16; ///< added to the byte of the forms with many literals or a long match
 constexpr std::uint32_t mostMany = manyBase + 255;
-constexpr std::uint32_t shortestMatch = 3;   ///< added to the length field of the forms that have a distance
+constexpr std::uint32_t shortestMatch = 3; ///< added to the length field of the forms that have a distance
 
 struct Opcode {
     std::size_t size = 1; ///< without the literals
