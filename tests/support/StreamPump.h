@@ -6,14 +6,17 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 namespace vantorel::test {
 
 /// Sends `input` through a stream in portions of up to `sourceSize` bytes, with a destination of `destinationSize`.
-/// Absent when the stream reports an error or stops before its end. The portions lie in memory of exactly their size.
+/// Absent when the stream reports an error, stops before its end or gives more than `most` bytes. The portions lie in
+/// memory of exactly their size.
 inline std::optional<Data> pump(system::compression_stream_operation operation, system::compression_algorithm algorithm,
-                                DataView input, std::size_t sourceSize, std::size_t destinationSize)
+                                DataView input, std::size_t sourceSize, std::size_t destinationSize,
+                                std::size_t most = SIZE_MAX)
 {
     system::compression_stream stream;
     if (system::compression_stream_init(&stream, operation, algorithm) != system::COMPRESSION_STATUS_OK)
@@ -34,7 +37,7 @@ inline std::optional<Data> pump(system::compression_stream_operation operation, 
             result.insert(result.end(), destination.data(), stream.dst_ptr);
             if (status == system::COMPRESSION_STATUS_END)
                 return result;
-            if (status != system::COMPRESSION_STATUS_OK)
+            if (status != system::COMPRESSION_STATUS_OK || result.size() > most)
                 return std::nullopt;
         } while (stream.src_size > 0 || stream.dst_size == 0);
     }

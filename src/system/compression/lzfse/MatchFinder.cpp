@@ -10,9 +10,6 @@ namespace {
 
 constexpr unsigned hashBits = 14;
 
-/// Longer matches are not bettered.
-constexpr std::uint32_t goodLength = 48;
-
 std::uint32_t load32(const std::uint8_t* from)
 {
     std::uint32_t value;
