@@ -14,11 +14,12 @@ using namespace lz4;
 
 class Lz4Decoder final : public WindowDecoder {
 public:
-    Lz4Decoder() : WindowDecoder(reach, blockSize, 3 * blockSize) {}
+    Lz4Decoder() : WindowDecoder(reach, largestWhole, 3 * largestWhole) {}
 
 private:
-    /// The largest encoded block that is gathered to be expanded at once.
-    static constexpr std::size_t largestWhole = LZ4_COMPRESSBOUND(blockSize);
+    /// The largest block, expanded, that is gathered to be expanded at once.
+    static constexpr std::size_t largestWhole = 65536;
+    static constexpr std::size_t largestEncoded = LZ4_COMPRESSBOUND(largestWhole);
 
     enum class Stage { header, stored, whole, inPieces };
 
@@ -72,7 +73,7 @@ private:
         plainSize_ = header.plainSize;
         encodedSize_ = header.encodedSize;
         sequences_.begin(encodedSize_, plainSize_);
-        return next(plainSize_ <= blockSize && encodedSize_ <= largestWhole ? Stage::whole : Stage::inPieces);
+        return next(plainSize_ <= largestWhole && encodedSize_ <= largestEncoded ? Stage::whole : Stage::inPieces);
     }
 
     Step copyStored(compression_stream& stream)
@@ -109,7 +110,7 @@ private:
     }
 
     Stage stage_ = Stage::header;
-    Gathered gathered_{largestWhole};
+    Gathered gathered_{largestEncoded};
     std::uint32_t plainSize_ = 0;
     std::uint32_t encodedSize_ = 0;
     Sequences sequences_;

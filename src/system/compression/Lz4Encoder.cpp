@@ -21,7 +21,7 @@ public:
 
 private:
     /// Room for the history and a few blocks, so that the history moves to the front only now and then.
-    static constexpr std::size_t plainCapacity = reach + 4 * blockSize;
+    static constexpr std::size_t plainCapacity = reach + 131072;
 
     compression_status process(compression_stream& stream, bool finalize) override
     {
