@@ -23,6 +23,9 @@ enum Status : int {
     attributeReached = 32, ///< an attribute failed in the past, or an old-age attribute is at or below its threshold
 };
 
+/// The system's text for a value of `errno`.
+[[nodiscard]] std::string reason(int error);
+
 /// A failure that ends the run with `usageError`: `vantorel: WHAT: WHY` on standard error.
 class CommandError : public std::runtime_error {
 public:
@@ -42,10 +45,14 @@ void flush();
 [[nodiscard]] Data readFile(const std::string& path, std::size_t limit);
 
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.
-void addDecode(CLI::App& app, int& status);
+void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
 void addDatabase(CLI::App& app, int& status);
+void addDecode(CLI::App& app, int& status);
+void addDiff(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
+void addReport(CLI::App& app, int& status);
+void addShow(CLI::App& app, int& status);
 void addSmart(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);
 void addWatch(CLI::App& app, int& status);

@@ -29,13 +29,17 @@ int run(int argc, char** argv)
     app.fallthrough();
     host::addMachineOption(app);
     int status = host::success;
-    host::addDecode(app, status);
-    host::addDatabase(app, status);
     host::addList(app, status);
     host::addSmart(app, status);
     host::addErrors(app, status);
     host::addWatch(app, status);
     host::addStats(app, status);
+    host::addReport(app, status);
+    host::addShow(app, status);
+    host::addDiff(app, status);
+    host::addDecode(app, status);
+    host::addDatabase(app, status);
+    host::addCompress(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
