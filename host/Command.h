@@ -21,6 +21,7 @@ enum Status : int {
     driveFailing = 8,      ///< a pre-failure attribute failed now, or an NVMe critical warning is set
     preFailReached = 16,   ///< a pre-failure attribute is at or below its threshold
     attributeReached = 32, ///< an attribute failed in the past, or an old-age attribute is at or below its threshold
+    damageGrew = 64,       ///< between two reports a count of damage grew
 };
 
 /// The system's text for a value of `errno`.

@@ -2,8 +2,8 @@
 #include "Command.h"
 #include "MachineChoice.h"
 #include "OutputFile.h"
-#include "Time.h"
 #include "Text.h"
+#include "Time.h"
 #include "vantorel/report/SystemReport.h"
 #include "vantorel/system/ByteCountFormatter.h"
 
@@ -56,8 +56,8 @@ Data makeReport()
             isDone = true;
         },
         [&](const Drive& drive, std::size_t number, std::size_t count) {
-            progress.tell(fmt::format("Reading {}, drive {} of {}", printable(drive.bsdName().value_or("-")),
-                                      number + 1, count));
+            progress.tell(
+                fmt::format("Reading {}, drive {} of {}", printable(drive.bsdName().value_or("-")), number + 1, count));
         });
     progress.tell("Listing the registry");
     pumpEvents(std::nullopt, [&] { return isDone; });

@@ -17,10 +17,11 @@ namespace vantorel::host {
 /// One drive of a report and what can be made of it today.
 struct ReportedDrive {
     ReportDrive stored;
-    std::string name;                   ///< its device name, else "drive 3"
-    recorded::DeviceIdentity identity;  ///< as far as the report's registry listing tells it
-    std::optional<SmartObject> decoded; ///< the raw bytes, decoded by today's table; firmware and serial are the listing's
-    std::string fault;                  ///< why raw bytes are there and no result
+    std::string name;                  ///< its device name, else "drive 3"
+    recorded::DeviceIdentity identity; ///< as far as the report's registry listing tells it
+    std::optional<SmartObject>
+        decoded;       ///< the raw bytes, decoded by today's table; firmware and serial are the listing's
+    std::string fault; ///< why raw bytes are there and no result
 };
 
 /// A report that was opened.

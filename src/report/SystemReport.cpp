@@ -103,8 +103,8 @@ std::optional<std::string> SystemReport::getSystemUUID()
 {
     const system::IOHandle service(system::IOServiceGetMatchingService(
         system::kIOMasterPortDefault, system::IOServiceMatching("IOPlatformExpertDevice")));
-    const auto uuid = system::IORegistryEntryCreateCFProperty(service.get(), "IOPlatformUUID",
-                                                              system::kCFAllocatorDefault, 0);
+    const auto uuid =
+        system::IORegistryEntryCreateCFProperty(service.get(), "IOPlatformUUID", system::kCFAllocatorDefault, 0);
     return uuid ? uuid->get<std::string>() : std::nullopt;
 }
 
@@ -138,10 +138,9 @@ void SystemReport::getRegDump(std::function<void(Data dump)> onComplete)
         } catch (const std::exception&) {
             // Without memory there is no dump; a block on a queue must not throw.
         }
-        system::dispatch_async(system::dispatch_get_main_queue(),
-                               [onComplete = std::move(onComplete), dump = std::move(dump)]() mutable {
-                                   onComplete(std::move(dump));
-                               });
+        system::dispatch_async(
+            system::dispatch_get_main_queue(),
+            [onComplete = std::move(onComplete), dump = std::move(dump)]() mutable { onComplete(std::move(dump)); });
     });
 }
 

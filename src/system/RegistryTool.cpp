@@ -41,8 +41,7 @@ std::vector<ListedEntry> currentEntries()
     std::unordered_map<const RegistryNode*, std::size_t> indices;
     RegistryTree::walk(*registry.tree.root(), [&](const RegistryNode& node) {
         indices.emplace(&node, entries.size());
-        entries.push_back(
-            {node.id, node.name, node.location, node.className, node.inheritance, node.properties, {}});
+        entries.push_back({node.id, node.name, node.location, node.className, node.inheritance, node.properties, {}});
         return true;
     });
     for (const auto& [node, index] : indices) {
