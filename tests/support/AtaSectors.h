@@ -15,7 +15,8 @@ public:
     AtaSectors& put(std::size_t slot, const IOATASmartAttribute& attribute, std::uint8_t threshold)
     {
         data_.attributes[slot] = attribute;
-        thresholds_.thresholds[slot] = {.attributeId = attribute.attributeId, .ThresholdValue = threshold, .Reserved = {}};
+        thresholds_.thresholds[slot] = {
+            .attributeId = attribute.attributeId, .ThresholdValue = threshold, .Reserved = {}};
         return *this;
     }
 
