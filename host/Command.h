@@ -35,11 +35,17 @@ void complain(std::string_view what, std::string_view why);
 /// Writes to standard output; throws `CommandError` when the output cannot take it.
 void print(std::string_view text);
 
+/// Hands what was printed on to who reads it; throws as `print` does.
+void flush();
+
 /// The whole file. Throws `CommandError` when it is missing, a folder, larger than `limit` bytes or cannot be read.
 [[nodiscard]] Data readFile(const std::string& path, std::size_t limit);
 
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
+void addList(CLI::App& app, int& status);
+void addStats(CLI::App& app, int& status);
+void addWatch(CLI::App& app, int& status);
 
 } // namespace vantorel::host
