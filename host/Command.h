@@ -41,5 +41,6 @@ void print(std::string_view text);
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
+void addMachineCheck(CLI::App& app, int& status);
 
 } // namespace vantorel::host

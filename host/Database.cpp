@@ -80,7 +80,9 @@ Json jsonOf(const Resolved& resolved)
 
 std::string jsonText(const drive_settings* row)
 {
-    const auto column = [&](std::string_view drive_settings::*member) { return row ? Json(row->*member) : Json(nullptr); };
+    const auto column = [&](std::string_view drive_settings::*member) {
+        return row ? Json(row->*member) : Json(nullptr);
+    };
     Json document = {{"row", row ? Json(indexOf(*row)) : Json(nullptr)},
                      {"modelfamily", column(&drive_settings::modelfamily)},
                      {"modelregexp", column(&drive_settings::modelregexp)},
@@ -111,8 +113,9 @@ std::string plainText(const drive_settings* row)
             if ((definition.flags & flag) != 0)
                 flags += (flags.empty() ? "" : " ") + std::string(name);
         }
-        table.add({std::to_string(resolved.id), definition.name.value_or("-"), std::string(formatName(definition.format)),
-                   definition.byteorder, flags, resolved.fromRow ? "row" : "default"});
+        table.add({std::to_string(resolved.id), definition.name.value_or("-"),
+                   std::string(formatName(definition.format)), definition.byteorder, flags,
+                   resolved.fromRow ? "row" : "default"});
     }
     return text + '\n' + table.text();
 }
@@ -125,7 +128,8 @@ void search(const std::string& wanted)
     for (const drive_settings& row : builtin_knowndrives) {
         const std::string_view columns[] = {row.modelfamily, row.modelregexp, row.firmwareregexp, row.warningmsg,
                                             row.presets};
-        if (std::ranges::none_of(columns, [&](std::string_view column) { return base::containsIgnoringCase(column, needle); }))
+        if (std::ranges::none_of(columns,
+                                 [&](std::string_view column) { return base::containsIgnoringCase(column, needle); }))
             continue;
         constexpr std::size_t widest = 80;
         std::string model(row.modelregexp.substr(0, widest));
@@ -143,7 +147,8 @@ int lint()
     const auto findings = lintDriveTable(builtin_knowndrives);
     bool sound = true;
     for (const DriveTableFinding& finding : findings) {
-        print(fmt::format("row {} ({}): {}\n", finding.row, builtin_knowndrives[finding.row].modelfamily, finding.text));
+        print(
+            fmt::format("row {} ({}): {}\n", finding.row, builtin_knowndrives[finding.row].modelfamily, finding.text));
         sound = sound && finding.kind == Kind::unreachable;
     }
     print(fmt::format("{} rows, {} findings\n", builtin_knowndrives.size(), findings.size()));
@@ -176,7 +181,8 @@ void addDatabase(CLI::App& app, int& status)
     find->add_option("TEXT", *wanted, "What to look for")->required();
     find->callback([wanted] { search(*wanted); });
 
-    CLI::App* const check = database->add_subcommand("lint", "Check every row: expressions, presets, rows never reached");
+    CLI::App* const check =
+        database->add_subcommand("lint", "Check every row: expressions, presets, rows never reached");
     check->callback([&status] { status = lint(); });
 }
 

@@ -46,8 +46,8 @@ int decodeAta(const AtaArguments& arguments)
 {
     const Data data = readImage(arguments.data, sectorSize);
     const Data thresholds = readImage(arguments.thresholds, sectorSize);
-    const auto result = SmartController::shared().processExtractedSmart(data, DataView(thresholds), false, arguments.ssd,
-                                                                        arguments.model);
+    const auto result = SmartController::shared().processExtractedSmart(data, DataView(thresholds), false,
+                                                                        arguments.ssd, arguments.model);
     return show(result.value(), arguments.json);
 }
 

@@ -28,12 +28,14 @@ int run(int argc, char** argv)
     int status = host::success;
     host::addDecode(app, status);
     host::addDatabase(app, status);
+    host::addMachineCheck(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
-        host::complain("arguments", error.what());
+        const auto unknown = app.remaining();
+        host::complain("arguments", unknown.empty() ? error.what() : "what is \"" + unknown.front() + "\"? See --help");
         return host::usageError;
     }
     return status;

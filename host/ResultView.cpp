@@ -31,7 +31,8 @@ std::string identity(const DeviceInfo& info)
 template <typename Object>
 std::string judgement(const Object& result, Emphasis emphasis)
 {
-    return fact("Health", fmt::format("{} %", result.health), result.health < 100 ? Emphasis::warning : Emphasis::none) +
+    return fact("Health", fmt::format("{} %", result.health),
+                result.health < 100 ? Emphasis::warning : Emphasis::none) +
            fact("Status", rawValue(result.status), emphasis) + fact("Assessment", result.assessment, emphasis) +
            fact("Temperature", result.temperature ? result.temperature->formattedValue : "-");
 }
@@ -78,7 +79,9 @@ std::string ataText(const ATASmartObject& result)
                    printable(value.formattedValue), std::to_string(value.current), std::to_string(value.worst),
                    std::to_string(value.theshold), std::string(rawValue(value.type)),
                    std::string(rawValue(value.state))},
-                  now ? Emphasis::bad : hasFailed(value) ? Emphasis::warning : Emphasis::none);
+                  now                ? Emphasis::bad
+                  : hasFailed(value) ? Emphasis::warning
+                                     : Emphasis::none);
     }
     const auto failing = std::ranges::count_if(result.smartValues, hasFailed);
     return identity(result.deviceInfo) + family(result.deviceInfo) + judgement(result, Emphasis::none) +

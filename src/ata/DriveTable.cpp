@@ -111,7 +111,7 @@ public:
 private:
     std::string_view pattern_;
     std::vector<std::string_view> literals_; // empty until first needed
-    std::optional<Code> compiled_; // empty inside when the pattern does not compile
+    std::optional<Code> compiled_;           // empty inside when the pattern does not compile
 };
 
 } // namespace

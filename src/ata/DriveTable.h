@@ -16,8 +16,8 @@ namespace vantorel::ata {
 
 /// Texts of which every text that `expression` matches holds at least one, in any case of letters; an empty text among
 /// them says that nothing can be told. One for each alternative of the expression's top level, the longest run of plain
-/// characters outside groups; views into `expression`. Reads the syntax of the table: alternation, groups, classes, '.', '?', '*', '+', counts,
-/// escapes.
+/// characters outside groups; views into `expression`. Reads the syntax of the table: alternation, groups, classes,
+/// '.', '?', '*', '+', counts, escapes.
 [[nodiscard]] std::vector<std::string_view> requiredLiterals(std::string_view expression);
 
 /// A table of rows with their expressions, compiled when first needed and kept. Any thread may search.

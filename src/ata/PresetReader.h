@@ -12,7 +12,7 @@ namespace vantorel::ata {
 /// What came of a preset text: the definitions, and the pieces that gave none.
 struct PresetReading {
     ATASmartAttributeDefinitions definitions{};
-    std::vector<std::string> skipped;  ///< options that are no `-v` option, and those that cannot be read
+    std::vector<std::string> skipped;   ///< options that are no `-v` option, and those that cannot be read
     std::optional<std::string> stopped; ///< the option with an unknown format, which ended the reading
 };
 

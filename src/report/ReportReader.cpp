@@ -2,12 +2,9 @@
 #include "vantorel/report/ReportReader.h"
 
 #include "Gunzip.h"
-#include "vantorel/base/Text.h"
 #include "vantorel/system/KeyedArchiver.h"
 
-#include <algorithm>
-#include <array>
-#include <iterator>
+#include <concepts>
 #include <string_view>
 #include <utility>
 
@@ -22,20 +19,10 @@ class Fields {
 public:
     Fields(PropertyTable& table, std::string path) : table_(table), path_(std::move(path)) {}
 
-    /// Moves the value out of the table, when it is there and no null.
-    template <typename T>
-    void take(std::string_view key, std::optional<T>& result, std::string_view typeName)
-    {
-        const auto found = table_.find(key);
-        if (found == table_.end())
-            return;
-        const PropertyValue value = std::move(table_.extract(found).mapped());
-        if (!value.isNull() && !(result = value.get<T>()))
-            throw ReportError("the report's \"" + path_ + std::string(key) + "\" is not " + std::string(typeName));
-    }
-
-    void takeText(std::string_view key, std::optional<std::string>& result) { take(key, result, "a text"); }
-    void takeData(std::string_view key, std::optional<Data>& result) { take(key, result, "data"); }
+    void take(std::string_view key, std::optional<std::string>& result) { take(key, result, "a text"); }
+    void take(std::string_view key, std::optional<Data>& result) { take(key, result, "data"); }
+    void take(std::string_view key, std::optional<PropertyArray>& result) { take(key, result, "an array"); }
+    void take(std::string_view key, std::optional<PropertyTable>& result) { take(key, result, "a table"); }
 
     /// The keys that nobody has taken.
     void rest(std::vector<std::string>& unknown) const
@@ -47,6 +34,34 @@ public:
     }
 
 private:
+    /// Moves the value out of the table, when it is there and no null.
+    template <typename T>
+    void take(std::string_view key, std::optional<T>& result, std::string_view typeName)
+    {
+        const auto found = table_.find(key);
+        if (found == table_.end())
+            return;
+        PropertyValue value = std::move(table_.extract(found).mapped());
+        if (value.isNull())
+            return;
+        result = moved<T>(value);
+        if (!result)
+            throw ReportError("the report's \"" + path_ + std::string(key) + "\" is not " + std::string(typeName));
+    }
+
+    template <typename T>
+    static std::optional<T> moved(PropertyValue& value)
+    {
+        T* held = nullptr;
+        if constexpr (std::same_as<T, PropertyTable>)
+            held = value.table();
+        else if constexpr (std::same_as<T, PropertyArray>)
+            held = value.array();
+        else
+            return value.get<T>(); // small enough to copy
+        return held ? std::optional<T>(std::move(*held)) : std::nullopt;
+    }
+
     PropertyTable& table_;
     std::string path_;
 };
@@ -59,15 +74,15 @@ ReportDrive readDrive(PropertyValue& value, std::size_t number, std::vector<std:
         throw ReportError("the report's \"" + place + "\" is not a table");
     Fields fields(*table, place + ".");
     ReportDrive drive;
-    fields.takeText("vendor", drive.vendor);
-    fields.takeText("model", drive.model);
-    fields.takeText("bsdName", drive.bsdName);
-    fields.takeText("interface", drive.interface);
-    fields.takeText("kind", drive.kind);
-    fields.takeText("protocol", drive.protocol);
-    fields.takeData("smartData", drive.smartData);
-    fields.takeData("thresholdsData", drive.thresholdsData);
-    fields.take("processedSmart", drive.processedSmart, "a table");
+    fields.take("vendor", drive.vendor);
+    fields.take("model", drive.model);
+    fields.take("bsdName", drive.bsdName);
+    fields.take("interface", drive.interface);
+    fields.take("kind", drive.kind);
+    fields.take("protocol", drive.protocol);
+    fields.take("smartData", drive.smartData);
+    fields.take("thresholdsData", drive.thresholdsData);
+    fields.take("processedSmart", drive.processedSmart);
     fields.rest(unknownKeys);
     return drive;
 }
@@ -93,9 +108,9 @@ ReportReader::ReportReader(DataView report)
 
     Fields fields(*table, "");
     std::optional<PropertyArray> drives;
-    fields.takeText("version", version_);
-    fields.take("drives", drives, "an array");
-    fields.takeData("ioreg", ioreg_);
+    fields.take("version", version_);
+    fields.take("drives", drives);
+    fields.take("ioreg", ioreg_);
     fields.rest(unknownKeys_);
     if (drives) {
         for (PropertyValue& drive : *drives)

@@ -246,7 +246,7 @@ void DiskService::describe(const RegistryNode& node)
         describeMedia(node, *device, volume == volumes_.end() ? nullptr : &volume->second));
     Disk& disk = disks_[node.id];
     if (!disk.disk) {
-        disk = {std::make_shared<const DADisk>(*bsdName, node.id), std::move(description)};
+        disk = {std::make_shared<const DADisk>(DADisk{*bsdName, node.id}), std::move(description)};
         byName_.emplace(*bsdName, node.id);
         spread({DiskNews::Kind::appeared, disk.disk, nullptr});
     } else if (*disk.description != *description) {

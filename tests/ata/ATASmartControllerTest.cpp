@@ -11,8 +11,8 @@
 namespace vantorel {
 namespace {
 
-using test::attribute;
 using test::AtaSectors;
+using test::attribute;
 
 ATASmartObject resultOf(const AtaSectors& sectors, const std::string& model = "No Such Drive")
 {
@@ -49,14 +49,17 @@ TEST(AtaSmartController, ARemainingLifeAttributeIsTheHealth)
 {
     constexpr const char* sandForce = "KINGSTON SH103S3120G"; // its attribute 231 is SSD_Life_Left
     const auto health = [&](std::uint8_t life) {
-        return resultOf(AtaSectors().put(0, attribute(3, {}, 1), 50).put(1, attribute(231, {}, life), 0), sandForce).health;
+        return resultOf(AtaSectors().put(0, attribute(3, {}, 1), 50).put(1, attribute(231, {}, life), 0), sandForce)
+            .health;
     };
     EXPECT_EQ(health(87), 87U);
     EXPECT_EQ(health(0), 0U);
     EXPECT_EQ(health(101), 50U) << "passed over";
 
-    const AtaSectors wearout =
-        AtaSectors().put(0, attribute(233, {}, 200), 0).put(1, attribute(233, {}, 64), 0).put(2, attribute(233, {}, 9), 0);
+    const AtaSectors wearout = AtaSectors()
+                                   .put(0, attribute(233, {}, 200), 0)
+                                   .put(1, attribute(233, {}, 64), 0)
+                                   .put(2, attribute(233, {}, 9), 0);
     EXPECT_EQ(resultOf(wearout).health, 64U) << "the first that counts";
 }
 

@@ -8,31 +8,33 @@
 namespace vantorel {
 namespace {
 
-using test::attribute;
 using test::AtaSectors;
+using test::attribute;
 using enum ATASmartAttributeState;
 
-std::vector<ATASmartValue> processed(const AtaSectors& sectors, const std::string& model = "No Such Drive", bool isSSD = false)
+std::vector<ATASmartValue> processed(const AtaSectors& sectors, const std::string& model = "No Such Drive",
+                                     bool isSSD = false)
 {
-    return processATASmartData(sectors.data(), sectors.thresholds(), {.model = model, .serial = "", .firmware = ""}, isSSD);
+    return processATASmartData(sectors.data(), sectors.thresholds(), {.model = model, .serial = "", .firmware = ""},
+                               isSSD);
 }
 
 TEST(AtaSmartProcessing, OneSlotGivesOneValue)
 {
     const auto values = processed(AtaSectors().put(0, attribute(5, {}, 100, 100, 0x0033), 36));
     ASSERT_EQ(values.size(), 1U);
-    const ATASmartValue expected{
-        .id = 5,
-        .name = "Reallocated Sector Count",
-        .formattedValue = "0",
-        .current = 100,
-        .worst = 100,
-        .theshold = 36,
-        .type = SmartAttributeType::preFail,
-        .state = ok,
-        .valueType = SmartValueType::string,
-        .info = "The number of reallocated sectors on the drive. Occurs when the drive finds errors and reallocates data to "
-                "special reserved area"};
+    const ATASmartValue expected{.id = 5,
+                                 .name = "Reallocated Sector Count",
+                                 .formattedValue = "0",
+                                 .current = 100,
+                                 .worst = 100,
+                                 .theshold = 36,
+                                 .type = SmartAttributeType::preFail,
+                                 .state = ok,
+                                 .valueType = SmartValueType::string,
+                                 .info = "The number of reallocated sectors on the drive. Occurs when the drive finds "
+                                         "errors and reallocates data to "
+                                         "special reserved area"};
     EXPECT_EQ(values[0], expected);
 }
 
@@ -60,13 +62,15 @@ TEST(AtaSmartProcessing, AnAttributeIsJudgedByTheThresholdOfItsOwnSlot)
         std::uint16_t flag;
         ATASmartAttributeState state;
     } cases[] = {
-        {50, 50, 50, 0, failedNow}, {51, 50, 50, 0, failedInPast}, {51, 51, 50, 0, ok},  {1, 1, 0, 0, ok},
-        {0, 0, 0, 0, failedNow},    {1, 0, 0, 0, failedInPast},    {51, 50, 50, 4, ok},  {50, 60, 50, 4, failedNow},
-        {51, 50, 50, 0xFFFB, failedInPast}, {51, 50, 50, 0xFFFF, ok},
+        {50, 50, 50, 0, failedNow}, {51, 50, 50, 0, failedInPast}, {51, 51, 50, 0, ok},
+        {1, 1, 0, 0, ok},           {0, 0, 0, 0, failedNow},       {1, 0, 0, 0, failedInPast},
+        {51, 50, 50, 4, ok},        {50, 60, 50, 4, failedNow},    {51, 50, 50, 0xFFFB, failedInPast},
+        {51, 50, 50, 0xFFFF, ok},
     };
     for (const auto& [current, worst, threshold, flag, state] : cases) {
         const auto values = processed(AtaSectors().put(7, attribute(3, {}, current, worst, flag), threshold));
-        EXPECT_EQ(values.at(0).state, state) << int{current} << ' ' << int{worst} << ' ' << int{threshold} << ' ' << flag;
+        EXPECT_EQ(values.at(0).state, state)
+            << int{current} << ' ' << int{worst} << ' ' << int{threshold} << ' ' << flag;
         EXPECT_EQ(values.at(0).type == SmartAttributeType::preFail, (flag & 1) != 0);
     }
 
@@ -98,8 +102,10 @@ TEST(AtaSmartProcessing, TwoAttributesAreJudgedByRulesOfTheirOwn)
 
 TEST(AtaSmartProcessing, TheDrivesRowAddsToTheDefaults)
 {
-    const AtaSectors sectors =
-        AtaSectors().put(0, attribute(9, {120, 0, 0, 1}), 0).put(1, attribute(5, {7}), 0).put(2, attribute(175, {3}), 0);
+    const AtaSectors sectors = AtaSectors()
+                                   .put(0, attribute(9, {120, 0, 0, 1}), 0)
+                                   .put(1, attribute(5, {7}), 0)
+                                   .put(2, attribute(175, {3}), 0);
     const auto samsung = processed(sectors, "SAMSUNG SV0412H");
     EXPECT_EQ(samsung.at(0).formattedValue, "139811 hours 8 minutes"); // half minutes
     EXPECT_EQ(samsung.at(0).name, "Powered on");

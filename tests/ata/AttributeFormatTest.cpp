@@ -106,7 +106,8 @@ TEST(AttributeFormat, TheNameAnnouncesTheUnit)
 
 TEST(AttributeFormat, WithoutAFormatTheDefaultOfTheNumberHolds)
 {
-    const ATASmartAttributeDefinition none{.name = {}, .format = ata_attr_raw_format::none, .flags = 0, .byteorder = {}};
+    const ATASmartAttributeDefinition none{
+        .name = {}, .format = ata_attr_raw_format::none, .flags = 0, .byteorder = {}};
     EXPECT_EQ(formatSmartValue(test::attribute(5, {5, 0, 1, 0, 2, 0}), none, "X"), "5(2 1)");
     EXPECT_EQ(formatSmartValue(test::attribute(99, {1, 2}), none, "Unknown Attribute"), "513");
 }

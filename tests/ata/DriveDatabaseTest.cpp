@@ -31,14 +31,16 @@ TEST(DriveDatabase, TheTableIsWhole)
     EXPECT_EQ(count(families, &drive_settings::presets, filled), 155);
     EXPECT_EQ(count(families, &drive_settings::warningmsg, filled), 29);
     EXPECT_EQ(usb.size(), 203U);
-    EXPECT_EQ(count(usb, &drive_settings::modelfamily, [](std::string_view text) { return text.starts_with("USB: "); }), 203);
+    EXPECT_EQ(count(usb, &drive_settings::modelfamily, [](std::string_view text) { return text.starts_with("USB: "); }),
+              203);
     EXPECT_EQ(count(usb, &drive_settings::firmwareregexp, filled), 6);
     EXPECT_EQ(count(usb, &drive_settings::presets, filled), 183);
     EXPECT_EQ(count(usb, &drive_settings::warningmsg, filled), 0);
 
     EXPECT_TRUE(builtin_knowndrives[0].modelfamily.find("4591") != std::string_view::npos);
     EXPECT_EQ(builtin_knowndrives[2].modelfamily, "Apacer SSD");
-    EXPECT_EQ(builtin_knowndrives[523].modelfamily, "USB: LaCie d2 Quadra; Oxford OXUF934SSA-LQAG ") << "with its blank";
+    EXPECT_EQ(builtin_knowndrives[523].modelfamily, "USB: LaCie d2 Quadra; Oxford OXUF934SSA-LQAG ")
+        << "with its blank";
     EXPECT_EQ(builtin_knowndrives[680].modelfamily, "USB: ; ");
     EXPECT_EQ(builtin_knowndrives[4].modelregexp, "APPLE SSD (S[DM]|TS)0?(128|256|512|768|1024)[EFG]");
     EXPECT_TRUE(builtin_knowndrives[4].presets.ends_with("Host_Writes_MiB "));
@@ -108,7 +110,8 @@ TEST(DriveDatabase, ARowsDefinitionReplacesTheDefaultOneWhole)
     EXPECT_FALSE(resolvedDefinition(9, nameless).name);
     EXPECT_EQ(resolvedDefinition(12, nameless).name, "Power_Cycle_Count");
     EXPECT_EQ(resolvedDefinition(99, nameless), defaultDefinition());
-    EXPECT_EQ(defaultDefinition(), (ATASmartAttributeDefinition{"Unknown Attribute", ata_attr_raw_format::none, 0, ""}));
+    EXPECT_EQ(defaultDefinition(),
+              (ATASmartAttributeDefinition{"Unknown Attribute", ata_attr_raw_format::none, 0, ""}));
     const auto& usb = definitionsOfRow(builtin_knowndrives[678]);
     EXPECT_TRUE(std::ranges::none_of(usb, [](const auto& slot) { return slot.has_value(); }));
 }

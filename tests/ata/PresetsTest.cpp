@@ -37,7 +37,8 @@ TEST(Presets, EachOptionGivesOneDefinition)
         {"-v 197,increasing", {{197, {"Total_Pending_Sectors", raw48, Definition::increasing, ""}}}},
         {"-v 229,hex64:w012345r,Halt_System/Flash_ID", {{229, {"Halt_System/Flash_ID", hex64, 4, "w012345r"}}}},
         {"-v 9,hex64,Proprietary_9", {{9, {"Proprietary_9", hex64, 6, ""}}}},
-        {"-v 194,raw24/raw32:zvzzzw,Fractional_Temperature", {{194, {"Fractional_Temperature", raw24_div_raw32, 6, "zvzzzw"}}}},
+        {"-v 194,raw24/raw32:zvzzzw,Fractional_Temperature",
+         {{194, {"Fractional_Temperature", raw24_div_raw32, 6, "zvzzzw"}}}},
         {"-v 6,raw48,Read_Channel_Margin,HDD", {{6, {"Read_Channel_Margin", raw48, Definition::hddOnly, ""}}}},
         {"-v 177,raw48,Wear_Leveling_Count,SSD", {{177, {"Wear_Leveling_Count", raw48, Definition::ssdOnly, ""}}}},
         {"-v 177,raw48,Wear,Ssd,more", {{177, {"Wear", raw48, 0, ""}}}},
@@ -53,8 +54,9 @@ TEST(Presets, AnUnknownFormatEndsTheReadingAndOtherFaultsSkipTheirOption)
 {
     EXPECT_EQ(filledSlots(parsePresets("-v 1,raw48,A -v 2,raw4,B -v 3,raw48,C")).size(), 1U);
     EXPECT_EQ(filledSlots(parsePresets("-v 1,RAW48,A -v 3,raw48,C")).size(), 0U);
-    const auto slots = filledSlots(parsePresets("-v x,raw48 -v 2 -v  3,raw48 -v 256,raw48 -v -1,raw48 -v 99999999999999999999,raw8 "
-                                                "-v 4.0,raw48 -v 255,raw48,Last"));
+    const auto slots =
+        filledSlots(parsePresets("-v x,raw48 -v 2 -v  3,raw48 -v 256,raw48 -v -1,raw48 -v 99999999999999999999,raw8 "
+                                 "-v 4.0,raw48 -v 255,raw48,Last"));
     EXPECT_EQ(slots.size(), 2U);
     EXPECT_TRUE(slots.contains(3));
     EXPECT_TRUE(slots.contains(255));
@@ -68,7 +70,8 @@ TEST(Presets, OldArgumentsAreReplacedOnlyWhereTheyAreTheWholeArgument)
     EXPECT_EQ(parsePresets("-v 198,increasing")[198]->name, "Total_Offl_Uncorrectabl");
     for (const vendor_opt_entry& entry : vendor_opt_map) {
         const std::string option = "-v ";
-        EXPECT_EQ(parsePresets(option + std::string(entry.oldArgument)), parsePresets(option + std::string(entry.currentArgument)))
+        EXPECT_EQ(parsePresets(option + std::string(entry.oldArgument)),
+                  parsePresets(option + std::string(entry.currentArgument)))
             << entry.oldArgument;
     }
 }

@@ -33,7 +33,8 @@ TEST(SmartDescriptions, EveryKeyIsANameThatSomePresetGives)
 TEST(SmartDescriptions, TextsAreExactToTheLastBlank)
 {
     EXPECT_EQ(SmartDescriptions().at("Proprietary_MP").name, "Proprietary ");
-    EXPECT_EQ(SmartDescriptions().at("Soft_Read_Error_Rate").info, " Indicates the rate of uncorrectable software read errors");
+    EXPECT_EQ(SmartDescriptions().at("Soft_Read_Error_Rate").info,
+              " Indicates the rate of uncorrectable software read errors");
     EXPECT_EQ(SmartDescriptions().at("Total_LBAs_Read").name, "Total LBA's Read");
     EXPECT_EQ(SmartDescriptions().at("Helium_Level").name, "Helium Level Level");
     EXPECT_FALSE(SmartDescriptions().contains("power_on_hours"));

@@ -39,8 +39,8 @@ TEST_F(NvmeFormat, CountersWithAUnitAreByteSizesWhileTheyFit)
         {0, 512000, "0"},
         {largest, 0, "18,446,744,073,709,551,615"},
         {1, 1, "1 byte"},
-        {largest / 512000, 512000, "36,028,797,018,963"},   // no longer below the quotient
-        {largest / 512000 - 1, 512000, "8 EB"},             // beyond the largest signed size
+        {largest / 512000, 512000, "36,028,797,018,963"}, // no longer below the quotient
+        {largest / 512000 - 1, 512000, "8 EB"},           // beyond the largest signed size
         {18014398509481, 512000, "8 EB"},
         {largest, 1, "18,446,744,073,709,551,615"},
     };
@@ -80,9 +80,9 @@ TEST_F(NvmeFormat, EachKeyReadsItsOwnField)
     log.avail_spare = 5;
     log.spare_thresh = 10;
     log.percent_used = 255;
-    NVMeCounter* const counters[] = {&log.data_units_read,  &log.data_units_written, &log.host_reads,
-                                     &log.host_writes,      &log.ctrl_busy_time,     &log.power_cycles,
-                                     &log.power_on_hours,   &log.unsafe_shutdowns,   &log.media_errors,
+    NVMeCounter* const counters[] = {&log.data_units_read,    &log.data_units_written, &log.host_reads,
+                                     &log.host_writes,        &log.ctrl_busy_time,     &log.power_cycles,
+                                     &log.power_on_hours,     &log.unsafe_shutdowns,   &log.media_errors,
                                      &log.num_err_log_entries};
     for (std::uint8_t i = 0; i < std::size(counters); ++i)
         (*counters[i])[0] = static_cast<std::uint8_t>(i + 1);

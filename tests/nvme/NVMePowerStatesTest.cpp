@@ -19,7 +19,7 @@ void fill(std::array<std::int8_t, N>& field, std::string_view text)
 
 TEST(NvmePowerStates, PowersAreShownWithoutRounding)
 {
-    const std::pair<double, const char*> cases[] = {{0, "0.0mW"},      {50, "500.0mW"}, {99, "990.0mW"},    {100, "1.0W"},
+    const std::pair<double, const char*> cases[] = {{0, "0.0mW"},   {50, "500.0mW"}, {99, "990.0mW"},   {100, "1.0W"},
                                                     {825, "8.25W"}, {2500, "25.0W"}, {65535, "655.35W"}};
     for (const auto& [hundredths, text] : cases)
         EXPECT_EQ(formatWatts(hundredths / 100.0), text);
@@ -41,8 +41,10 @@ TEST(NvmePowerStates, DescriptorsWithoutActivePowerAndLatenciesAreDropped)
     data.psd[31].exit_lat = 1;
     const auto states = processPowerStates(data);
     ASSERT_EQ(states.size(), 2U);
-    EXPECT_EQ(states[0], (NVMePowerState{"8.25W", "990.0mW", "2", "3 \u03BCs", "5", "6 \u03BCs", "70000 \u03BCs", "4 \u03BCs"}));
-    EXPECT_EQ(states[1], (NVMePowerState{"0.0mW", "0.0mW", "0", "0 \u03BCs", "0", "0 \u03BCs", "0 \u03BCs", "1 \u03BCs"}));
+    EXPECT_EQ(states[0],
+              (NVMePowerState{"8.25W", "990.0mW", "2", "3 \u03BCs", "5", "6 \u03BCs", "70000 \u03BCs", "4 \u03BCs"}));
+    EXPECT_EQ(states[1],
+              (NVMePowerState{"0.0mW", "0.0mW", "0", "0 \u03BCs", "0", "0 \u03BCs", "0 \u03BCs", "1 \u03BCs"}));
 }
 
 TEST(NvmePowerStates, IdentityTextsAreCutAndTrimmed)

@@ -27,7 +27,8 @@ TEST(SmartController, AnAtaResultNeedsItsThresholds)
     const Data data = test::readTestData("ata/intel-x25m/data.bin");
     const Data thresholds = test::readTestData("ata/intel-x25m/thresholds.bin");
     const auto& controller = SmartController::shared();
-    const auto result = controller.processExtractedSmart(data, DataView(thresholds), false, true, "INTEL SSDSA2MH080G1GC");
+    const auto result =
+        controller.processExtractedSmart(data, DataView(thresholds), false, true, "INTEL SSDSA2MH080G1GC");
     ASSERT_TRUE(result && result->as<ATASmartObject>());
     EXPECT_EQ(result->as<ATASmartObject>()->deviceInfo, (ATADeviceInfo{"INTEL SSDSA2MH080G1GC", "", ""}));
     EXPECT_EQ(result->rawData(), data);

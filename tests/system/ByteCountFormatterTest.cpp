@@ -104,7 +104,9 @@ INSTANTIATE_TEST_SUITE_P(Locales, NumberFormatter,
 TEST(NumberFormatterWithEnglish, GroupsEveryUnsigned64BitNumber)
 {
     setenv("LC_ALL", "en_US", 1);
-    const auto text = [](std::uint64_t number) { return localizedStringFromNumber(number, NumberFormatterStyle::decimal); };
+    const auto text = [](std::uint64_t number) {
+        return localizedStringFromNumber(number, NumberFormatterStyle::decimal);
+    };
     EXPECT_EQ(text(0), "0");
     EXPECT_EQ(text(1234), "1,234");
     EXPECT_EQ(text(9223372036854775807U), "9,223,372,036,854,775,807");

@@ -34,7 +34,8 @@ TEST(Localization, WithoutATableTheKeyComesBack)
 
 TEST(Localization, ReadsTheTextForm)
 {
-    const Translations expected = {{"a key", "a \"value\"\n"}, {"bare", "word"}, {"alone", "alone"}, {"\u00B0", "\U0001F4BE\u00E9A"}};
+    const Translations expected = {
+        {"a key", "a \"value\"\n"}, {"bare", "word"}, {"alone", "alone"}, {"\u00B0", "\U0001F4BE\u00E9A"}};
     EXPECT_EQ(parsed("/* a = \"b\"; */ \"a key\" = \"a \\\"value\\\"\\n\";\r\n// \"x\" = \"y\";\n bare=word; alone ;\n"
                      "\"\u00B0\" = \"\\ud83d\\UDCBE\\351\\101\";"),
               expected);
@@ -82,17 +83,20 @@ TEST(Localization, EveryFaultNamesItsLine)
 TEST(Localization, ReadsAPropertyListOfTexts)
 {
     const std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">";
-    EXPECT_EQ(parsed(head + "<dict><key>hour</key><string>Stunde</string></dict></plist>"), (Translations{{"hour", "Stunde"}}));
+    EXPECT_EQ(parsed(head + "<dict><key>hour</key><string>Stunde</string></dict></plist>"),
+              (Translations{{"hour", "Stunde"}}));
     EXPECT_THAT([&] { (void)parsed(head + "<dict><key>hour</key><integer>1</integer></dict></plist>"); },
                 ThrowsMessage<TranslationError>("the value of \"hour\" is no text"));
-    EXPECT_THAT([&] { (void)parsed(head + "<array/></plist>"); }, ThrowsMessage<TranslationError>("the property list is no table"));
+    EXPECT_THAT([&] { (void)parsed(head + "<array/></plist>"); },
+                ThrowsMessage<TranslationError>("the property list is no table"));
 }
 
 TEST(Localization, AFileThatCannotBeReadLeavesTheTableAlone)
 {
     const std::string path = testing::TempDir() + "/vantorel-Localizable.strings";
     setTranslations({{"hour", "Stunde"}});
-    EXPECT_THAT([&] { loadTranslations(path + ".none"); }, ThrowsMessage<TranslationError>(HasSubstr(".none: No such file")));
+    EXPECT_THAT([&] { loadTranslations(path + ".none"); },
+                ThrowsMessage<TranslationError>(HasSubstr(".none: No such file")));
     std::ofstream(path) << "\"hour\" = ";
     EXPECT_THAT([&] { loadTranslations(path); }, ThrowsMessage<TranslationError>(HasSubstr("strings: line 1")));
     EXPECT_THROW(loadTranslations(testing::TempDir()), TranslationError);
