@@ -47,5 +47,6 @@ void addDatabase(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);
 void addWatch(CLI::App& app, int& status);
+void addMachineCheck(CLI::App& app, int& status);
 
 } // namespace vantorel::host
