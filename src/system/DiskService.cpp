@@ -244,7 +244,7 @@ void DiskService::describe(const RegistryNode& node)
     auto description = std::make_shared<const PropertyTable>(describeMedia(node, *device, machine()->volume(*bsdName)));
     Disk& disk = disks_[node.id];
     if (!disk.disk) {
-        disk = {std::make_shared<const DADisk>(*bsdName, node.id), std::move(description)};
+        disk = {std::make_shared<const DADisk>(DADisk{*bsdName, node.id}), std::move(description)};
         byName_.emplace(*bsdName, node.id);
         spread({DiskNews::Kind::appeared, disk.disk, nullptr});
     } else if (*disk.description != *description) {

@@ -103,7 +103,7 @@ kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, std::st
         if (!node->inTree)
             return kIOReturnNoDevice;
     }
-    iterator = HandleTable::shared().open(std::make_shared<ChildIterator>(node));
+    iterator = HandleTable::shared().open(std::make_shared<ChildIterator>(ChildIterator{node}));
     return iterator == IO_OBJECT_NULL ? kIOReturnNoResources : KERN_SUCCESS;
 }
 

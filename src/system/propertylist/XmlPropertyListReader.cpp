@@ -3,6 +3,7 @@
 #include "XmlPropertyList.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/base/Unicode.h"
 
 #include <algorithm>
 #include <charconv>
@@ -23,26 +24,6 @@ std::string_view withoutBlanksAround(std::string_view text)
     const std::size_t first = text.find_first_not_of(blanks);
     return first == std::string_view::npos ? std::string_view()
                                            : text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-void appendUtf8(std::string& text, std::uint32_t character)
-{
-    const auto put = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | character >> 6U);
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | character >> 12U);
-        put(0x80 | (character >> 6U & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | character >> 18U);
-        put(0x80 | (character >> 12U & 0x3F));
-        put(0x80 | (character >> 6U & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
 }
 
 /// Decimal, or hexadecimal behind "0x", with a sign; from -2^63 to 2^64 - 1.
@@ -316,7 +297,7 @@ private:
         else if (name == "apos")
             text += '\'';
         else
-            appendUtf8(text, characterNumber(name));
+            base::appendUtf8(text, characterNumber(name));
         place_ += end + 1;
     }
 
