@@ -36,6 +36,7 @@ int run(int argc, char** argv)
     host::addErrors(app, status);
     host::addWatch(app, status);
     host::addStats(app, status);
+    host::addMachineCheck(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
