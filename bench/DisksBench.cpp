@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// How long the registry of disks takes for many disks that arrive one by one, and what it leaves behind.
+// How long the registry of disks takes for many disks that arrive one by one, and what they leave behind when they go.
+#include "support/DiskTree.h"
+#include "support/TestMachine.h"
 #include "vantorel/disks/Vantorel.h"
-#include "vantorel/system/Machine.h"
 #include "vantorel/system/RunLoop.h"
 
 #include <benchmark/benchmark.h>
-#include <fmt/format.h>
 
 #include <chrono>
-#include <cstdio>
+#include <cstddef>
+#include <ranges>
 #include <string>
-#include <vector>
 
 #include <malloc.h>
 
@@ -18,106 +18,47 @@ using namespace vantorel;
 
 namespace {
 
-/// A machine without disks, through which events are told by hand.
-class SyntheticMachine : public system::Machine {
-public:
-    void start(system::MachineEvents& machineEvents) override { events = &machineEvents; }
+constexpr int disksOfDrive = 20;
 
-    system::MachineEvents* events = nullptr;
-};
-
-SyntheticMachine& machine()
+test::TestMachine& machine()
 {
-    static SyntheticMachine* const installed = [] {
-        auto owned = std::make_unique<SyntheticMachine>();
-        auto* const address = owned.get();
-        system::install(std::move(owned));
-        return address;
-    }();
-    return *installed;
+    static test::TestMachine& installed = test::TestMachine::install();
+    return installed;
 }
 
-/// Registry entries of drives with partitions; every tenth drive has an APFS container on its second partition, the
-/// rest of its disks being volumes of it. With 20 disks a drive.
-class Tree {
-public:
-    explicit Tree(int drives)
-    {
-        for (int unit = 0; unit < drives; ++unit)
-            addDrive(unit, drives);
-    }
+PropertyTable nextUuid()
+{
+    static std::uint8_t last[2] = {};
+    if (++last[0] == 0)
+        ++last[1];
+    base::Uuid uuid;
+    uuid.bytes = {0xAA, last[1], last[0]};
+    return {{"UUID", uuid.text()}};
+}
 
-    std::vector<system::RegistryEntry> entries;
-    int disks = 0;
-
-private:
-    static constexpr int disksOfDrive = 20;
-
-    std::uint64_t add(std::uint64_t parent, const char* className, PropertyTable properties)
-    {
-        const auto id = static_cast<std::uint64_t>(entries.size()) + 1;
-        std::vector<std::uint64_t> parents;
-        if (parent)
-            parents.push_back(parent);
-        entries.push_back({id, className, {}, className, {}, std::move(parents), std::move(properties)});
-        return id;
-    }
-
-    std::uint64_t addMedia(std::uint64_t parent, const char* className, const std::string& name, int unit, bool whole,
-                           std::uint64_t uuid)
-    {
-        ++disks;
-        return add(parent, className,
-                   {{"BSD Name", name},
-                    {"BSD Unit", unit},
-                    {"BSD Major", 1},
-                    {"BSD Minor", disks},
-                    {"Content", "41504653-0000-11AA-AA11-00306543ECAC"},
-                    {"Ejectable", false},
-                    {"Leaf", !whole},
-                    {"Preferred Block Size", 4096},
-                    {"Removable", false},
-                    {"Size", 500'277'792'768 + disks},
-                    {"UUID", fmt::format("AAAAAAAA-0000-4000-8000-{:012X}", uuid)},
-                    {"Whole", whole},
-                    {"Writable", true}});
-    }
-
-    void addDrive(int unit, int drives)
-    {
-        const auto device = add(0, "IOAHCIBlockStorageDevice",
-                                {{"Device Characteristics", PropertyTable{{"Product Name", "SAMSUNG SSD 850"},
-                                                                          {"Serial Number", "S000"},
-                                                                          {"Medium Type", "Solid State"}}},
-                                 {"Protocol Characteristics", PropertyTable{{"Physical Interconnect", "SATA"}}}});
-        const auto driver = add(device, "IOBlockStorageDriver", {{"Statistics", PropertyTable{}}});
-        const auto whole = addMedia(driver, "IOMedia", fmt::format("disk{}", unit), unit, true, uuid());
-        const auto scheme = add(whole, "IOGUIDPartitionScheme", {});
+/// Drives of 20 disks each. Every tenth has an APFS container on its second partition and volumes in it, the others
+/// have partitions alone.
+test::DiskTree manyDisks(int drives)
+{
+    test::DiskTree tree;
+    for (int unit = 0; unit < drives; ++unit) {
+        const std::string name = "disk" + std::to_string(unit);
+        const auto drive = tree.drive(name, "SAMSUNG SSD 850", {{"Serial Number", "S000"}});
+        const auto scheme = tree.add({drive}, "IOGUIDPartitionScheme", "IOGUIDPartitionScheme");
         const bool hasContainer = unit % 10 == 0;
-        std::uint64_t store = 0;
-        std::uint64_t container = 0;
-        for (int slice = 1; slice < disksOfDrive; ++slice) {
-            if (hasContainer && slice > 3) {
-                addMedia(container, "AppleAPFSVolume", fmt::format("disk{}s{}", drives + unit, slice), drives + unit,
-                         false, uuid());
-                continue;
-            }
-            if (hasContainer && slice == 3) {
-                const auto apfs = add(store, "AppleAPFSContainerScheme", {});
-                const auto media =
-                    addMedia(apfs, "AppleAPFSMedia", fmt::format("disk{}", drives + unit), drives + unit, true, uuid());
-                entries.back().name = "AppleAPFSMedia";
-                container = add(media, "AppleAPFSContainer", {});
-                continue;
-            }
-            store = addMedia(scheme, "IOMedia", fmt::format("disk{}s{}", unit, slice), unit, false, uuid());
-        }
+        const int partitions = hasContainer ? 2 : disksOfDrive - 1;
+        test::DiskTree::Id last = 0;
+        for (int slice = 1; slice <= partitions; ++slice)
+            last = tree.media(scheme, name + "s" + std::to_string(slice), "Partition", nextUuid());
+        if (!hasContainer)
+            continue;
+        const std::string container = "disk" + std::to_string(drives + unit);
+        const auto volumes = tree.container(last, container, nextUuid().get<std::string>("UUID").value());
+        for (int slice = 1; slice < disksOfDrive - partitions - 1; ++slice)
+            tree.apfsVolume(volumes, container + "s" + std::to_string(slice), "Volume");
     }
-
-    std::uint64_t uuid() { return ++lastUuid_; }
-
-    std::uint64_t lastUuid_ = 0;
-};
+    return tree;
+}
 
 void settle()
 {
@@ -125,48 +66,57 @@ void settle()
     }
 }
 
-/// All disks of `drives` drives arrive, each taken up before the next; their removal is not measured.
-void arriveOneByOne(benchmark::State& state)
+void arrive(const test::DiskTree& tree)
 {
-    const Tree tree(static_cast<int>(state.range(0)));
-    auto& registry = Vantorel::shared();
-    for (auto _ : state) {
-        auto entries = tree.entries;
-        const auto begin = std::chrono::steady_clock::now();
-        for (auto& entry : entries) {
-            machine().events->entryArrived(std::move(entry));
-            settle();
-        }
-        state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
-        if (registry.disks().size() != static_cast<std::size_t>(tree.disks))
-            state.SkipWithError(fmt::format("{} of {} disks are tracked", registry.disks().size(), tree.disks).c_str());
-        for (auto entry = tree.entries.rbegin(); entry != tree.entries.rend(); ++entry)
-            machine().events->entryRemoved(entry->id);
+    for (const auto& entry : tree.entries) {
+        machine().arrive(entry);
         settle();
     }
-    state.counters["disks"] = tree.disks;
+}
+
+void goAway(const test::DiskTree& tree)
+{
+    for (const auto& entry : std::views::reverse(tree.entries))
+        machine().remove(entry.id);
+    settle();
+}
+
+/// All disks arrive, each taken up before the next. That they go again is not measured.
+void arriveOneByOne(benchmark::State& state)
+{
+    using Clock = std::chrono::steady_clock;
+    machine();
+    const auto& registry = Vantorel::shared();
+    const int drives = static_cast<int>(state.range(0));
+    const auto tree = manyDisks(drives);
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        arrive(tree);
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+        if (registry.disks().size() != static_cast<std::size_t>(drives) * disksOfDrive)
+            state.SkipWithError("not every disk is tracked");
+        goAway(tree);
+    }
+    state.counters["disks"] = drives * disksOfDrive;
     state.counters["left"] = static_cast<double>(registry.disks().size());
 }
 
-/// One drive with a container comes and goes; the counters show what is left after many rounds.
+/// One drive with a container comes and goes; the counters show what is left after all rounds.
 void comeAndGo(benchmark::State& state)
 {
-    const Tree tree(1);
+    machine();
     static_cast<void>(Vantorel::shared());
+    const auto tree = manyDisks(1);
     const auto round = [&tree] {
-        for (const auto& entry : tree.entries)
-            machine().events->entryArrived(entry);
-        settle();
-        for (auto entry = tree.entries.rbegin(); entry != tree.entries.rend(); ++entry)
-            machine().events->entryRemoved(entry->id);
-        settle();
+        arrive(tree);
+        goAway(tree);
     };
     for (int i = 0; i < 100; ++i)
         round();
     const auto before = mallinfo2().uordblks;
     for (auto _ : state)
         round();
-    state.counters["arrivals"] = static_cast<double>(state.iterations()) * tree.disks;
+    state.counters["arrivals"] = static_cast<double>(state.iterations()) * disksOfDrive;
     state.counters["handles"] = static_cast<double>(system::liveHandleCount());
     state.counters["bytes_grown"] = static_cast<double>(mallinfo2().uordblks) - static_cast<double>(before);
 }
@@ -175,4 +125,3 @@ void comeAndGo(benchmark::State& state)
 
 BENCHMARK(arriveOneByOne)->Arg(500)->Arg(1000)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(comeAndGo)->Iterations(5000)->Unit(benchmark::kMicrosecond);
-BENCHMARK_MAIN();

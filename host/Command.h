@@ -57,5 +57,6 @@ void addShow(CLI::App& app, int& status);
 void addSmart(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);
 void addWatch(CLI::App& app, int& status);
+void addMachineCheck(CLI::App& app, int& status);
 
 } // namespace vantorel::host

@@ -37,6 +37,7 @@ int run(int argc, char** argv)
     host::addReport(app, status);
     host::addShow(app, status);
     host::addDiff(app, status);
+    host::addMachineCheck(app, status);
     host::addDecode(app, status);
     host::addDatabase(app, status);
     host::addCompress(app, status);

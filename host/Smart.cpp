@@ -83,12 +83,16 @@ std::string screenText(const Reading& reading)
 
 std::string failedAttributes(const ATASmartObject& result)
 {
+    constexpr std::size_t most = 3;
     std::string names;
+    std::size_t count = 0;
     for (const ATASmartValue& value : result.smartValues) {
-        if (value.state == ATASmartAttributeState::failedNow || value.state == ATASmartAttributeState::failedInPast)
+        if (value.state != ATASmartAttributeState::failedNow && value.state != ATASmartAttributeState::failedInPast)
+            continue;
+        if (count++ < most)
             names += (names.empty() ? "" : ", ") + value.name;
     }
-    return names;
+    return count > most ? fmt::format("{} and {} more", names, count - most) : names;
 }
 
 /// The judgement in a few words, from the most pressing down.
@@ -152,8 +156,11 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     const std::string path = loadMachine(app);
     const std::vector<Reading> readings = readAll(arguments.names);
     int status = success;
-    for (const Reading& reading : readings)
+    for (const Reading& reading : readings) {
         status |= reading.status;
+        if (!reading.result)
+            complain(printable(reading.name), reading.error);
+    }
 
     if (arguments.json) {
         Json document = {{"machine", path}, {"drives", Json::array()}};
@@ -167,10 +174,6 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     } else {
         for (const Reading& reading : readings)
             print((&reading == readings.data() ? "" : "\n") + screenText(reading));
-    }
-    for (const Reading& reading : readings) {
-        if (!reading.result)
-            complain(reading.name, reading.error);
     }
     return status;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "PlugIn.h"
+#include "ChannelPlugIn.h"
 
 #include <array>
 #include <bit>
@@ -53,9 +53,11 @@ bool isLogTransfer(std::uint32_t address, const void* buffer, std::uint32_t size
 }
 
 /// The plug-in for ATA SMART. Its member functions are the slots of its table.
-class AtaPlugIn final : public PlugIn {
+class AtaPlugIn final : public ChannelPlugIn<IOATASMARTInterface, AtaChannel> {
 public:
-    explicit AtaPlugIn(RegistryNodeRef service) : PlugIn(std::move(service)), face_{&table, this} {}
+    explicit AtaPlugIn(RegistryNodeRef service)
+        : ChannelPlugIn(std::move(service), {"SMART Capable", kIOATASMARTInterfaceID, table, &Machine::openAta})
+    {}
 
     IOReturn enableDisableOperations(PlugInBoolean enable)
     {
@@ -165,38 +167,6 @@ private:
         command.read = to;
         return run(operation, command).status;
     }
-
-    AtaResult run(std::string_view operation, const AtaCommand& command)
-    {
-        AtaResult result;
-        result.status = beforeCommand(operation);
-        if (result.status != kIOReturnSuccess)
-            return result;
-        result = channel_->execute(command);
-        result.status = afterCommand(result.status, result.received, command.read.size());
-        return result;
-    }
-
-    std::string_view capableKey() const override { return "SMART Capable"; }
-
-    IOReturn open(Machine& machine, std::uint64_t entry) override
-    {
-        OpenedChannel<AtaChannel> opened = machine.openAta(entry);
-        channel_ = std::move(opened.channel);
-        return opened.status == kIOReturnSuccess && !channel_ ? kIOReturnNoDevice : opened.status;
-    }
-    void close() override { channel_ = nullptr; }
-
-    Answer commands(const CFUUIDBytes& iid) override
-    {
-        if (iid != CFUUIDGetUUIDBytes(kIOATASMARTInterfaceID))
-            return {};
-        return {&face_.table, &face_.references};
-    }
-    std::uint32_t commandReferences() const override { return face_.references; }
-
-    PlugInFace<IOATASMARTInterface> face_;
-    std::unique_ptr<AtaChannel> channel_;
 };
 
 template <auto Method>

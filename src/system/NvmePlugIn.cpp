@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "PlugIn.h"
+#include "ChannelPlugIn.h"
 
 #include <optional>
 #include <utility>
@@ -30,9 +30,11 @@ constexpr std::uint32_t retainEvent = 1U << 15U;
 constexpr std::uint32_t longestLog = 256 * sizeof(NVMeErrorLogPage);
 
 /// The plug-in for NVMe SMART. Its member functions are the slots of its table.
-class NvmePlugIn final : public PlugIn {
+class NvmePlugIn final : public ChannelPlugIn<IONVMeSMARTInterface, NvmeChannel> {
 public:
-    explicit NvmePlugIn(RegistryNodeRef service) : PlugIn(std::move(service)), face_{&table, this} {}
+    explicit NvmePlugIn(RegistryNodeRef service)
+        : ChannelPlugIn(std::move(service), {"NVMe SMART Capable", kIONVMeSMARTInterfaceID, table, &Machine::openNvme})
+    {}
 
     IOReturn readData(NVMeSMARTLog* data)
     {
@@ -105,7 +107,7 @@ private:
         command.opcode = identifyOpcode;
         command.cdw10to15[0] = controllerStructure;
         command.read = writableBytes(&data, sizeof(data));
-        return run(operation, command);
+        return run(operation, command).status;
     }
 
     IOReturn readLog(std::string_view operation, std::uint32_t page, std::span<std::uint8_t> to)
@@ -118,37 +120,9 @@ private:
         if (controller_ && controller_->ver >= retainEventVersion)
             command.cdw10to15[0] |= retainEvent;
         command.read = to;
-        return run(operation, command);
+        return run(operation, command).status;
     }
 
-    IOReturn run(std::string_view operation, const NvmeCommand& command)
-    {
-        if (const IOReturn status = beforeCommand(operation); status != kIOReturnSuccess)
-            return status;
-        const NvmeResult result = channel_->execute(command);
-        return afterCommand(result.status, result.received, command.read.size());
-    }
-
-    std::string_view capableKey() const override { return "NVMe SMART Capable"; }
-
-    IOReturn open(Machine& machine, std::uint64_t entry) override
-    {
-        OpenedChannel<NvmeChannel> opened = machine.openNvme(entry);
-        channel_ = std::move(opened.channel);
-        return opened.status == kIOReturnSuccess && !channel_ ? kIOReturnNoDevice : opened.status;
-    }
-    void close() override { channel_ = nullptr; }
-
-    Answer commands(const CFUUIDBytes& iid) override
-    {
-        if (iid != CFUUIDGetUUIDBytes(kIONVMeSMARTInterfaceID))
-            return {};
-        return {&face_.table, &face_.references};
-    }
-    std::uint32_t commandReferences() const override { return face_.references; }
-
-    PlugInFace<IONVMeSMARTInterface> face_;
-    std::unique_ptr<NvmeChannel> channel_;
     std::optional<NVMeControllerData> controller_;
     bool isIdentified_ = false; ///< the controller has been asked
 };

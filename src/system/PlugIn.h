@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string_view>
 
 namespace vantorel::system {
@@ -110,12 +109,6 @@ struct Slot<Method> {
         return (static_cast<Owner*>(faceBehind<Table>(self).plugIn)->*Method)(arguments...);
     }
 };
-
-/// The bytes of a record or buffer of the caller, for a channel to fill.
-inline std::span<std::uint8_t> writableBytes(void* buffer, std::size_t size)
-{
-    return {static_cast<std::uint8_t*>(buffer), size};
-}
 
 [[nodiscard]] std::unique_ptr<PlugIn> makeAtaPlugIn(RegistryNodeRef service);
 [[nodiscard]] std::unique_ptr<PlugIn> makeNvmePlugIn(RegistryNodeRef service);

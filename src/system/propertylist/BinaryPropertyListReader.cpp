@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "BinaryPropertyList.h"
-#include "Utf16.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/base/Unicode.h"
 
 #include <algorithm>
 #include <bit>
@@ -134,7 +134,7 @@ private:
         case 0x5:
             return PropertyValue(base::toUtf8(characters(take(length(low)))));
         case 0x6:
-            return PropertyValue(utf8FromUtf16(take(length(low), 2)));
+            return PropertyValue(base::utf8FromUtf16(take(length(low), 2), std::endian::big));
         case 0x8:
             if (low < 8)
                 return ObjectTable::Uid{bigEndian(take(low + 1))};

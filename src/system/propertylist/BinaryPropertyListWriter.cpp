@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "BinaryPropertyList.h"
-#include "Utf16.h"
+#include "vantorel/base/Unicode.h"
 
 #include <algorithm>
 #include <bit>
@@ -103,7 +103,7 @@ private:
             head(0x5, characters.size());
             return text(characters);
         }
-        const Data units = utf16FromUtf8(characters);
+        const Data units = base::bigEndianUtf16(characters);
         head(0x6, units.size() / 2);
         bytes_.insert(bytes_.end(), units.begin(), units.end());
     }

@@ -3,6 +3,7 @@
 #include "XmlPropertyList.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/base/Unicode.h"
 
 #include <algorithm>
 #include <charconv>
@@ -11,6 +12,8 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace vantorel::system {
 
@@ -23,26 +26,6 @@ std::string_view withoutBlanksAround(std::string_view text)
     const std::size_t first = text.find_first_not_of(blanks);
     return first == std::string_view::npos ? std::string_view()
                                            : text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-void appendUtf8(std::string& text, std::uint32_t character)
-{
-    const auto put = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | character >> 6U);
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | character >> 12U);
-        put(0x80 | (character >> 6U & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | character >> 18U);
-        put(0x80 | (character >> 12U & 0x3F));
-        put(0x80 | (character >> 6U & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
 }
 
 /// Decimal, or hexadecimal behind "0x", with a sign; from -2^63 to 2^64 - 1.
@@ -184,55 +167,79 @@ private:
         }
     }
 
-    PropertyValue readValue(const Tag& tag)
+    /// A container whose end has not come yet.
+    struct Open {
+        PropertyValue value;
+        std::string key; ///< of the member that comes next, in a table
+    };
+
+    /// The value that begins with the tag. Containers inside one another stand in a list and not on the stack, which a
+    /// thread may have little of.
+    PropertyValue readValue(Tag tag)
+    {
+        std::vector<Open> open;
+        for (;;) {
+            PropertyValue value = readStart(tag);
+            const bool isOpen = (value.table() || value.array()) && !tag.isEmpty;
+            if (isOpen) {
+                open.push_back({std::move(value), {}});
+            } else if (open.empty()) {
+                return value;
+            } else {
+                put(std::move(value), open.back());
+            }
+            while (!readNext(open.back(), tag)) {
+                PropertyValue done = std::move(open.back().value);
+                open.pop_back();
+                budget_.leave();
+                if (open.empty())
+                    return done;
+                put(std::move(done), open.back());
+            }
+        }
+    }
+
+    /// A scalar, or a container with nothing in it yet.
+    PropertyValue readStart(const Tag& tag)
     {
         if (tag.isClosed)
             fail("</" + std::string(tag.name) + "> where a value is expected");
         if (!budget_.takeValue())
             fail("more values than a property list may hold");
-        if (tag.name == "dict" || tag.name == "array")
-            return readContainer(tag);
-        return readScalar(tag);
-    }
-
-    PropertyValue readContainer(const Tag& tag)
-    {
+        const bool isTable = tag.name == "dict";
+        if (!isTable && tag.name != "array")
+            return readScalar(tag);
         if (!budget_.enter())
             fail("nested too deeply");
-        PropertyValue value =
-            tag.name == "dict" ? PropertyValue(readTable(tag.isEmpty)) : PropertyValue(readArray(tag.isEmpty));
-        budget_.leave();
-        return value;
+        if (tag.isEmpty)
+            budget_.leave();
+        return isTable ? PropertyValue(PropertyTable()) : PropertyValue(PropertyArray());
     }
 
-    PropertyTable readTable(bool isEmpty)
+    /// Goes on to the tag of the container's next value; false at its end.
+    bool readNext(Open& open, Tag& tag)
     {
-        PropertyTable table;
-        while (!isEmpty) {
-            skipBetween();
-            const Tag tag = readTag();
-            if (tag.isClosed && tag.name == "dict")
-                break;
-            if (tag.isClosed || tag.name != "key")
-                fail("<key> expected in <dict>");
-            std::string key = readText(tag);
-            skipBetween();
-            table.insert_or_assign(std::move(key), readValue(readTag()));
-        }
-        return table;
+        skipBetween();
+        tag = readTag();
+        const bool isTable = open.value.table() != nullptr;
+        if (tag.isClosed && tag.name == (isTable ? "dict" : "array"))
+            return false;
+        if (!isTable)
+            return true;
+        if (tag.isClosed || tag.name != "key")
+            fail("<key> expected in <dict>");
+        open.key = readText(tag);
+        skipBetween();
+        tag = readTag();
+        return true;
     }
 
-    PropertyArray readArray(bool isEmpty)
+    static void put(PropertyValue value, Open& open)
     {
-        PropertyArray array;
-        while (!isEmpty) {
-            skipBetween();
-            const Tag tag = readTag();
-            if (tag.isClosed && tag.name == "array")
-                break;
-            array.push_back(readValue(tag));
-        }
-        return array;
+        if (PropertyTable* const table = open.value.table())
+            table->insert_or_assign(std::move(open.key), std::move(value));
+        else
+            open.value.array()->push_back(std::move(value));
     }
 
     PropertyValue readScalar(const Tag& tag)
@@ -316,7 +323,7 @@ private:
         else if (name == "apos")
             text += '\'';
         else
-            appendUtf8(text, characterNumber(name));
+            base::appendUtf8(text, characterNumber(name));
         place_ += end + 1;
     }
 
