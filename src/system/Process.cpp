@@ -295,7 +295,7 @@ private:
                 return false;
             }
         }
-        return true;
+        return !ended_;
     }
 
     Tool tool_;

@@ -81,8 +81,7 @@ protected:
         recording.drives.emplace(nvme - 1, controller);
 
         tree.media(tree.driver("XHC1 USB3", "Stick", {}, {}, "USB"), "disk2", "Stick Media");
-        tree.media(0, "disk3", "Nameless");
-        tree.entries.back().parents.clear();
+        tree.media(tree.driver("AppleAHCI", "", {{"Product Name", 5}}), "disk3", "Nameless");
         recording.entries = std::move(tree.entries);
         system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), recorded::Playback::byHand));
         settle();
@@ -144,7 +143,7 @@ TEST_F(SystemReportTest, HoldsEveryDriveWithWhatCouldBeReadOfIt)
     EXPECT_EQ(reader.drives()[3].vendor, "Unknown");
 
     std::vector<recorded::Fault> faults;
-    EXPECT_EQ(recorded::readListing(reader.expandedRegistry(), "ioreg", faults).size(), 15U) << "14 and the root";
+    EXPECT_EQ(recorded::readListing(reader.expandedRegistry(), "ioreg", faults).size(), 17U) << "16 and the root";
 }
 
 TEST_F(SystemReportTest, TellsOfEachDriveBeforeItIsRead)
