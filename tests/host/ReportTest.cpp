@@ -1,0 +1,313 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "support/RunCommand.h"
+#include "support/TestData.h"
+#include "vantorel/report/ReportReader.h"
+#include "vantorel/system/KeyedArchiver.h"
+#include "vantorel/system/PropertyList.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+namespace vantorel {
+namespace {
+
+using nlohmann::json;
+using test::contentsOf;
+using test::runCommand;
+using test::TemporaryFolder;
+using testing::HasSubstr;
+using testing::Not;
+
+const std::string tower = std::string(VANTOREL_SAMPLES) + "/machines/tower";
+const std::string laptop = std::string(VANTOREL_SAMPLES) + "/machines/laptop";
+
+std::string text(const Data& bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
+
+std::string makeReport(const TemporaryFolder& folder, const std::string& machine, const std::string& name)
+{
+    const auto run = runCommand("report -o " + folder.file(name) + " --machine " + machine);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "") << "no progress where nobody watches";
+    return folder.file(name);
+}
+
+std::size_t filesIn(const std::string& path)
+{
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(path), {}));
+}
+
+/// A report put together by hand.
+std::string archive(const TemporaryFolder& folder, const std::string& name, const PropertyTable& root)
+{
+    return folder.write(name, text(system::archivedDataWithRootObject(root)));
+}
+
+TEST(ReportCommand, AReportIsShownAndIsTheMachineThatItWasMadeOf)
+{
+    const TemporaryFolder folder;
+    const std::string report = makeReport(folder, tower, "a.vantorel");
+    const auto shown = runCommand("show " + report);
+    EXPECT_EQ(shown.status, 56) << "the bits of its drives' health";
+    EXPECT_EQ(shown.err, "");
+    EXPECT_THAT(shown.out, HasSubstr("disk0  INTEL SSDSA2MH080G1GC\n"));
+    EXPECT_THAT(shown.out, HasSubstr("decoded otherwise than they were stored: 0\n"));
+    EXPECT_THAT(shown.out, Not(HasSubstr("*")));
+    EXPECT_THAT(shown.out, HasSubstr("disk6  Cruzer Glide\n"));
+    EXPECT_THAT(shown.out, HasSubstr("No SMART data were read.\n"));
+
+    const auto live = json::parse(runCommand("smart --json --machine " + tower).out);
+    const auto reported = json::parse(runCommand("smart --json --machine " + report).out);
+    EXPECT_EQ(reported["drives"], live["drives"]);
+    const auto names = [](const json& list) {
+        std::string all;
+        for (const json& disk : list["disks"])
+            all += disk["bsdName"].get<std::string>() + disk.value("mediaName", "") + " ";
+        return all;
+    };
+    EXPECT_EQ(names(json::parse(runCommand("list --json --machine " + report).out)),
+              names(json::parse(runCommand("list --json --machine " + tower).out)));
+
+    const auto document = json::parse(runCommand("show --json " + report).out);
+    EXPECT_EQ(document["drives"].size(), 5U);
+    const json& drive = document["drives"][1];
+    EXPECT_EQ(drive["serial"], "     WD-WCAPW0TOWER1") << "untrimmed, as everywhere in JSON";
+    EXPECT_EQ(drive["differences"], json::array());
+    EXPECT_EQ(drive["stored"]["values"][0]["name"], drive["decoded"]["smartValues"][0]["name"]);
+    const auto same = runCommand("diff " + report + " " + report);
+    EXPECT_EQ(same.status, 0);
+    EXPECT_THAT(same.out, HasSubstr("disk1  WDC WD5000AAKS-00TMA0, serial WD-WCAPW0TOWER1: unchanged\n"));
+}
+
+TEST(ReportCommand, TheControllerOfAReportedNvmeDriveKnowsItsIdentityFromTheListing)
+{
+    const TemporaryFolder folder;
+    const std::string report = makeReport(folder, laptop, "a.vantorel");
+    const auto live = json::parse(runCommand("smart --json --machine " + laptop).out)["drives"][0];
+    const auto reported = json::parse(runCommand("smart --json --machine " + report).out)["drives"][0];
+    EXPECT_EQ(reported["result"]["smartValues"], live["result"]["smartValues"]);
+    EXPECT_EQ(reported["result"]["rawData"], live["result"]["rawData"]);
+    EXPECT_EQ(reported["result"]["deviceInfo"]["model"], live["model"]);
+}
+
+TEST(ReportCommand, KeepsAFileThatIsThereAndLeavesNoneHalfWritten)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.write("kept", "mine");
+    const auto refused = runCommand("report -o " + file + " --machine " + tower);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err, "vantorel: " + file + ": exists already; --force replaces it\n");
+    EXPECT_EQ(contentsOf(file), "mine");
+    EXPECT_EQ(runCommand("report --force -o " + file + " --machine " + tower).status, 0);
+    EXPECT_EQ(contentsOf(file), runCommand("report -o - --machine " + tower).out);
+
+    EXPECT_EQ(runCommand("report -o " + folder.file("none/a") + " --machine " + tower).status, 1);
+    EXPECT_EQ(runCommand("report -o " + folder.file("b") + " --machine " + folder.file("none")).status, 1);
+    EXPECT_EQ(filesIn(folder.file("")), 1U);
+}
+
+TEST(ReportCommand, ADamagedReportIsOneLineAndStatusOne)
+{
+    const TemporaryFolder folder;
+    const std::string whole = contentsOf(makeReport(folder, laptop, "a.vantorel"));
+    const std::string output = folder.file("out");
+    for (std::size_t part = 0; part < 16; ++part) {
+        const std::string cut = folder.write("cut.vantorel", whole.substr(0, whole.size() * part / 16));
+        for (const std::string& verb : {"show --extract " + output + " " + cut, "list --machine " + cut}) {
+            const auto run = runCommand(verb);
+            EXPECT_EQ(run.status, 1) << verb << ", " << part;
+            EXPECT_EQ(run.out, "");
+            EXPECT_EQ(std::ranges::count(run.err, '\n'), 1) << run.err;
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(output));
+    for (std::size_t i = 0; i < 24; ++i) {
+        std::string flipped = whole;
+        flipped[(whole.size() - 1) * i / 23] ^= '\x55';
+        const std::string path = folder.write("flipped.vantorel", flipped);
+        EXPECT_LT(runCommand("show --json " + path).status, 128) << i;
+        EXPECT_LT(runCommand("smart --machine " + path).status, 128) << i;
+    }
+    for (const std::string& path : {folder.file("none.vantorel"), std::string("/"), tower + "/ioreg.plist"})
+        EXPECT_EQ(runCommand("show " + path).status, 1) << path;
+}
+
+PropertyTable driveMap(const std::string& bsdName, const std::string& model)
+{
+    return {{"vendor", "WD"},      {"model", model}, {"bsdName", bsdName},
+            {"interface", "ahci"}, {"kind", "hdd"},  {"protocol", "sata"}};
+}
+
+PropertyTable wdDrive(const std::string& bsdName)
+{
+    PropertyTable drive = driveMap(bsdName, "WDC WD5000AAKS-00TMA0");
+    drive["smartData"] = test::readTestData("ata/wd-aaks/data.bin");
+    drive["thresholdsData"] = test::readTestData("ata/wd-aaks/thresholds.bin");
+    return drive;
+}
+
+TEST(ReportCommand, OpensReportsOfOtherVersionsAndMarksWhatIsDecodedOtherwiseToday)
+{
+    const TemporaryFolder folder;
+    PropertyTable drive = wdDrive("disk0");
+    drive["processedSmart"] = PropertyTable{
+        {"values", PropertyArray{PropertyTable{{"id", 5}, {"name", "Old \x1B[31mName"}, {"formattedValue", "1"}},
+                                 PropertyTable{{"id", 250}, {"name", "Gone"}, {"state", "failedNow"}}, "nonsense"}}};
+    drive["firmware"] = "later";
+    PropertyTable broken = wdDrive("../../escape");
+    broken["smartData"] = Data(100, 1);
+    const std::string report = archive(folder, "a.vantorel", {{"drives", PropertyArray{drive, broken}}});
+
+    const auto shown = runCommand("show " + report);
+    EXPECT_EQ(shown.status, 4);
+    EXPECT_THAT(shown.err, HasSubstr("vantorel: " + report + ": the report has no registry listing\n"));
+    EXPECT_THAT(shown.err, HasSubstr("vantorel: ../../escape: Its raw SMART data are not whole.\n"));
+    EXPECT_THAT(shown.out, HasSubstr("Made by      vantorel of an unknown version\n"));
+    EXPECT_THAT(shown.out, HasSubstr("Unknown key  drives[0].firmware\n"));
+    EXPECT_THAT(shown.out, HasSubstr("*     5  Reallocated Sector Count (stored Old  [31mName)"));
+    EXPECT_THAT(shown.out, HasSubstr("*!  250  Gone"));
+    EXPECT_THAT(shown.out, HasSubstr("decoded otherwise than they were stored: 18\n"));
+
+    const auto document = json::parse(runCommand("show --json " + report).out);
+    EXPECT_EQ(document["version"], nullptr);
+    const json& differences = document["drives"][0]["differences"];
+    EXPECT_THAT(differences, testing::Contains(json{{"id", 5},
+                                                    {"name", "Reallocated Sector Count"},
+                                                    {"field", "formattedValue"},
+                                                    {"stored", "1"},
+                                                    {"decoded", "63"}}));
+    EXPECT_EQ(differences.back(), (json{{"id", 250}, {"name", "Gone"}, {"only", "stored"}}));
+
+    const std::string inner = folder.file("inner");
+    EXPECT_EQ(runCommand("show --extract " + inner + " " + report).status, 4);
+    EXPECT_EQ(contentsOf(inner + "/disk0-data.bin"), text(test::readTestData("ata/wd-aaks/data.bin")));
+    EXPECT_EQ(contentsOf(inner + "/drive-2-data.bin"), std::string(100, 1)) << "no foreign text leads out";
+    EXPECT_EQ(filesIn(inner), 4U);
+    EXPECT_EQ(filesIn(folder.file("")), 2U);
+}
+
+TEST(ReportCommand, WhatIsExtractedIsARecordedMachine)
+{
+    const TemporaryFolder folder;
+    const std::string report = makeReport(folder, tower, "a.vantorel");
+    const std::string inner = folder.file("inner");
+    EXPECT_EQ(runCommand("show --extract " + inner + " " + report).status, 56);
+    EXPECT_EQ(runCommand("list --machine " + inner).out, runCommand("list --machine " + report).out);
+    EXPECT_EQ(runCommand("smart --machine " + inner).out, runCommand("smart --machine " + tower).out);
+
+    std::filesystem::remove(inner + "/disk0-data.bin");
+    const auto again = runCommand("show --extract " + inner + " " + report);
+    EXPECT_EQ(again.status, 1);
+    EXPECT_EQ(again.err, "vantorel: " + inner + "/ioreg.plist: exists already\n");
+    EXPECT_FALSE(std::filesystem::exists(inner + "/disk0-data.bin"));
+}
+
+/// The drive with another raw value and another current value in the slot of an attribute.
+PropertyTable altered(PropertyTable drive, std::uint8_t id, std::uint8_t raw, std::uint8_t current)
+{
+    Data sector = *drive.get<Data>("smartData");
+    for (std::size_t slot = 2; slot < 362; slot += 12) {
+        if (sector[slot] == id) {
+            sector[slot + 3] = current;
+            sector[slot + 5] = raw;
+            sector[slot + 6] = 0;
+        }
+    }
+    drive["smartData"] = sector;
+    return drive;
+}
+
+TEST(DiffCommand, TellsWhatGotWorseByItsExitStatus)
+{
+    PropertyTable nvme = driveMap("disk1", "NVMe One");
+    nvme["interface"] = "nvme";
+    Data log = test::readTestData("nvme/smart.bin");
+    log[3] = 90; // available spare
+    nvme["smartData"] = log;
+    const auto nvmeWith = [&](std::size_t offset, std::uint8_t value) {
+        PropertyTable drive = nvme;
+        (*drive.find("smartData")).second = [&] {
+            Data changed = log;
+            changed[offset] = value;
+            return changed;
+        }();
+        return drive;
+    };
+    const PropertyTable wd = wdDrive("disk0");
+    PropertyTable unread = wd;
+    unread.erase("smartData");
+    struct Case {
+        PropertyArray after;
+        int status;
+        std::vector<std::string> lines;
+    };
+    const PropertyArray before = {wd, nvme};
+    const Case cases[] = {
+        {{wd, nvme}, 0, {"disk0  WDC WD5000AAKS-00TMA0: unchanged", "disk1  NVMe One: unchanged"}},
+        {{altered(wd, 9, 255, 80), nvme}, 0, {"    9  Power On Hours  shrank  14992   255"}},
+        {{altered(wd, 5, 64, 192), nvme}, 64, {"!   5  Reallocated Sector Count  grew    63      64"}},
+        {{altered(wd, 5, 64, 140), nvme}, 24, {"crossed  63 (ok)  64 (failedNow)"}},
+        {{unread, nvme}, 4, {"S.M.A.R.T. data  vanished  readable"}},
+        {{wd, nvmeWith(0, 4)}, 8, {"Critical Warning  crossed"}},
+        {{wd, nvmeWith(3, 80)}, 64, {"Available Spare  shrank  90%     80%"}},
+        {{wd, nvmeWith(5, 101)}, 32, {"Percentage Used  crossed"}},
+        {{wd, nvmeWith(167, 1)}, 64, {"Media and Data Integrity Errors  grew"}},
+        {{nvme, wdDrive("disk9")},
+         2,
+         {"disk9  WDC WD5000AAKS-00TMA0: appeared", "disk0  WDC WD5000AAKS-00TMA0: vanished"}},
+    };
+    const TemporaryFolder folder;
+    const std::string old = archive(folder, "old", {{"drives", before}});
+    for (const Case& test : cases) {
+        const std::string later = archive(folder, "new", {{"drives", test.after}});
+        const auto run = runCommand("diff " + old + " " + later);
+        EXPECT_EQ(run.status, test.status) << run.out;
+        for (const std::string& line : test.lines)
+            EXPECT_THAT(run.out, HasSubstr(line));
+        const auto document = json::parse(runCommand("diff --json " + old + " " + later).out);
+        EXPECT_EQ(document["status"], test.status);
+    }
+    // Backwards the crossing is a recovery.
+    const std::string worse = archive(folder, "worse", {{"drives", PropertyArray{altered(wd, 5, 64, 140)}}});
+    const auto better = runCommand("diff " + worse + " " + archive(folder, "new", {{"drives", PropertyArray{wd}}}));
+    EXPECT_EQ(better.status, 0);
+    EXPECT_THAT(better.out, HasSubstr("recovered  64 (failedNow)  63 (ok)"));
+}
+
+/// A listing with one disk, as gzip data.
+Data gzippedListing(const TemporaryFolder& folder, const std::string& bsdName, const std::string& serial)
+{
+    const PropertyTable medium = {{"IOObjectClass", "IOMedia"}, {"BSD Name", bsdName}, {"Whole", true}};
+    const PropertyTable device = {{"IOObjectClass", "IOBlockStorageDevice"},
+                                  {"Device Characteristics", PropertyTable{{"Serial Number", serial}}},
+                                  {"IORegistryEntryChildren", PropertyArray{medium}}};
+    const std::string path = folder.write("listing", system::writeXmlPropertyList(device));
+    EXPECT_EQ(std::system(("gzip -kf '" + path + "'").c_str()), 0);
+    const std::string bytes = contentsOf(path + ".gz");
+    return {bytes.begin(), bytes.end()};
+}
+
+TEST(DiffCommand, JoinsDrivesByTheirSerialNumbersWhereBothAreKnown)
+{
+    const TemporaryFolder folder;
+    const auto reportOf = [&](const std::string& name, const std::string& bsdName, const std::string& serial) {
+        PropertyTable root = {{"drives", PropertyArray{wdDrive(bsdName)}}};
+        if (!serial.empty())
+            root["ioreg"] = gzippedListing(folder, bsdName, serial);
+        return archive(folder, name, root);
+    };
+    const std::string old = reportOf("old", "disk0", "S1");
+    EXPECT_EQ(runCommand("diff " + old + " " + reportOf("new", "disk4", " S1 ")).status, 0) << "it moved";
+    EXPECT_EQ(runCommand("diff " + old + " " + reportOf("new", "disk0", "S2")).status, 2) << "it was replaced";
+    const auto unknown = runCommand("diff " + old + " " + reportOf("new", "disk0", ""));
+    EXPECT_EQ(unknown.status, 0);
+    EXPECT_THAT(unknown.err, HasSubstr("drives are told apart by model and name\n"));
+}
+
+} // namespace
+} // namespace vantorel
