@@ -33,6 +33,12 @@ void print(std::string_view text)
         throw CommandError("standard output", reason(errno));
 }
 
+void flush()
+{
+    if (std::fflush(stdout) != 0)
+        throw CommandError("standard output", reason(errno));
+}
+
 Data readFile(const std::string& path, std::size_t limit)
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);

@@ -38,6 +38,9 @@ void complain(std::string_view what, std::string_view why);
 /// Writes to standard output; throws `CommandError` when the output cannot take it.
 void print(std::string_view text);
 
+/// Hands what was printed on to who reads it; throws as `print` does.
+void flush();
+
 /// The whole file. Throws `CommandError` when it is missing, a folder, larger than `limit` bytes or cannot be read.
 [[nodiscard]] Data readFile(const std::string& path, std::size_t limit);
 
@@ -45,5 +48,8 @@ void print(std::string_view text);
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
 void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
+void addList(CLI::App& app, int& status);
+void addStats(CLI::App& app, int& status);
+void addWatch(CLI::App& app, int& status);
 
 } // namespace vantorel::host

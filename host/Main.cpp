@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Command.h"
+#include "MachineChoice.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/smart/Version.h"
 
@@ -25,16 +26,22 @@ int run(int argc, char** argv)
     CLI::App app("State and health of a machine's drives", "vantorel");
     app.require_subcommand(1);
     app.set_version_flag("--version", versionText(), "Print the versions of the library and of the drive table");
+    app.fallthrough();
+    host::addMachineOption(app);
     int status = host::success;
     host::addDecode(app, status);
     host::addDatabase(app, status);
     host::addCompress(app, status);
+    host::addList(app, status);
+    host::addWatch(app, status);
+    host::addStats(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
-        host::complain("arguments", error.what());
+        const auto unknown = app.remaining();
+        host::complain("arguments", unknown.empty() ? error.what() : "what is \"" + unknown.front() + "\"? See --help");
         return host::usageError;
     }
     return status;

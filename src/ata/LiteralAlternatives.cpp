@@ -143,6 +143,8 @@ private:
                 rest_.remove_prefix(1);
                 last = plainCharacter();
             }
+            if (last < first)
+                throw NotListable();
             for (int c = first; c <= last; ++c)
                 texts.emplace_back(1, static_cast<char>(c));
         } while (!accept("]"));

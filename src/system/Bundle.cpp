@@ -17,7 +17,7 @@ std::optional<std::string> KextManagerCreateURLForBundleIdentifier(CFAllocatorRe
     return machine()->bundleLocation(identifier);
 }
 
-std::optional<Bundle> Bundle::bundleWithPath(const std::string &path)
+std::optional<Bundle> Bundle::bundleWithPath(const std::string& path)
 {
     std::error_code error;
     if (!callPasses("bundleWithPath:") || !std::filesystem::is_directory(path, error))
@@ -41,8 +41,8 @@ std::optional<std::string> Bundle::pathForImageResource(std::string_view name) c
     // The name comes from a registry entry and must not lead out of the bundle.
     if (path_.empty() || name.empty() || name.find('/') != std::string_view::npos)
         return std::nullopt;
-    for (const char *const folder : {"Contents/Resources", "Resources", "."}) {
-        for (const char *const extension : {".icns", ".png", ".tiff", ""}) {
+    for (const char* const folder : {"Contents/Resources", "Resources", "."}) {
+        for (const char* const extension : {".icns", ".png", ".tiff", ""}) {
             const auto file =
                 (std::filesystem::path(path_) / folder / (std::string(name) + extension)).lexically_normal();
             std::error_code error;

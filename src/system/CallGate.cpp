@@ -13,7 +13,7 @@ struct Gate {
     CallGate ask;
 };
 
-Gate &gate()
+Gate& gate()
 {
     static Gate the;
     return the;

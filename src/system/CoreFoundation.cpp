@@ -5,7 +5,7 @@
 
 namespace vantorel::system {
 
-std::optional<std::string> CFUUIDCreateString(CFAllocatorRef /*allocator*/, const base::Uuid &uuid)
+std::optional<std::string> CFUUIDCreateString(CFAllocatorRef /*allocator*/, const base::Uuid& uuid)
 {
     if (!callPasses("CFUUIDCreateString"))
         return std::nullopt;

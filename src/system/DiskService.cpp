@@ -10,21 +10,21 @@ namespace vantorel::system {
 
 namespace {
 
-const std::string *bsdNameOf(const RegistryNode &media)
+const std::string* bsdNameOf(const RegistryNode& media)
 {
-    const PropertyValue *const name = media.properties->lookUp("BSD Name");
+    const PropertyValue* const name = media.properties->lookUp("BSD Name");
     return name ? name->text() : nullptr;
 }
 
-std::shared_ptr<const PropertyArray> changedKeys(const PropertyTable &before, const PropertyTable &after)
+std::shared_ptr<const PropertyArray> changedKeys(const PropertyTable& before, const PropertyTable& after)
 {
     PropertyArray keys;
-    for (const auto &[key, value] : before) {
-        const PropertyValue *const now = after.lookUp(key);
+    for (const auto& [key, value] : before) {
+        const PropertyValue* const now = after.lookUp(key);
         if (!now || *now != value)
             keys.emplace_back(key);
     }
-    for (const auto &[key, value] : after) {
+    for (const auto& [key, value] : after) {
         if (!before.contains(key))
             keys.emplace_back(key);
     }
@@ -33,9 +33,9 @@ std::shared_ptr<const PropertyArray> changedKeys(const PropertyTable &before, co
 
 } // namespace
 
-DiskService &DiskService::shared()
+DiskService& DiskService::shared()
 {
-    static auto &the = *new DiskService; // a machine's threads may tell until the process has ended
+    static auto& the = *new DiskService; // a machine's threads may tell until the process has ended
     return the;
 }
 
@@ -54,10 +54,10 @@ void DiskService::tellRemovalOfAll()
 {
     std::vector<std::uint64_t> ids;
     {
-        Registry &registry = Registry::shared();
+        Registry& registry = Registry::shared();
         const std::scoped_lock lock(registry.mutex);
         const RegistryNodeRef root = registry.tree.root();
-        for (const auto &[order, child] : root->children)
+        for (const auto& [order, child] : root->children)
             ids.push_back(child->id);
         ids.push_back(root->id);
     }
@@ -90,7 +90,7 @@ void DiskService::takeUpNext(std::uint64_t turn)
     letNextCome(); // behind the deliveries of this one
 }
 
-void DiskService::deliverNext(const DASessionRef &session)
+void DiskService::deliverNext(const DASessionRef& session)
 {
     DiskNews news;
     {
@@ -116,34 +116,34 @@ void DiskService::deliverNext(const DASessionRef &session)
     }
 }
 
-void DiskService::send(const DASessionRef &session, const DiskNews &news)
+void DiskService::send(const DASessionRef& session, const DiskNews& news)
 {
     session->pending.push_back(news);
     CFRunLoopPerformBlock(session->runLoop, [session] { deliverNext(session); });
 }
 
-void DiskService::spread(const DiskNews &news)
+void DiskService::spread(const DiskNews& news)
 {
-    for (const DASessionRef &session : scheduled_)
+    for (const DASessionRef& session : scheduled_)
         send(session, news);
 }
 
-void DiskService::schedule(const DASessionRef &session, const CFRunLoopRef &runLoop)
+void DiskService::schedule(const DASessionRef& session, const CFRunLoopRef& runLoop)
 {
-    Registry &registry = Registry::shared();
+    Registry& registry = Registry::shared();
     const std::scoped_lock lock(registry.mutex);
     if (session->runLoop)
         return;
     session->runLoop = runLoop;
     scheduled_.push_back(session);
-    RegistryTree::walk(*registry.tree.root(), [&](const RegistryNode &node) {
+    RegistryTree::walk(*registry.tree.root(), [&](const RegistryNode& node) {
         if (const auto found = disks_.find(node.id); found != disks_.end())
             send(session, {DiskNews::Kind::appeared, found->second.disk, nullptr});
         return true;
     });
 }
 
-void DiskService::unschedule(const DASessionRef &session)
+void DiskService::unschedule(const DASessionRef& session)
 {
     const std::scoped_lock lock(Registry::shared().mutex);
     std::erase(scheduled_, session);
@@ -157,7 +157,7 @@ void DiskService::unschedule(const DASessionRef &session)
         apply(waiting_.front());
 }
 
-const DiskService::Disk *DiskService::find(const std::string &bsdName) const
+const DiskService::Disk* DiskService::find(const std::string& bsdName) const
 {
     const auto first = byName_.lower_bound({bsdName, 0});
     return first == byName_.end() || first->first != bsdName ? nullptr : &disks_.at(first->second);
@@ -170,34 +170,34 @@ PropertyTableRef DiskService::description(std::uint64_t entryId)
     return found == disks_.end() ? nullptr : found->second.description;
 }
 
-DADiskRef DiskService::diskNamed(const std::string &bsdName)
+DADiskRef DiskService::diskNamed(const std::string& bsdName)
 {
     const std::scoped_lock lock(Registry::shared().mutex);
-    const Disk *const found = find(bsdName);
+    const Disk* const found = find(bsdName);
     return found ? found->disk : nullptr;
 }
 
-void DiskService::apply(MachineEvent &event)
+void DiskService::apply(MachineEvent& event)
 {
-    if (auto *const entry = std::get_if<RegistryEntry>(&event))
+    if (auto* const entry = std::get_if<RegistryEntry>(&event))
         arrive(*entry);
-    else if (auto *const changed = std::get_if<EntryChange>(&event))
+    else if (auto* const changed = std::get_if<EntryChange>(&event))
         change(*changed);
-    else if (const auto *const removal = std::get_if<EntryRemoval>(&event))
+    else if (const auto* const removal = std::get_if<EntryRemoval>(&event))
         remove(*removal);
     else
         changeVolume(std::get<VolumeChange>(event));
 }
 
-void DiskService::arrive(RegistryEntry &entry)
+void DiskService::arrive(RegistryEntry& entry)
 {
     if (const RegistryNodeRef node = Registry::shared().tree.arrive(std::move(entry)))
         describeBelow(*node);
 }
 
-void DiskService::change(EntryChange &change)
+void DiskService::change(EntryChange& change)
 {
-    RegistryTree &tree = Registry::shared().tree;
+    RegistryTree& tree = Registry::shared().tree;
     const PropertyTableRef before = tree.change(change.id, std::move(change.properties));
     if (!before)
         return;
@@ -208,43 +208,43 @@ void DiskService::change(EntryChange &change)
         describe(*node);
 }
 
-void DiskService::remove(const EntryRemoval &removal)
+void DiskService::remove(const EntryRemoval& removal)
 {
     const RegistryTree::Removal removed = Registry::shared().tree.remove(removal.id);
-    for (const RegistryNodeRef &node : removed.gone)
+    for (const RegistryNodeRef& node : removed.gone)
         forget(node->id);
-    for (const RegistryNodeRef &node : removed.rehung)
+    for (const RegistryNodeRef& node : removed.rehung)
         describeBelow(*node);
 }
 
-void DiskService::changeVolume(const VolumeChange &change)
+void DiskService::changeVolume(const VolumeChange& change)
 {
-    if (const Disk *const disk = find(change.bsdName))
+    if (const Disk* const disk = find(change.bsdName))
         describe(*Registry::shared().tree.find(disk->disk->entryId));
 }
 
-void DiskService::describeBelow(RegistryNode &node)
+void DiskService::describeBelow(RegistryNode& node)
 {
-    RegistryTree::walk(node, [this](const RegistryNode &below) {
+    RegistryTree::walk(node, [this](const RegistryNode& below) {
         describe(below);
         return true;
     });
 }
 
-void DiskService::describe(const RegistryNode &node)
+void DiskService::describe(const RegistryNode& node)
 {
     const auto known = disks_.find(node.id);
-    const std::string *const bsdName = isMedia(node) ? bsdNameOf(node) : nullptr;
-    const RegistryNode *const device = bsdName ? blockStorageDevice(node) : nullptr;
+    const std::string* const bsdName = isMedia(node) ? bsdNameOf(node) : nullptr;
+    const RegistryNode* const device = bsdName ? blockStorageDevice(node) : nullptr;
     if (!device || (known != disks_.end() && known->second.disk->bsdName != *bsdName))
         forget(node.id); // under another name it is another disk
     if (!device)
         return;
 
     auto description = std::make_shared<const PropertyTable>(describeMedia(node, *device, machine()->volume(*bsdName)));
-    Disk &disk = disks_[node.id];
+    Disk& disk = disks_[node.id];
     if (!disk.disk) {
-        disk = {std::make_shared<const DADisk>(*bsdName, node.id), std::move(description)};
+        disk = {std::make_shared<const DADisk>(DADisk{*bsdName, node.id}), std::move(description)};
         byName_.emplace(*bsdName, node.id);
         spread({DiskNews::Kind::appeared, disk.disk, nullptr});
     } else if (*disk.description != *description) {

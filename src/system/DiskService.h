@@ -43,11 +43,11 @@ struct DiskNews {
 class DASession {
 public:
     DADiskAppearedCallback appeared;
-    void *appearedContext = nullptr;
+    void* appearedContext = nullptr;
     DADiskDisappearedCallback disappeared;
-    void *disappearedContext = nullptr;
+    void* disappearedContext = nullptr;
     DADiskDescriptionChangedCallback changed;
-    void *changedContext = nullptr;
+    void* changedContext = nullptr;
 
     CFRunLoopRef runLoop;         ///< null while not scheduled
     std::deque<DiskNews> pending; ///< guarded by the registry's lock
@@ -60,19 +60,19 @@ public:
 /// its own. Every step is a piece of work of its own on the run loop, so a callback that throws takes nothing with it.
 class DiskService {
 public:
-    [[nodiscard]] static DiskService &shared();
+    [[nodiscard]] static DiskService& shared();
 
     /// From any thread.
     void tell(MachineEvent event);
     /// Lets everything go that hangs under the root, as if the machine had told so.
     void tellRemovalOfAll();
 
-    void schedule(const DASessionRef &session, const CFRunLoopRef &runLoop);
-    void unschedule(const DASessionRef &session);
+    void schedule(const DASessionRef& session, const CFRunLoopRef& runLoop);
+    void unschedule(const DASessionRef& session);
 
     [[nodiscard]] PropertyTableRef description(std::uint64_t entryId);
     /// The disk of this name; null when there is none.
-    [[nodiscard]] DADiskRef diskNamed(const std::string &bsdName);
+    [[nodiscard]] DADiskRef diskNamed(const std::string& bsdName);
 
 private:
     struct Disk {
@@ -81,23 +81,23 @@ private:
     };
 
     // All of these are called under the registry's lock.
-    void apply(MachineEvent &event);
-    void arrive(RegistryEntry &entry);
-    void change(EntryChange &change);
-    void remove(const EntryRemoval &removal);
-    void changeVolume(const VolumeChange &change);
-    void describeBelow(RegistryNode &node);
-    void describe(const RegistryNode &node);
+    void apply(MachineEvent& event);
+    void arrive(RegistryEntry& entry);
+    void change(EntryChange& change);
+    void remove(const EntryRemoval& removal);
+    void changeVolume(const VolumeChange& change);
+    void describeBelow(RegistryNode& node);
+    void describe(const RegistryNode& node);
     void forget(std::uint64_t entryId);
-    void spread(const DiskNews &news);
-    void send(const DASessionRef &session, const DiskNews &news);
-    [[nodiscard]] const Disk *find(const std::string &bsdName) const;
+    void spread(const DiskNews& news);
+    void send(const DASessionRef& session, const DiskNews& news);
+    [[nodiscard]] const Disk* find(const std::string& bsdName) const;
     [[nodiscard]] CFRunLoopRef home() const;
     void letNextCome();
 
     // These are not.
     void takeUpNext(std::uint64_t turn);
-    static void deliverNext(const DASessionRef &session);
+    static void deliverNext(const DASessionRef& session);
 
     std::deque<MachineEvent> waiting_;
     bool nextIsComing_ = false; // takeUpNext is on its way

@@ -15,7 +15,7 @@ namespace {
 class MainQueue final : public DispatchQueue {
 public:
     void async(std::function<void()> block) override { mainRunLoop()->post(RunLoop::Queue::main, std::move(block)); }
-    const std::string &label() const override { return label_; }
+    const std::string& label() const override { return label_; }
 
 private:
     std::string label_ = "com.apple.main-thread";
@@ -24,8 +24,8 @@ private:
 class SerialQueue final : public DispatchQueue {
 public:
     explicit SerialQueue(std::string label) : label_(std::move(label)) {}
-    SerialQueue(const SerialQueue &) = delete;
-    SerialQueue &operator=(const SerialQueue &) = delete;
+    SerialQueue(const SerialQueue&) = delete;
+    SerialQueue& operator=(const SerialQueue&) = delete;
 
     ~SerialQueue() override
     {
@@ -47,7 +47,7 @@ public:
         thread_ = std::thread([work = work_] { run(*work); });
     }
 
-    const std::string &label() const override { return label_; }
+    const std::string& label() const override { return label_; }
 
 private:
     // Shared with the thread, which may be left alone with it.
@@ -57,7 +57,7 @@ private:
         bool running = false;
     };
 
-    static void run(Work &work)
+    static void run(Work& work)
     {
         for (;;) {
             std::function<void()> block;
@@ -83,7 +83,7 @@ private:
 
 DispatchQueueRef dispatch_get_main_queue()
 {
-    static auto &queue = *new DispatchQueueRef(std::make_shared<MainQueue>());
+    static auto& queue = *new DispatchQueueRef(std::make_shared<MainQueue>());
     return queue;
 }
 

@@ -6,7 +6,7 @@
 
 namespace vantorel::system {
 
-FileManager &FileManager::defaultManager()
+FileManager& FileManager::defaultManager()
 {
     static FileManager manager;
     return manager;
@@ -20,7 +20,7 @@ FileManager::mountedVolumeURLsIncludingResourceValuesForKeys(std::nullptr_t /*ke
     return machine()->mountPoints();
 }
 
-PropertyTableRef FileManager::attributesOfFileSystemForPath(const std::string &path) const
+PropertyTableRef FileManager::attributesOfFileSystemForPath(const std::string& path) const
 {
     if (!callPasses("attributesOfFileSystemForPath:error:"))
         return nullptr;
@@ -33,7 +33,7 @@ PropertyTableRef FileManager::attributesOfFileSystemForPath(const std::string &p
     });
 }
 
-bool FileManager::isWritableFileAtPath(const std::string &path) const
+bool FileManager::isWritableFileAtPath(const std::string& path) const
 {
     if (!callPasses("isWritableFileAtPath:"))
         return false;

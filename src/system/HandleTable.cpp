@@ -20,9 +20,9 @@ io_object_t handleFor(std::uint32_t place, std::uint32_t turn)
 
 } // namespace
 
-HandleTable &HandleTable::shared()
+HandleTable& HandleTable::shared()
 {
-    static auto &the = *new HandleTable; // a handle may be given back while the process ends
+    static auto& the = *new HandleTable; // a handle may be given back while the process ends
     return the;
 }
 
@@ -39,40 +39,40 @@ io_object_t HandleTable::open(HandleObject object)
     } else {
         return IO_OBJECT_NULL;
     }
-    Slot &slot = slots_[place];
+    Slot& slot = slots_[place];
     slot.object = std::move(object);
     slot.count = 1;
     return handleFor(place, slot.turn);
 }
 
-HandleTable::Slot *HandleTable::slotOf(io_object_t handle)
+HandleTable::Slot* HandleTable::slotOf(io_object_t handle)
 {
     const std::uint32_t place = (handle & mostPlaces) - 1; // wraps for 0
     if (place >= slots_.size())
         return nullptr;
-    Slot &slot = slots_[place];
+    Slot& slot = slots_[place];
     return slot.count > 0 && slot.turn == handle >> placeBits ? &slot : nullptr;
 }
 
 HandleObject HandleTable::find(io_object_t handle)
 {
     const std::scoped_lock lock(mutex_);
-    const Slot *const slot = slotOf(handle);
+    const Slot* const slot = slotOf(handle);
     return slot ? slot->object : HandleObject();
 }
 
 RegistryNodeRef HandleTable::findEntry(io_object_t handle)
 {
     const std::scoped_lock lock(mutex_);
-    const Slot *const slot = slotOf(handle);
-    const auto *const entry = slot ? std::get_if<RegistryNodeRef>(&slot->object) : nullptr;
+    const Slot* const slot = slotOf(handle);
+    const auto* const entry = slot ? std::get_if<RegistryNodeRef>(&slot->object) : nullptr;
     return entry ? *entry : nullptr;
 }
 
 kern_return_t HandleTable::retain(io_object_t handle)
 {
     const std::scoped_lock lock(mutex_);
-    Slot *const slot = slotOf(handle);
+    Slot* const slot = slotOf(handle);
     if (!slot)
         return kIOReturnBadArgument;
     if (slot->count == std::numeric_limits<std::uint32_t>::max())
@@ -85,7 +85,7 @@ kern_return_t HandleTable::release(io_object_t handle)
 {
     HandleObject last; // ends behind the lock
     const std::scoped_lock lock(mutex_);
-    Slot *const slot = slotOf(handle);
+    Slot* const slot = slotOf(handle);
     if (!slot)
         return kIOReturnBadArgument;
     if (--slot->count == 0) {

@@ -26,7 +26,7 @@ using HandleObject = std::variant<std::monostate, RegistryNodeRef, std::shared_p
 /// often, or used after its end, is not mistaken for the one that came after it.
 class HandleTable {
 public:
-    [[nodiscard]] static HandleTable &shared();
+    [[nodiscard]] static HandleTable& shared();
 
     /// A new handle with a count of 1; 0 when `object` is null or the table is full.
     [[nodiscard]] io_object_t open(HandleObject object);
@@ -44,7 +44,7 @@ private:
         std::uint32_t turn = 0;
     };
 
-    Slot *slotOf(io_object_t handle);
+    Slot* slotOf(io_object_t handle);
 
     std::mutex mutex_;
     std::vector<Slot> slots_;

@@ -17,25 +17,25 @@ bool isKnownPlane(std::string_view plane)
     return plane == kIOServicePlane;
 }
 
-PropertyTableRef propertiesOf(const RegistryNode &node)
+PropertyTableRef propertiesOf(const RegistryNode& node)
 {
     const std::scoped_lock lock(Registry::shared().mutex);
     return node.properties;
 }
 
 /// `IOPropertyMatch`, `IOProviderClass` and the id are what the library and its hosts match by.
-bool matches(const RegistryNode &node, const PropertyTable &matching)
+bool matches(const RegistryNode& node, const PropertyTable& matching)
 {
-    return std::ranges::all_of(matching, [&node](const auto &condition) {
-        const auto &[key, wanted] = condition;
+    return std::ranges::all_of(matching, [&node](const auto& condition) {
+        const auto& [key, wanted] = condition;
         if (key == kIORegistryEntryIDKey)
             return wanted.template get<std::uint64_t>() == node.id;
         if (key == kIOProviderClassKey)
             return wanted.text() && conformsTo(node, *wanted.text());
         if (key != "IOPropertyMatch" || !wanted.table())
             return false;
-        return std::ranges::all_of(*wanted.table(), [&node](const auto &property) {
-            const PropertyValue *const value = node.properties->lookUp(property.first);
+        return std::ranges::all_of(*wanted.table(), [&node](const auto& property) {
+            const PropertyValue* const value = node.properties->lookUp(property.first);
             return value && *value == property.second;
         });
     });
@@ -43,7 +43,7 @@ bool matches(const RegistryNode &node, const PropertyTable &matching)
 
 } // namespace
 
-kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry, PropertyTableRef &properties,
+kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry, PropertyTableRef& properties,
                                                 CFAllocatorRef /*allocator*/, IOOptionBits /*options*/)
 {
     properties = nullptr;
@@ -65,12 +65,12 @@ std::optional<PropertyValue> IORegistryEntryCreateCFProperty(io_registry_entry_t
     if (!node)
         return std::nullopt;
     const PropertyTableRef properties = propertiesOf(*node);
-    const PropertyValue *const value = properties->lookUp(key);
+    const PropertyValue* const value = properties->lookUp(key);
     return value ? std::optional(*value) : std::nullopt;
 }
 
 kern_return_t IORegistryEntryGetParentEntry(io_registry_entry_t entry, std::string_view plane,
-                                            io_registry_entry_t &parent)
+                                            io_registry_entry_t& parent)
 {
     parent = IO_OBJECT_NULL;
     if (!callPasses("IORegistryEntryGetParentEntry"))
@@ -90,7 +90,7 @@ kern_return_t IORegistryEntryGetParentEntry(io_registry_entry_t entry, std::stri
 }
 
 kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, std::string_view plane,
-                                              io_iterator_t &iterator)
+                                              io_iterator_t& iterator)
 {
     iterator = IO_OBJECT_NULL;
     if (!callPasses("IORegistryEntryGetChildIterator"))
@@ -103,7 +103,7 @@ kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, std::st
         if (!node->inTree)
             return kIOReturnNoDevice;
     }
-    iterator = HandleTable::shared().open(std::make_shared<ChildIterator>(node));
+    iterator = HandleTable::shared().open(std::make_shared<ChildIterator>(ChildIterator{node}));
     return iterator == IO_OBJECT_NULL ? kIOReturnNoResources : KERN_SUCCESS;
 }
 
@@ -112,13 +112,13 @@ io_object_t IOIteratorNext(io_iterator_t iterator)
     if (!callPasses("IOIteratorNext"))
         return IO_OBJECT_NULL;
     const HandleObject object = HandleTable::shared().find(iterator);
-    const auto *const walk = std::get_if<std::shared_ptr<ChildIterator>>(&object);
+    const auto* const walk = std::get_if<std::shared_ptr<ChildIterator>>(&object);
     if (!walk)
         return IO_OBJECT_NULL;
     RegistryNodeRef next;
     {
         const std::scoped_lock lock(Registry::shared().mutex);
-        ChildIterator &state = **walk;
+        ChildIterator& state = **walk;
         const auto child = state.parent->children.upper_bound(state.lastOrder);
         if (child == state.parent->children.end())
             return IO_OBJECT_NULL;
@@ -128,7 +128,7 @@ io_object_t IOIteratorNext(io_iterator_t iterator)
     return HandleTable::shared().open(std::move(next));
 }
 
-kern_return_t IORegistryEntryGetRegistryEntryID(io_registry_entry_t entry, std::uint64_t &id)
+kern_return_t IORegistryEntryGetRegistryEntryID(io_registry_entry_t entry, std::uint64_t& id)
 {
     id = 0;
     if (!callPasses("IORegistryEntryGetRegistryEntryID"))
@@ -141,7 +141,7 @@ kern_return_t IORegistryEntryGetRegistryEntryID(io_registry_entry_t entry, std::
     return KERN_SUCCESS;
 }
 
-kern_return_t IORegistryEntryGetName(io_registry_entry_t entry, std::string &name)
+kern_return_t IORegistryEntryGetName(io_registry_entry_t entry, std::string& name)
 {
     name.clear();
     if (!callPasses("IORegistryEntryGetName"))
@@ -155,7 +155,7 @@ kern_return_t IORegistryEntryGetName(io_registry_entry_t entry, std::string &nam
 }
 
 kern_return_t IORegistryEntryGetLocationInPlane(io_registry_entry_t entry, std::string_view plane,
-                                                std::string &location)
+                                                std::string& location)
 {
     location.clear();
     if (!callPasses("IORegistryEntryGetLocationInPlane"))
@@ -168,7 +168,7 @@ kern_return_t IORegistryEntryGetLocationInPlane(io_registry_entry_t entry, std::
     return location.empty() ? kIOReturnNotFound : KERN_SUCCESS;
 }
 
-kern_return_t IOObjectGetClass(io_object_t object, std::string &className)
+kern_return_t IOObjectGetClass(io_object_t object, std::string& className)
 {
     className.clear();
     if (!callPasses("IOObjectGetClass"))
@@ -176,7 +176,7 @@ kern_return_t IOObjectGetClass(io_object_t object, std::string &className)
     const HandleObject found = HandleTable::shared().find(object);
     if (std::holds_alternative<std::monostate>(found))
         return kIOReturnBadArgument;
-    const auto *const node = std::get_if<RegistryNodeRef>(&found);
+    const auto* const node = std::get_if<RegistryNodeRef>(&found);
     const std::scoped_lock lock(Registry::shared().mutex);
     className = node ? (*node)->className : "IOIterator";
     return KERN_SUCCESS;
@@ -199,20 +199,20 @@ PropertyTable IOServiceMatching(std::string_view className)
     return PropertyTable{{std::string(kIOProviderClassKey), className}};
 }
 
-io_service_t IOServiceGetMatchingService(mach_port_t /*port*/, const PropertyTable &matching)
+io_service_t IOServiceGetMatchingService(mach_port_t /*port*/, const PropertyTable& matching)
 {
     if (!callPasses("IOServiceGetMatchingService") || matching.empty())
         return IO_OBJECT_NULL;
     RegistryNodeRef found;
     {
-        Registry &registry = Registry::shared();
+        Registry& registry = Registry::shared();
         const std::scoped_lock lock(registry.mutex);
         if (const auto id = matching.get<std::uint64_t>(kIORegistryEntryIDKey)) {
             found = registry.tree.find(*id);
             if (found && !matches(*found, matching))
                 found = nullptr;
         } else {
-            RegistryTree::walk(*registry.tree.root(), [&](RegistryNode &node) {
+            RegistryTree::walk(*registry.tree.root(), [&](RegistryNode& node) {
                 if (matches(node, matching))
                     found = node.shared_from_this();
                 return !found;

@@ -26,13 +26,13 @@ constexpr std::array<std::pair<IOReturn, std::string_view>, 20> names{{
 
 std::string_view nameOfIOReturn(IOReturn status)
 {
-    const auto found = std::ranges::find(names, status, [](const auto &row) { return row.first; });
+    const auto found = std::ranges::find(names, status, [](const auto& row) { return row.first; });
     return found == names.end() ? std::string_view() : found->second;
 }
 
 std::optional<IOReturn> ioReturnNamed(std::string_view name)
 {
-    const auto found = std::ranges::find(names, name, [](const auto &row) { return row.second; });
+    const auto found = std::ranges::find(names, name, [](const auto& row) { return row.second; });
     return found == names.end() ? std::nullopt : std::optional(found->first);
 }
 

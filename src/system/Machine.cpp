@@ -13,7 +13,7 @@ namespace {
 
 class EmptyMachine final : public Machine {
 public:
-    void start(MachineEvents & /*events*/) override {}
+    void start(MachineEvents& /*events*/) override {}
 };
 
 /// Passes on what one machine tells, until that machine is replaced.
@@ -56,9 +56,9 @@ struct Installed {
     std::shared_ptr<Connected> current = std::make_shared<Connected>();
 };
 
-Installed &installed()
+Installed& installed()
 {
-    static auto &the = *new Installed; // its threads may run until the process has ended
+    static auto& the = *new Installed; // its threads may run until the process has ended
     return the;
 }
 
@@ -74,7 +74,7 @@ std::optional<std::vector<std::string>> Machine::mountPoints()
     return std::vector<std::string>();
 }
 
-std::optional<FileSystemFacts> Machine::fileSystem(const std::string & /*path*/)
+std::optional<FileSystemFacts> Machine::fileSystem(const std::string& /*path*/)
 {
     return std::nullopt;
 }

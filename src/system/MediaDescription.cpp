@@ -52,41 +52,41 @@ constexpr std::string_view protocolCharacteristics = "Protocol Characteristics";
 constexpr std::array<std::string_view, 5> inheritedKeys{deviceCharacteristics, protocolCharacteristics, "GUID",
                                                         "IOMediaIcon", "IOUnit"};
 
-const RegistryNode *parentOf(const RegistryNode &node)
+const RegistryNode* parentOf(const RegistryNode& node)
 {
     return node.parents.empty() ? nullptr : node.parents.front().node;
 }
 
 /// Copies the values that are there with the given type, under their new names.
-void copyValues(const PropertyTable &from, std::span<const Rename> names, PropertyValue::Type type, PropertyTable &to)
+void copyValues(const PropertyTable& from, std::span<const Rename> names, PropertyValue::Type type, PropertyTable& to)
 {
-    for (const auto &[source, target] : names) {
-        const PropertyValue *const value = from.lookUp(source);
+    for (const auto& [source, target] : names) {
+        const PropertyValue* const value = from.lookUp(source);
         if (value && value->type() == type)
             to.insert_or_assign(std::string(target), *value);
     }
 }
 
 /// The nearest value of this key and type, beginning with the entry itself.
-const PropertyValue *searchUp(const RegistryNode &from, std::string_view key, PropertyValue::Type type)
+const PropertyValue* searchUp(const RegistryNode& from, std::string_view key, PropertyValue::Type type)
 {
-    const RegistryNode *node = &from;
+    const RegistryNode* node = &from;
     for (int level = 0; node && level < mostLevels; node = parentOf(*node), ++level) {
-        const PropertyValue *const value = node->properties->lookUp(key);
+        const PropertyValue* const value = node->properties->lookUp(key);
         if (value && value->type() == type)
             return value;
     }
     return nullptr;
 }
 
-const PropertyTable *tableIn(const RegistryNode &node, std::string_view key)
+const PropertyTable* tableIn(const RegistryNode& node, std::string_view key)
 {
-    const PropertyValue *const value = node.properties->lookUp(key);
+    const PropertyValue* const value = node.properties->lookUp(key);
     return value ? value->table() : nullptr;
 }
 
 /// A file URL of a folder, as the platform writes it.
-std::string folderUrl(const std::string &path)
+std::string folderUrl(const std::string& path)
 {
     constexpr std::string_view plain = "-._~/!$&'()*+,;=:@";
     constexpr std::string_view digits = "0123456789ABCDEF";
@@ -105,25 +105,25 @@ std::string folderUrl(const std::string &path)
     return url;
 }
 
-void describeDevice(const RegistryNode &device, PropertyTable &description)
+void describeDevice(const RegistryNode& device, PropertyTable& description)
 {
-    if (const PropertyTable *const facts = tableIn(device, deviceCharacteristics))
+    if (const PropertyTable* const facts = tableIn(device, deviceCharacteristics))
         copyValues(*facts, deviceTexts, PropertyValue::Type::text, description);
-    if (const PropertyTable *const facts = tableIn(device, protocolCharacteristics)) {
+    if (const PropertyTable* const facts = tableIn(device, protocolCharacteristics)) {
         copyValues(*facts, {{{"Physical Interconnect", "DADeviceProtocol"}}}, PropertyValue::Type::text, description);
         // Any other place, such as the "File" of a disk image, is neither inside nor outside.
         const auto place = facts->get<std::string>("Physical Interconnect Location");
         if (place == "Internal" || place == "External")
             description.emplace("DADeviceInternal", place == "Internal");
     }
-    if (const PropertyValue *const unit = searchUp(device, "IOUnit", PropertyValue::Type::integer))
+    if (const PropertyValue* const unit = searchUp(device, "IOUnit", PropertyValue::Type::integer))
         description.emplace("DADeviceUnit", *unit);
-    if (const PropertyValue *const guid = searchUp(device, "GUID", PropertyValue::Type::data))
+    if (const PropertyValue* const guid = searchUp(device, "GUID", PropertyValue::Type::data))
         description.emplace("DADeviceGUID", *guid);
     description.emplace("DADevicePath", servicePath(device));
 }
 
-void describeVolume(const std::optional<VolumeFacts> &volume, PropertyTable &description)
+void describeVolume(const std::optional<VolumeFacts>& volume, PropertyTable& description)
 {
     description.emplace("DAVolumeNetwork", false);
     if (!volume)
@@ -141,17 +141,17 @@ void describeVolume(const std::optional<VolumeFacts> &volume, PropertyTable &des
 
 } // namespace
 
-bool isMedia(const RegistryNode &node)
+bool isMedia(const RegistryNode& node)
 {
     return conformsTo(node, "IOMedia") ||
            (node.properties->get<std::string>("BSD Name") && node.properties->get<bool>("Whole"));
 }
 
-const RegistryNode *blockStorageDevice(const RegistryNode &media)
+const RegistryNode* blockStorageDevice(const RegistryNode& media)
 {
-    const RegistryNode *below = &media;
+    const RegistryNode* below = &media;
     for (int level = 0; level < mostLevels; ++level) {
-        const RegistryNode *const node = parentOf(*below);
+        const RegistryNode* const node = parentOf(*below);
         if (!node)
             return nullptr;
         // The block storage driver stands on nothing but such a device, whatever class the device is of.
@@ -162,10 +162,10 @@ const RegistryNode *blockStorageDevice(const RegistryNode &media)
     return nullptr;
 }
 
-PropertyTable describeMedia(const RegistryNode &media, const RegistryNode &device,
-                            const std::optional<VolumeFacts> &volume)
+PropertyTable describeMedia(const RegistryNode& media, const RegistryNode& device,
+                            const std::optional<VolumeFacts>& volume)
 {
-    const PropertyTable &properties = *media.properties;
+    const PropertyTable& properties = *media.properties;
     PropertyTable description;
     copyValues(properties, {{{"BSD Name", "DAMediaBSDName"}}}, PropertyValue::Type::text, description);
     copyValues(properties, mediaTexts, PropertyValue::Type::text, description);
@@ -177,7 +177,7 @@ PropertyTable describeMedia(const RegistryNode &media, const RegistryNode &devic
         if (const std::optional<base::Uuid> uuid = base::Uuid::parse(*text))
             description.emplace("DAMediaUUID", *uuid);
     }
-    if (const PropertyValue *const icon = searchUp(media, "IOMediaIcon", PropertyValue::Type::table))
+    if (const PropertyValue* const icon = searchUp(media, "IOMediaIcon", PropertyValue::Type::table))
         description.emplace("DAMediaIcon", *icon);
 
     const bool isOptical =
@@ -188,28 +188,28 @@ PropertyTable describeMedia(const RegistryNode &media, const RegistryNode &devic
 
     describeDevice(device, description);
     describeVolume(volume, description);
-    for (const auto &[platform, ours] : secondSpellings) {
-        if (const PropertyValue *const value = description.lookUp(platform))
+    for (const auto& [platform, ours] : secondSpellings) {
+        if (const PropertyValue* const value = description.lookUp(platform))
             description.emplace(ours, *value);
     }
     return description;
 }
 
-bool describesMediaBelow(const PropertyTable &before, const PropertyTable &after)
+bool describesMediaBelow(const PropertyTable& before, const PropertyTable& after)
 {
     return std::ranges::any_of(inheritedKeys, [&](std::string_view key) {
-        const PropertyValue *const old = before.lookUp(key);
-        const PropertyValue *const fresh = after.lookUp(key);
+        const PropertyValue* const old = before.lookUp(key);
+        const PropertyValue* const fresh = after.lookUp(key);
         return old && fresh ? *old != *fresh : old != fresh;
     });
 }
 
-std::string servicePath(const RegistryNode &node)
+std::string servicePath(const RegistryNode& node)
 {
-    std::vector<const RegistryNode *> names;
-    const RegistryNode *step = &node;
+    std::vector<const RegistryNode*> names;
+    const RegistryNode* step = &node;
     for (int level = 0; level < mostLevels; ++level) {
-        const RegistryNode *const parent = parentOf(*step);
+        const RegistryNode* const parent = parentOf(*step);
         if (!parent)
             break; // the root itself is left out, and so is the platform's own device under it
         if (step->className != "IOPlatformExpertDevice" || parentOf(*parent))

@@ -13,19 +13,19 @@ namespace vantorel::system {
 
 /// Whether the entry is media that can be a disk: of the class or, where a listing tells of a class unknown here, with
 /// the properties of media.
-[[nodiscard]] bool isMedia(const RegistryNode &node);
+[[nodiscard]] bool isMedia(const RegistryNode& node);
 
 /// The nearest ancestor that is a block storage device; null when there is none, and then the media is no disk.
-[[nodiscard]] const RegistryNode *blockStorageDevice(const RegistryNode &media);
+[[nodiscard]] const RegistryNode* blockStorageDevice(const RegistryNode& media);
 
 /// The description of a disk, by the rules of the platform's disk service (DADisk.c). `media` stands under `device`.
-[[nodiscard]] PropertyTable describeMedia(const RegistryNode &media, const RegistryNode &device,
-                                          const std::optional<VolumeFacts> &volume);
+[[nodiscard]] PropertyTable describeMedia(const RegistryNode& media, const RegistryNode& device,
+                                          const std::optional<VolumeFacts>& volume);
 
 /// Whether a change from one table of an entry to another can change the description of media under that entry.
-[[nodiscard]] bool describesMediaBelow(const PropertyTable &before, const PropertyTable &after);
+[[nodiscard]] bool describesMediaBelow(const PropertyTable& before, const PropertyTable& after);
 
 /// The path in the plane, such as "IOService:/AppleACPIPlatformExpert/PCI0@0/…".
-[[nodiscard]] std::string servicePath(const RegistryNode &node);
+[[nodiscard]] std::string servicePath(const RegistryNode& node);
 
 } // namespace vantorel::system

@@ -15,9 +15,9 @@ struct Sink {
     MessageSink take;
 };
 
-Sink &sink()
+Sink& sink()
 {
-    static auto &the = *new Sink; // outlives every thread that may still print while the process ends
+    static auto& the = *new Sink; // outlives every thread that may still print while the process ends
     return the;
 }
 

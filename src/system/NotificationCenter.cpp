@@ -5,7 +5,7 @@
 
 namespace vantorel::system {
 
-NotificationCenter &NotificationCenter::defaultCenter()
+NotificationCenter& NotificationCenter::defaultCenter()
 {
     static NotificationCenter center;
     return center;
@@ -21,8 +21,8 @@ NotificationCenter::Token NotificationCenter::addObserver(std::string_view name,
 void NotificationCenter::removeObserver(Token token)
 {
     const std::scoped_lock lock(mutex_);
-    for (auto &[name, list] : observers_)
-        std::erase_if(list, [token](const auto &entry) { return entry.first == token; });
+    for (auto& [name, list] : observers_)
+        std::erase_if(list, [token](const auto& entry) { return entry.first == token; });
 }
 
 void NotificationCenter::postNotificationName(std::string_view name, std::any object)
@@ -35,7 +35,7 @@ void NotificationCenter::postNotificationName(std::string_view name, std::any ob
             told = found->second;
     }
     const Notification notification{std::string(name), std::move(object)};
-    for (const auto &[token, observer] : told)
+    for (const auto& [token, observer] : told)
         observer(notification);
 }
 

@@ -53,16 +53,16 @@ PropertyTableRef withUuidValues(PropertyTable properties)
     return std::make_shared<const PropertyTable>(std::move(properties));
 }
 
-bool isAncestor(const RegistryNode &ancestor, const RegistryNode &node)
+bool isAncestor(const RegistryNode& ancestor, const RegistryNode& node)
 {
-    std::set<const RegistryNode *> seen{&node};
-    std::vector<const RegistryNode *> pending{&node};
+    std::set<const RegistryNode*> seen{&node};
+    std::vector<const RegistryNode*> pending{&node};
     while (!pending.empty()) {
-        const RegistryNode *const next = pending.back();
+        const RegistryNode* const next = pending.back();
         pending.pop_back();
         if (next == &ancestor)
             return true;
-        for (const RegistryNode::Parent &parent : next->parents) {
+        for (const RegistryNode::Parent& parent : next->parents) {
             if (seen.insert(parent.node).second)
                 pending.push_back(parent.node);
         }
@@ -72,7 +72,7 @@ bool isAncestor(const RegistryNode &ancestor, const RegistryNode &node)
 
 } // namespace
 
-bool conformsTo(const RegistryNode &node, std::string_view base)
+bool conformsTo(const RegistryNode& node, std::string_view base)
 {
     if (node.className == base || std::ranges::find(node.inheritance, base) != node.inheritance.end())
         return true;
@@ -98,7 +98,7 @@ RegistryNodeRef RegistryTree::find(std::uint64_t id) const
     return found == nodes_.end() ? nullptr : found->second;
 }
 
-RegistryNodeRef RegistryTree::makeNode(RegistryEntry &entry)
+RegistryNodeRef RegistryTree::makeNode(RegistryEntry& entry)
 {
     // The machine's own root takes the place of ours.
     const bool isRoot = entry.parents.empty() && entry.className == rootClass && root_->id == 0;
@@ -115,7 +115,7 @@ RegistryNodeRef RegistryTree::arrive(RegistryEntry entry)
 {
     if (entry.id == 0)
         return nullptr;
-    RegistryNodeRef &node = nodes_[entry.id];
+    RegistryNodeRef& node = nodes_[entry.id];
     const bool isNew = !node;
     if (isNew)
         node = makeNode(entry);
@@ -128,7 +128,7 @@ RegistryNodeRef RegistryTree::arrive(RegistryEntry entry)
     return result;
 }
 
-void RegistryTree::hangUnder(RegistryNode &node, const std::vector<std::uint64_t> &parents)
+void RegistryTree::hangUnder(RegistryNode& node, const std::vector<std::uint64_t>& parents)
 {
     const std::size_t count = std::min(parents.size(), mostParents);
     for (const std::uint64_t id : std::span(parents).first(count)) {
@@ -142,9 +142,9 @@ void RegistryTree::hangUnder(RegistryNode &node, const std::vector<std::uint64_t
         attach(node, *root_);
 }
 
-void RegistryTree::attach(RegistryNode &child, RegistryNode &parent)
+void RegistryTree::attach(RegistryNode& child, RegistryNode& parent)
 {
-    const auto isParent = [&parent](const RegistryNode::Parent &link) { return link.node == &parent; };
+    const auto isParent = [&parent](const RegistryNode::Parent& link) { return link.node == &parent; };
     if (std::ranges::any_of(child.parents, isParent) || child.parents.size() >= mostParents)
         return;
     // Only an entry that has children already can close a loop, and a new one has none.
@@ -158,7 +158,7 @@ void RegistryTree::attach(RegistryNode &child, RegistryNode &parent)
     child.parents.push_back({&parent, lastOrder_});
 }
 
-void RegistryTree::detach(RegistryNode &child, RegistryNode &parent)
+void RegistryTree::detach(RegistryNode& child, RegistryNode& parent)
 {
     const auto link = std::ranges::find(child.parents, &parent, &RegistryNode::Parent::node);
     if (link == child.parents.end())
@@ -167,7 +167,7 @@ void RegistryTree::detach(RegistryNode &child, RegistryNode &parent)
     child.parents.erase(link);
 }
 
-void RegistryTree::adoptChildrenOf(RegistryNode &parent)
+void RegistryTree::adoptChildrenOf(RegistryNode& parent)
 {
     const auto waiting = awaiting_.extract(parent.id);
     if (!waiting)
@@ -195,14 +195,14 @@ RegistryTree::Removal RegistryTree::remove(std::uint64_t id)
     while (!first->parents.empty())
         detach(*first, *first->parents.back().node);
 
-    std::set<RegistryNode *> touched; // lost a parent, and had another when it did
+    std::set<RegistryNode*> touched; // lost a parent, and had another when it did
     std::vector<RegistryNodeRef> pending{first};
     while (!pending.empty()) {
         const RegistryNodeRef node = std::move(pending.back());
         pending.pop_back();
         touched.erase(node.get());
         while (!node->children.empty()) {
-            RegistryNode &child = *node->children.begin()->second;
+            RegistryNode& child = *node->children.begin()->second;
             detach(child, *node);
             if (child.parents.empty())
                 pending.push_back(child.shared_from_this());
@@ -218,12 +218,12 @@ RegistryTree::Removal RegistryTree::remove(std::uint64_t id)
         removal.gone.push_back(node);
     }
     std::ranges::reverse(removal.gone);
-    for (RegistryNode *const node : touched)
+    for (RegistryNode* const node : touched)
         removal.rehung.push_back(node->shared_from_this());
     return removal;
 }
 
-void RegistryTree::forgetAwaited(RegistryNode &node)
+void RegistryTree::forgetAwaited(RegistryNode& node)
 {
     for (const std::uint64_t parent : node.awaited) {
         const auto found = awaiting_.find(parent);
@@ -236,9 +236,9 @@ void RegistryTree::forgetAwaited(RegistryNode &node)
     node.awaited.clear();
 }
 
-Registry &Registry::shared()
+Registry& Registry::shared()
 {
-    static auto &the = *new Registry; // a machine's threads may tell and ask until the process has ended
+    static auto& the = *new Registry; // a machine's threads may tell and ask until the process has ended
     return the;
 }
 

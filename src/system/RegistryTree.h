@@ -22,7 +22,7 @@ namespace vantorel::system {
 /// has left the tree. Everything but the first four members changes, and is read under the registry's lock only.
 struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
     struct Parent {
-        RegistryNode *node;
+        RegistryNode* node;
         std::uint64_t order; ///< this node's key among the parent's children
     };
 
@@ -32,16 +32,16 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
     std::string className;
     std::vector<std::string> inheritance;
     PropertyTableRef properties;
-    std::vector<Parent> parents;                      ///< in the order in which they were told
-    std::map<std::uint64_t, RegistryNode *> children; ///< in order of arrival
-    std::vector<std::uint64_t> awaited;               ///< parents that were told but are not here yet
+    std::vector<Parent> parents;                     ///< in the order in which they were told
+    std::map<std::uint64_t, RegistryNode*> children; ///< in order of arrival
+    std::vector<std::uint64_t> awaited;              ///< parents that were told but are not here yet
     bool inTree = true;
 };
 
 using RegistryNodeRef = std::shared_ptr<RegistryNode>;
 
 /// Whether the entry's class is `base` or derived from it.
-[[nodiscard]] bool conformsTo(const RegistryNode &node, std::string_view base);
+[[nodiscard]] bool conformsTo(const RegistryNode& node, std::string_view base);
 
 /// The entries in the plane "IOService": a tree in which an entry may have several parents, but never itself among its
 /// ancestors. It always has a root. Without a lock of its own.
@@ -68,12 +68,12 @@ public:
     /// Calls `visit` with `from` and everything under it, each entry once, parents before children and the children in
     /// order; as long as it gives true.
     template <typename Visit>
-    static void walk(RegistryNode &from, Visit visit)
+    static void walk(RegistryNode& from, Visit visit)
     {
-        std::set<const RegistryNode *> seen; // of the entries with several parents only
-        std::vector<RegistryNode *> pending{&from};
+        std::set<const RegistryNode*> seen; // of the entries with several parents only
+        std::vector<RegistryNode*> pending{&from};
         while (!pending.empty()) {
-            RegistryNode &node = *pending.back();
+            RegistryNode& node = *pending.back();
             pending.pop_back();
             if (node.parents.size() > 1 && !seen.insert(&node).second)
                 continue;
@@ -86,12 +86,12 @@ public:
 
 private:
     void clearRoot();
-    RegistryNodeRef makeNode(RegistryEntry &entry);
-    void attach(RegistryNode &child, RegistryNode &parent);
-    static void detach(RegistryNode &child, RegistryNode &parent);
-    void hangUnder(RegistryNode &node, const std::vector<std::uint64_t> &parents);
-    void adoptChildrenOf(RegistryNode &parent);
-    void forgetAwaited(RegistryNode &node);
+    RegistryNodeRef makeNode(RegistryEntry& entry);
+    void attach(RegistryNode& child, RegistryNode& parent);
+    static void detach(RegistryNode& child, RegistryNode& parent);
+    void hangUnder(RegistryNode& node, const std::vector<std::uint64_t>& parents);
+    void adoptChildrenOf(RegistryNode& parent);
+    void forgetAwaited(RegistryNode& node);
 
     RegistryNodeRef root_;
     std::unordered_map<std::uint64_t, RegistryNodeRef> nodes_;
@@ -104,7 +104,7 @@ struct Registry {
     std::mutex mutex;
     RegistryTree tree;
 
-    [[nodiscard]] static Registry &shared();
+    [[nodiscard]] static Registry& shared();
 };
 
 } // namespace vantorel::system

@@ -52,7 +52,7 @@ void RunLoop::post(Queue queue, Block block)
 
 std::size_t RunLoop::runPending(Queue queue)
 {
-    std::deque<Block> &blocks = queued(queue);
+    std::deque<Block>& blocks = queued(queue);
     std::unique_lock lock(mutex_);
     const std::size_t pending = blocks.size();
     // A block may run this loop itself, and so find and take the ones counted here.
@@ -89,9 +89,9 @@ bool RunLoop::takeStop()
     return stop_.exchange(false);
 }
 
-const CFRunLoopRef &mainRunLoop()
+const CFRunLoopRef& mainRunLoop()
 {
-    static auto &loop = *new CFRunLoopRef(std::make_shared<RunLoop>()); // stays while the process ends
+    static auto& loop = *new CFRunLoopRef(std::make_shared<RunLoop>()); // stays while the process ends
     return loop;
 }
 
@@ -127,12 +127,12 @@ CFRunLoopRunResult CFRunLoopRunInMode(std::string_view /*mode*/, double seconds,
     }
 }
 
-void CFRunLoopStop(const CFRunLoopRef &runLoop)
+void CFRunLoopStop(const CFRunLoopRef& runLoop)
 {
     runLoop->requestStop();
 }
 
-void CFRunLoopPerformBlock(const CFRunLoopRef &runLoop, std::function<void()> block)
+void CFRunLoopPerformBlock(const CFRunLoopRef& runLoop, std::function<void()> block)
 {
     runLoop->post(RunLoop::Queue::sources, std::move(block));
 }

@@ -19,8 +19,8 @@ public:
     enum class Queue { sources, main };
 
     RunLoop();
-    RunLoop(const RunLoop &) = delete;
-    RunLoop &operator=(const RunLoop &) = delete;
+    RunLoop(const RunLoop&) = delete;
+    RunLoop& operator=(const RunLoop&) = delete;
     ~RunLoop();
 
     /// From any thread.
@@ -37,7 +37,7 @@ public:
     [[nodiscard]] int descriptor() const { return descriptor_; }
 
 private:
-    std::deque<Block> &queued(Queue queue) { return queue == Queue::main ? main_ : sources_; }
+    std::deque<Block>& queued(Queue queue) { return queue == Queue::main ? main_ : sources_; }
     void signal() const;
 
     std::mutex mutex_;
@@ -48,6 +48,6 @@ private:
 };
 
 /// The run loop of the main thread, for any thread.
-[[nodiscard]] const CFRunLoopRef &mainRunLoop();
+[[nodiscard]] const CFRunLoopRef& mainRunLoop();
 
 } // namespace vantorel::system

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/base/Text.h"
+#include "vantorel/base/Unicode.h"
 #include "vantorel/system/Localization.h"
 #include "vantorel/system/PropertyList.h"
 
 #include <algorithm>
-#include <array>
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -21,69 +22,14 @@ std::string_view textView(DataView bytes)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-void appendUtf8(std::string& text, char32_t c)
-{
-    if (c < 0x80) {
-        text += static_cast<char>(c);
-        return;
-    }
-    const int trailing = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-    constexpr std::array<unsigned, 4> leads = {0, 0xC0, 0xE0, 0xF0};
-    text += static_cast<char>(leads[static_cast<std::size_t>(trailing)] | c >> (6 * trailing));
-    for (int k = trailing - 1; k >= 0; --k)
-        text += static_cast<char>(0x80 | (c >> (6 * k) & 0x3F));
-}
-
-constexpr bool isHighSurrogate(char32_t c)
-{
-    return c >= 0xD800 && c < 0xDC00;
-}
-
-constexpr bool isLowSurrogate(char32_t c)
-{
-    return c >= 0xDC00 && c < 0xE000;
-}
-
-constexpr char32_t fromSurrogates(char32_t high, char32_t low)
-{
-    return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
-}
-
-constexpr char32_t replacement = 0xFFFD;
-
-/// UTF-16 as UTF-8; a lone surrogate and a last odd byte become U+FFFD.
-std::string fromUtf16(DataView bytes, bool bigEndian)
-{
-    const auto unit = [&](std::size_t i) {
-        const char32_t first = bytes[i];
-        const char32_t second = bytes[i + 1];
-        return bigEndian ? first << 8 | second : second << 8 | first;
-    };
-    std::string text;
-    std::size_t i = 0;
-    for (; i + 1 < bytes.size(); i += 2) {
-        char32_t c = unit(i);
-        if (isHighSurrogate(c) && i + 3 < bytes.size() && isLowSurrogate(unit(i + 2))) {
-            c = fromSurrogates(c, unit(i + 2));
-            i += 2;
-        } else if (isHighSurrogate(c) || isLowSurrogate(c)) {
-            c = replacement;
-        }
-        appendUtf8(text, c);
-    }
-    if (i < bytes.size())
-        appendUtf8(text, replacement);
-    return text;
-}
-
 /// The contents as UTF-8 without byte order mark.
 std::string decoded(DataView bytes)
 {
     const std::string_view text = textView(bytes);
     if (text.starts_with("\xFF\xFE"))
-        return fromUtf16(bytes.subspan(2), false);
+        return base::utf8FromUtf16(bytes.subspan(2), std::endian::little);
     if (text.starts_with("\xFE\xFF"))
-        return fromUtf16(bytes.subspan(2), true);
+        return base::utf8FromUtf16(bytes.subspan(2), std::endian::big);
     return base::toUtf8(text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text);
 }
 
@@ -189,10 +135,10 @@ private:
         if (const auto found = letters.find(c); found != std::string_view::npos) {
             text += controls[found];
         } else if (c == 'U' || c == 'u') {
-            appendUtf8(text, unicodeEscape());
+            base::appendUtf8(text, unicodeEscape());
         } else if (c >= '0' && c <= '7') {
             --place_;
-            appendUtf8(text, digits(3, 8));
+            base::appendUtf8(text, digits(3, 8));
         } else {
             text += c;
         }
@@ -202,14 +148,14 @@ private:
     char32_t unicodeEscape()
     {
         const char32_t c = digits(4, 16);
-        if (!isHighSurrogate(c))
-            return isLowSurrogate(c) ? replacement : c;
+        if (!base::isHighSurrogate(c))
+            return c;
         const std::string_view rest = text_.substr(place_);
         if (!rest.starts_with("\\U") && !rest.starts_with("\\u"))
-            return replacement;
+            return base::replacementCharacter;
         place_ += 2;
         const char32_t low = digits(4, 16);
-        return isLowSurrogate(low) ? fromSurrogates(c, low) : replacement;
+        return base::isLowSurrogate(low) ? base::fromSurrogates(c, low) : base::replacementCharacter;
     }
 
     /// A number of at most `most` digits.

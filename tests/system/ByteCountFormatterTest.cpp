@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <ostream>
 
 namespace vantorel::system {
 namespace {
@@ -79,6 +80,11 @@ struct LocaleCase {
     const char* number;
     const char* size;
 };
+
+void PrintTo(const LocaleCase& each, std::ostream* out)
+{
+    *out << each.variable << '=' << each.locale;
+}
 
 class NumberFormatter : public testing::TestWithParam<LocaleCase> {};
 

@@ -22,7 +22,7 @@ inline constexpr std::string_view CFBundleShortVersionString = "CFBundleShortVer
 class Bundle {
 public:
     /// The bundle at this folder; absent when there is no such folder.
-    [[nodiscard]] static std::optional<Bundle> bundleWithPath(const std::string &path);
+    [[nodiscard]] static std::optional<Bundle> bundleWithPath(const std::string& path);
     /// The library's own bundle; absent for every other identifier.
     [[nodiscard]] static std::optional<Bundle> bundleWithIdentifier(std::string_view identifier);
 

@@ -12,7 +12,7 @@ namespace vantorel::system {
 
 /// Stands for the memory allocator that the platform's operations are passed first; there is only the default one.
 struct CFAllocator {};
-using CFAllocatorRef = const CFAllocator *;
+using CFAllocatorRef = const CFAllocator*;
 inline constexpr CFAllocatorRef kCFAllocatorDefault = nullptr;
 
 /// A table that is shared and never changes once it is handed out; null where the platform gives none.
@@ -20,6 +20,6 @@ inline constexpr CFAllocatorRef kCFAllocatorDefault = nullptr;
 using PropertyTableRef = std::shared_ptr<const PropertyTable>;
 
 /// The text of a UUID value, 36 characters in upper case. Absent only when the call itself fails.
-[[nodiscard]] std::optional<std::string> CFUUIDCreateString(CFAllocatorRef allocator, const base::Uuid &uuid);
+[[nodiscard]] std::optional<std::string> CFUUIDCreateString(CFAllocatorRef allocator, const base::Uuid& uuid);
 
 } // namespace vantorel::system

@@ -30,11 +30,11 @@ class DASession;
 /// A client of the service. While it is scheduled on a run loop the service holds it too.
 using DASessionRef = std::shared_ptr<DASession>;
 
-using DADiskAppearedCallback = std::function<void(const DADiskRef &disk, void *context)>;
-using DADiskDisappearedCallback = std::function<void(const DADiskRef &disk, void *context)>;
+using DADiskAppearedCallback = std::function<void(const DADiskRef& disk, void* context)>;
+using DADiskDisappearedCallback = std::function<void(const DADiskRef& disk, void* context)>;
 /// `keys` names the keys of the description that came, went or changed.
 using DADiskDescriptionChangedCallback =
-    std::function<void(const DADiskRef &disk, const PropertyArray &keys, void *context)>;
+    std::function<void(const DADiskRef& disk, const PropertyArray& keys, void* context)>;
 
 /// A new session without callbacks; null on failure.
 [[nodiscard]] DASessionRef DASessionCreate(CFAllocatorRef allocator);
@@ -46,32 +46,32 @@ using DADiskDescriptionChangedCallback =
 
 /// The callback hears of every disk that exists when the session is scheduled, in registry order, a whole disk before
 /// its partitions, and of every disk that comes after that.
-void DARegisterDiskAppearedCallback(const DASessionRef &session, std::nullptr_t match, DADiskAppearedCallback callback,
-                                    void *context);
+void DARegisterDiskAppearedCallback(const DASessionRef& session, std::nullptr_t match, DADiskAppearedCallback callback,
+                                    void* context);
 /// The callback hears of every disk that goes, partitions before their whole disk.
-void DARegisterDiskDisappearedCallback(const DASessionRef &session, std::nullptr_t match,
-                                       DADiskDisappearedCallback callback, void *context);
+void DARegisterDiskDisappearedCallback(const DASessionRef& session, std::nullptr_t match,
+                                       DADiskDisappearedCallback callback, void* context);
 /// The callback hears of every disk whose description has changed.
-void DARegisterDiskDescriptionChangedCallback(const DASessionRef &session, std::nullptr_t match, std::nullptr_t watch,
-                                              DADiskDescriptionChangedCallback callback, void *context);
+void DARegisterDiskDescriptionChangedCallback(const DASessionRef& session, std::nullptr_t match, std::nullptr_t watch,
+                                              DADiskDescriptionChangedCallback callback, void* context);
 
 /// Lets the session's callbacks arrive on `runLoop`; the first call for a session counts.
-void DASessionScheduleWithRunLoop(const DASessionRef &session, const CFRunLoopRef &runLoop, std::string_view mode);
+void DASessionScheduleWithRunLoop(const DASessionRef& session, const CFRunLoopRef& runLoop, std::string_view mode);
 /// Ends the delivery to a session and lets the service forget it.
-void DASessionUnscheduleFromRunLoop(const DASessionRef &session, const CFRunLoopRef &runLoop, std::string_view mode);
+void DASessionUnscheduleFromRunLoop(const DASessionRef& session, const CFRunLoopRef& runLoop, std::string_view mode);
 
 /// The description of the disk; null when the disk is gone. Each key of the platform ("DAMediaContent") that the
 /// library reads under another spelling ("DADeviceContent") stands there under both.
-[[nodiscard]] PropertyTableRef DADiskCopyDescription(const DADiskRef &disk);
+[[nodiscard]] PropertyTableRef DADiskCopyDescription(const DADiskRef& disk);
 
 /// A new handle of the disk's media entry; 0 when it is gone.
-[[nodiscard]] io_service_t DADiskCopyIOMedia(const DADiskRef &disk);
+[[nodiscard]] io_service_t DADiskCopyIOMedia(const DADiskRef& disk);
 
 /// The device name; absent for a volume without a device.
-[[nodiscard]] std::optional<std::string> DADiskGetBSDName(const DADiskRef &disk);
+[[nodiscard]] std::optional<std::string> DADiskGetBSDName(const DADiskRef& disk);
 
 /// The disk whose volume is mounted at `path`; null when nothing the service knows is mounted there.
-[[nodiscard]] DADiskRef DADiskCreateFromVolumePath(CFAllocatorRef allocator, const DASessionRef &session,
-                                                   const std::string &path);
+[[nodiscard]] DADiskRef DADiskCreateFromVolumePath(CFAllocatorRef allocator, const DASessionRef& session,
+                                                   const std::string& path);
 
 } // namespace vantorel::system

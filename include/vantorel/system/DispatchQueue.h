@@ -19,7 +19,7 @@ public:
     /// Hands over a block and returns at once; from any thread.
     virtual void async(std::function<void()> block) = 0;
     /// The label given at creation; of the main queue "com.apple.main-thread".
-    [[nodiscard]] virtual const std::string &label() const = 0;
+    [[nodiscard]] virtual const std::string& label() const = 0;
 };
 
 using DispatchQueueRef = std::shared_ptr<DispatchQueue>;
@@ -29,7 +29,7 @@ using DispatchQueueRef = std::shared_ptr<DispatchQueue>;
 /// A serial queue with a label. What was handed over still runs when the last reference goes.
 [[nodiscard]] DispatchQueueRef dispatch_queue_create(std::string label);
 
-inline void dispatch_async(const DispatchQueueRef &queue, std::function<void()> block)
+inline void dispatch_async(const DispatchQueueRef& queue, std::function<void()> block)
 {
     queue->async(std::move(block));
 }

@@ -18,7 +18,7 @@ inline constexpr std::string_view NSFileSystemFreeSize = "NSFileSystemFreeSize";
 
 class FileManager {
 public:
-    [[nodiscard]] static FileManager &defaultManager();
+    [[nodiscard]] static FileManager& defaultManager();
 
     /// The paths of all mounted volumes, in the order of mounting; absent when they cannot be had. There are no
     /// resource keys and no options.
@@ -27,10 +27,10 @@ public:
 
     /// `NSFileSystemSize` and `NSFileSystemFreeSize`, integers in bytes, of the file system that `path` lies on; null
     /// on an error.
-    [[nodiscard]] PropertyTableRef attributesOfFileSystemForPath(const std::string &path) const;
+    [[nodiscard]] PropertyTableRef attributesOfFileSystemForPath(const std::string& path) const;
 
     /// Whether the file system that `path` lies on can be written to; false when there is none.
-    [[nodiscard]] bool isWritableFileAtPath(const std::string &path) const;
+    [[nodiscard]] bool isWritableFileAtPath(const std::string& path) const;
 };
 
 /// A folder for files that need not last, ending in "/".

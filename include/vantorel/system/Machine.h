@@ -94,22 +94,22 @@ struct NvmeResult {
 class AtaChannel {
 public:
     AtaChannel() = default;
-    AtaChannel(const AtaChannel &) = delete;
-    AtaChannel &operator=(const AtaChannel &) = delete;
+    AtaChannel(const AtaChannel&) = delete;
+    AtaChannel& operator=(const AtaChannel&) = delete;
     virtual ~AtaChannel() = default;
 
-    [[nodiscard]] virtual AtaResult execute(const AtaCommand &command) = 0;
+    [[nodiscard]] virtual AtaResult execute(const AtaCommand& command) = 0;
 };
 
 /// A road to one NVMe controller, with the rules of `AtaChannel`.
 class NvmeChannel {
 public:
     NvmeChannel() = default;
-    NvmeChannel(const NvmeChannel &) = delete;
-    NvmeChannel &operator=(const NvmeChannel &) = delete;
+    NvmeChannel(const NvmeChannel&) = delete;
+    NvmeChannel& operator=(const NvmeChannel&) = delete;
     virtual ~NvmeChannel() = default;
 
-    [[nodiscard]] virtual NvmeResult execute(const NvmeCommand &command) = 0;
+    [[nodiscard]] virtual NvmeResult execute(const NvmeCommand& command) = 0;
 };
 
 /// What opening a channel gives: a status, and the channel when the status is `kIOReturnSuccess`. A failure is
@@ -146,21 +146,21 @@ public:
 class Machine {
 public:
     Machine() = default;
-    Machine(const Machine &) = delete;
-    Machine &operator=(const Machine &) = delete;
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
     /// Ends every thread of its own; nothing is told once it returns.
     virtual ~Machine() = default;
 
     /// Tells all entries there are, parents before children, before it returns, and goes on telling what happens from
     /// then on. Called once. `events` lives longer than the machine.
-    virtual void start(MachineEvents &events) = 0;
+    virtual void start(MachineEvents& events) = 0;
 
     /// What is known of the volume on the disk of this device name; absent when there is none.
     [[nodiscard]] virtual std::optional<VolumeFacts> volume(std::string_view bsdName);
     /// The paths of all mounted volumes, in the order of mounting; absent when they cannot be had.
     [[nodiscard]] virtual std::optional<std::vector<std::string>> mountPoints();
     /// The file system that an existing path lies on; absent when there is none.
-    [[nodiscard]] virtual std::optional<FileSystemFacts> fileSystem(const std::string &path);
+    [[nodiscard]] virtual std::optional<FileSystemFacts> fileSystem(const std::string& path);
     /// A folder of the machine for files that need not last, ending in "/".
     [[nodiscard]] virtual std::string temporaryDirectory();
     /// The folder of a bundle, such as the one of "com.apple.iokit.IOStorageFamily" with the disk icons.

@@ -20,7 +20,7 @@ struct Notification {
 
     /// The object as a `T`; nothing when there is none or it is of another type.
     template <typename T>
-    [[nodiscard]] const T *as() const
+    [[nodiscard]] const T* as() const
     {
         return std::any_cast<T>(&object);
     }
@@ -30,11 +30,11 @@ struct Notification {
 /// thread. An observer may post, add and remove; whoever is added during a posting hears from the next one on.
 class NotificationCenter {
 public:
-    using Observer = std::function<void(const Notification &)>;
+    using Observer = std::function<void(const Notification&)>;
     using Token = std::uint64_t;
 
     /// The centre of the process; lives until it ends.
-    [[nodiscard]] static NotificationCenter &defaultCenter();
+    [[nodiscard]] static NotificationCenter& defaultCenter();
 
     /// Tells `observer` of every notification of this name, whoever posts it, until `removeObserver`.
     Token addObserver(std::string_view name, Observer observer);

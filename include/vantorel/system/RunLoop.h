@@ -28,10 +28,10 @@ CFRunLoopRunResult CFRunLoopRunInMode(std::string_view mode, double seconds, boo
 
 /// Lets a running `CFRunLoopRunInMode` of that loop return `stopped` after the pass it is in. From any thread, and from
 /// within a signal handler.
-void CFRunLoopStop(const CFRunLoopRef &runLoop);
+void CFRunLoopStop(const CFRunLoopRef& runLoop);
 
 /// Hands work to a run loop from any thread. It runs in order of handing over.
-void CFRunLoopPerformBlock(const CFRunLoopRef &runLoop, std::function<void()> block);
+void CFRunLoopPerformBlock(const CFRunLoopRef& runLoop, std::function<void()> block);
 
 /// For a host with an event loop of its own: a descriptor that is readable while the calling thread's run loop (on the
 /// main thread, the main queue included) has work to do. Owned by the run loop; only to be polled.

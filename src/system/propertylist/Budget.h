@@ -10,7 +10,7 @@ namespace vantorel::system {
 /// What a property list may still cost while it is read. Each call gives false when there is not that much left.
 class Budget {
 public:
-    explicit Budget(const PropertyListLimits &limits) : left_(limits) {}
+    explicit Budget(const PropertyListLimits& limits) : left_(limits) {}
 
     [[nodiscard]] bool takeValue() { return take(left_.values, 1); }
     [[nodiscard]] bool takeBytes(std::size_t count) { return take(left_.bytes, count); }
@@ -18,7 +18,7 @@ public:
     void leave() { ++left_.depth; }
 
 private:
-    static bool take(std::size_t &left, std::size_t count)
+    static bool take(std::size_t& left, std::size_t count)
     {
         if (count > left)
             return false;

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/PropertyList.h"
 
+#include "BinaryPropertyList.h"
 #include "XmlPropertyList.h"
 
 namespace vantorel::system {
 
-PropertyValue readPropertyList(DataView bytes, const PropertyListLimits &limits)
+PropertyValue readPropertyList(DataView bytes, const PropertyListLimits& limits)
 {
-    return readXmlForm(bytes, limits);
+    return isBinaryPropertyList(bytes) ? readBinaryPropertyList(bytes).expanded(limits) : readXmlForm(bytes, limits);
 }
 
 } // namespace vantorel::system

@@ -6,6 +6,6 @@
 namespace vantorel::system {
 
 /// The XML half of `readPropertyList`.
-[[nodiscard]] PropertyValue readXmlForm(DataView bytes, const PropertyListLimits &limits);
+[[nodiscard]] PropertyValue readXmlForm(DataView bytes, const PropertyListLimits& limits);
 
 } // namespace vantorel::system

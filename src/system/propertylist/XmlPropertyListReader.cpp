@@ -3,6 +3,7 @@
 #include "XmlPropertyList.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/base/Unicode.h"
 
 #include <algorithm>
 #include <charconv>
@@ -25,26 +26,6 @@ std::string_view withoutBlanksAround(std::string_view text)
                                            : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-void appendUtf8(std::string &text, std::uint32_t character)
-{
-    const auto put = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | character >> 6U);
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | character >> 12U);
-        put(0x80 | (character >> 6U & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | character >> 18U);
-        put(0x80 | (character >> 12U & 0x3F));
-        put(0x80 | (character >> 6U & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
-}
-
 /// Decimal, or hexadecimal behind "0x", with a sign; from -2^63 to 2^64 - 1.
 std::optional<PropertyValue> integerFrom(std::string_view text)
 {
@@ -55,7 +36,7 @@ std::optional<PropertyValue> integerFrom(std::string_view text)
     if (isHexadecimal)
         text.remove_prefix(2);
     std::uint64_t magnitude = 0;
-    const char *const end = text.data() + text.size();
+    const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, magnitude, isHexadecimal ? 16 : 10);
     if (error != std::errc() || stop != end)
         return std::nullopt;
@@ -72,14 +53,14 @@ std::optional<double> realFrom(std::string_view text)
     if (text.starts_with('+'))
         text.remove_prefix(1);
     double value = 0;
-    const char *const end = text.data() + text.size();
+    const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 
 class XmlReader {
 public:
-    XmlReader(std::string_view text, const PropertyListLimits &limits) : text_(text), budget_(limits) {}
+    XmlReader(std::string_view text, const PropertyListLimits& limits) : text_(text), budget_(limits) {}
 
     PropertyValue readDocument()
     {
@@ -110,7 +91,7 @@ private:
         bool isEmpty = false;  ///< <name/>
     };
 
-    [[noreturn]] void fail(const std::string &fault) const
+    [[noreturn]] void fail(const std::string& fault) const
     {
         const auto line = std::ranges::count(text_.substr(0, std::min(place_, text_.size())), '\n') + 1;
         throw PropertyListError("line " + std::to_string(line), fault);
@@ -119,7 +100,7 @@ private:
     [[nodiscard]] std::string_view rest() const { return text_.substr(place_); }
 
     /// Goes on behind the next `end`.
-    void skipPast(std::string_view end, const char *what)
+    void skipPast(std::string_view end, const char* what)
     {
         const std::size_t found = text_.find(end, place_);
         if (found == std::string_view::npos)
@@ -184,7 +165,7 @@ private:
         }
     }
 
-    PropertyValue readValue(const Tag &tag)
+    PropertyValue readValue(const Tag& tag)
     {
         if (tag.isClosed)
             fail("</" + std::string(tag.name) + "> where a value is expected");
@@ -195,7 +176,7 @@ private:
         return readScalar(tag);
     }
 
-    PropertyValue readContainer(const Tag &tag)
+    PropertyValue readContainer(const Tag& tag)
     {
         if (!budget_.enter())
             fail("nested too deeply");
@@ -235,7 +216,7 @@ private:
         return array;
     }
 
-    PropertyValue readScalar(const Tag &tag)
+    PropertyValue readScalar(const Tag& tag)
     {
         const std::size_t start = place_;
         std::string text = readText(tag);
@@ -263,7 +244,7 @@ private:
     }
 
     /// What stands between the tag and its end.
-    std::string readText(const Tag &tag)
+    std::string readText(const Tag& tag)
     {
         std::string text;
         if (tag.isEmpty)
@@ -289,7 +270,7 @@ private:
         return base::isUtf8(text) ? text : base::toUtf8(text);
     }
 
-    void readCharacterData(std::string &text)
+    void readCharacterData(std::string& text)
     {
         constexpr std::string_view opening = "<![CDATA[";
         constexpr std::string_view closing = "]]>";
@@ -298,7 +279,7 @@ private:
         text.append(text_, start, place_ - closing.size() - start);
     }
 
-    void readEntity(std::string &text)
+    void readEntity(std::string& text)
     {
         constexpr std::size_t longest = 12; // of the name and the ";"
         const std::size_t end = rest().substr(0, longest).find(';');
@@ -316,7 +297,7 @@ private:
         else if (name == "apos")
             text += '\'';
         else
-            appendUtf8(text, characterNumber(name));
+            base::appendUtf8(text, characterNumber(name));
         place_ += end + 1;
     }
 
@@ -324,9 +305,9 @@ private:
     {
         const bool isHexadecimal = name.starts_with("#x");
         std::uint32_t number = 0;
-        const char *const end = name.data() + name.size();
+        const char* const end = name.data() + name.size();
         if (name.starts_with('#')) {
-            const char *const digits = name.data() + (isHexadecimal ? 2 : 1);
+            const char* const digits = name.data() + (isHexadecimal ? 2 : 1);
             const auto [stop, error] = std::from_chars(digits, end, number, isHexadecimal ? 16 : 10);
             const bool isCharacter = number != 0 && number <= 0x10FFFF && (number < 0xD800 || number > 0xDFFF);
             if (error == std::errc() && stop == end && isCharacter)
@@ -342,7 +323,7 @@ private:
 
 } // namespace
 
-PropertyValue readXmlForm(DataView bytes, const PropertyListLimits &limits)
+PropertyValue readXmlForm(DataView bytes, const PropertyListLimits& limits)
 {
     // A text needs a `char` view of the bytes, and only a copy gives one without a cast.
     const std::string text(bytes.begin(), bytes.end());

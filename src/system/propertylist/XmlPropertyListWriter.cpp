@@ -11,7 +11,7 @@ namespace {
 
 class XmlWriter {
 public:
-    void write(const PropertyValue &value, std::size_t level)
+    void write(const PropertyValue& value, std::size_t level)
     {
         switch (value.type()) {
         case PropertyValue::Type::boolean:
@@ -47,14 +47,14 @@ public:
 private:
     void line(std::size_t level, std::string_view text) { output.append(level, '\t').append(text).append("\n"); }
 
-    void element(std::size_t level, std::string_view name, const std::string &text)
+    void element(std::size_t level, std::string_view name, const std::string& text)
     {
         output.append(level, '\t').append("<").append(name).append(">");
         escape(base::isUtf8(text) ? text : base::toUtf8(text));
         output.append("</").append(name).append(">\n");
     }
 
-    void escape(const std::string &text)
+    void escape(const std::string& text)
     {
         for (const char character : text) {
             const auto byte = static_cast<unsigned char>(character);
@@ -71,7 +71,7 @@ private:
         }
     }
 
-    static std::string integerText(const PropertyValue &value)
+    static std::string integerText(const PropertyValue& value)
     {
         const auto number = value.get<std::int64_t>();
         return number ? std::to_string(*number) : std::to_string(*value.get<std::uint64_t>());
@@ -86,22 +86,22 @@ private:
         return base::shortestDecimal(value);
     }
 
-    void writeArray(const PropertyArray &array, std::size_t level)
+    void writeArray(const PropertyArray& array, std::size_t level)
     {
         if (array.empty())
             return line(level, "<array/>");
         line(level, "<array>");
-        for (const PropertyValue &value : array)
+        for (const PropertyValue& value : array)
             write(value, level + 1);
         line(level, "</array>");
     }
 
-    void writeTable(const PropertyTable &table, std::size_t level)
+    void writeTable(const PropertyTable& table, std::size_t level)
     {
         if (table.empty())
             return line(level, "<dict/>");
         line(level, "<dict>");
-        for (const auto &[key, value] : table) {
+        for (const auto& [key, value] : table) {
             element(level + 1, "key", key);
             write(value, level + 1);
         }
@@ -111,7 +111,7 @@ private:
 
 } // namespace
 
-std::string writeXmlPropertyList(const PropertyValue &value)
+std::string writeXmlPropertyList(const PropertyValue& value)
 {
     XmlWriter writer;
     writer.output = R"(<?xml version="1.0" encoding="UTF-8"?>

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "Time.h"
+
+#include "vantorel/system/RunLoop.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+
+#include <poll.h>
+
+namespace vantorel::host {
+
+std::string utcTime()
+{
+    using namespace std::chrono;
+    const auto now = system_clock::now();
+    const auto milliseconds = duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime(system_clock::to_time_t(now)), milliseconds);
+}
+
+std::string localTime()
+{
+    return fmt::format("{:%H:%M:%S}", fmt::localtime(std::time(nullptr)));
+}
+
+void pumpEvents(std::optional<double> seconds, const std::function<bool()>& isDone)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    // Far beyond any patience, and a millisecond count that poll takes.
+    constexpr double longestWait = 1'000'000;
+    for (;;) {
+        while (system::performPendingWork() && !isDone()) {
+        }
+        const double passed = std::chrono::duration<double>(Clock::now() - begin).count();
+        const double left = seconds ? *seconds - passed : longestWait;
+        if (isDone() || left <= 0)
+            return;
+        pollfd descriptor{system::runLoopDescriptor(), POLLIN, 0};
+        poll(&descriptor, 1, static_cast<int>(std::min(left, longestWait) * 1000) + 1);
+    }
+}
+
+} // namespace vantorel::host

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "vantorel/disks/Volume.h"
+
+namespace vantorel {
+
+/// An attached disk image, as a whole disk; its partitions are plain volumes.
+class DiskImage : public Volume {
+public:
+    using Volume::Volume;
+
+protected:
+    void init(const system::DADiskRef& disk) override;
+};
+
+} // namespace vantorel

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "Recording.h"
+#include "vantorel/base/PropertyValue.h"
+
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace vantorel::recorded {
+
+/// A place in a JSON document: the value there, or none, and the path that leads to it. Asking for what is of another
+/// type is a fault of the document, which is noted with its path; what is missing is no fault.
+class JsonPlace {
+public:
+    JsonPlace(const PropertyValue* value, std::string path, const std::string& file, std::vector<Fault>& faults)
+        : value_(value), path_(std::move(path)), file_(file), faults_(faults)
+    {}
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+    void fault(std::string what) const;
+
+    [[nodiscard]] bool has(std::string_view key) const;
+    [[nodiscard]] JsonPlace at(std::string_view key) const;
+    [[nodiscard]] std::vector<std::string> keys() const;
+    void expectKeys(std::initializer_list<std::string_view> known) const;
+    /// Calls `visit` with each element of the array under `key`.
+    void each(std::string_view key, const std::function<void(const JsonPlace&)>& visit) const;
+
+    /// The value here as a `T`.
+    template <typename T>
+    [[nodiscard]] std::optional<T> value() const
+    {
+        if (!value_)
+            return std::nullopt;
+        std::optional<T> result = value_->get<T>();
+        if (!result)
+            fault("a value of the wrong type");
+        return result;
+    }
+
+    template <typename T>
+    [[nodiscard]] std::optional<T> get(std::string_view key) const
+    {
+        return at(key).value<T>();
+    }
+
+    /// The text here, or the digits of the integer here; else empty.
+    [[nodiscard]] std::string text() const;
+    /// The table here; empty when there is none.
+    [[nodiscard]] PropertyTable table() const;
+    /// The bytes of `{"base64": "…"}`; absent when something else stands here.
+    [[nodiscard]] std::optional<Data> bytes() const;
+
+private:
+    const PropertyValue* value_;
+    std::string path_;
+    const std::string& file_;
+    std::vector<Fault>& faults_;
+};
+
+/// A JSON document as property values. Throws `RecordingError` with line and column when the bytes are no JSON object,
+/// or nested too deeply. `{"base64": "…"}` becomes data.
+class JsonDocument {
+public:
+    JsonDocument(DataView bytes, const std::string& file, std::vector<Fault>& faults);
+
+    [[nodiscard]] JsonPlace root() const { return {&value_, std::string(), file_, faults_}; }
+
+private:
+    PropertyValue value_;
+    const std::string& file_;
+    std::vector<Fault>& faults_;
+};
+
+} // namespace vantorel::recorded

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "MachineJson.h"
+
+#include "EntryCollector.h"
+#include "JsonPlace.h"
+#include "RegistryIndex.h"
+#include "RegistryListing.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <utility>
+
+namespace vantorel::recorded {
+
+namespace {
+
+using system::RegistryEntry;
+
+constexpr std::size_t sectorSize = 512;
+constexpr std::size_t identifySize = 4096; // of an NVMe controller
+
+/// The names of the commands that can be told to fail.
+constexpr std::array<std::string_view, 8> ataCommands{"open", "identify",   "enable", "autosave",
+                                                      "data", "thresholds", "status", "offline"};
+constexpr std::array<std::string_view, 4> nvmeCommands{"open", "identify", "log", "errorLog"};
+
+class Reader {
+public:
+    Reader(const std::string& file, const FileReader& read, Recording& recording)
+        : file_(file), read_(read), recording_(recording), index_(recording.entries)
+    {}
+
+    void readAll(const JsonPlace& root)
+    {
+        root.expectKeys({"listing", "registry", "volumes", "drives", "events", "comment"});
+        root.each("volumes", [this](const JsonPlace& volume) {
+            if (std::optional<RecordedVolume> read = readVolume(volume))
+                recording_.volumes.push_back(*std::move(read));
+        });
+        // Drives may belong to disks that only arrive later.
+        root.each("events", [this](const JsonPlace& event) { readEvent(event); });
+        std::ranges::stable_sort(recording_.script, {}, &RecordedStep::seconds);
+        root.each("drives", [this](const JsonPlace& drive) { readDrive(drive); });
+    }
+
+private:
+    std::optional<RecordedVolume> readVolume(const JsonPlace& place)
+    {
+        place.expectKeys({"disk", "kind", "name", "uuid", "mountable", "mountPoint", "mountPoints", "size", "free",
+                          "writable", "comment"});
+        RecordedVolume volume;
+        const auto disk = place.get<std::string>("disk");
+        if (!disk) {
+            place.fault("a volume without \"disk\"");
+            return std::nullopt;
+        }
+        volume.disk = *disk;
+        volume.facts.kind = place.get<std::string>("kind");
+        volume.facts.name = place.get<std::string>("name");
+        volume.facts.mountable = place.get<bool>("mountable");
+        if (const auto text = place.get<std::string>("uuid")) {
+            volume.facts.uuid = base::Uuid::parse(*text);
+            if (!volume.facts.uuid)
+                place.at("uuid").fault("no UUID");
+        }
+        if (const auto path = place.get<std::string>("mountPoint"))
+            addMountPoint(place.at("mountPoint"), *path, volume);
+        place.each("mountPoints", [&](const JsonPlace& path) {
+            if (const auto text = path.value<std::string>())
+                addMountPoint(path, *text, volume);
+        });
+        volume.size = place.get<std::uint64_t>("size").value_or(0);
+        volume.free = place.get<std::uint64_t>("free").value_or(0);
+        if (volume.free > volume.size)
+            place.at("free").fault("more than \"size\"");
+        volume.writable = place.get<bool>("writable").value_or(true);
+        return volume;
+    }
+
+    static void addMountPoint(const JsonPlace& place, const std::string& path, RecordedVolume& volume)
+    {
+        if (path.starts_with('/') && path.find('\0') == std::string::npos)
+            volume.facts.mountPoints.push_back(path);
+        else
+            place.fault("no absolute path");
+    }
+
+    void readEvent(const JsonPlace& place)
+    {
+        place.expectKeys({"at", "arrive", "under", "change", "properties", "remove", "volume", "comment"});
+        RecordedStep step;
+        const auto seconds = place.get<double>("at");
+        if (!seconds || *seconds < 0 || *seconds > 1e9)
+            return place.fault("an event without its time in seconds, \"at\"");
+        step.seconds = *seconds;
+        if (place.has("arrive")) {
+            if (!readArrival(place, step))
+                return;
+        } else if (place.has("change")) {
+            RegistryEntry* const entry = entryNamed(place.at("change"));
+            PropertyTable changes = place.at("properties").table();
+            if (!entry)
+                return;
+            step.what = RecordedStep::Change{entry->id, index_.merge(*entry, std::move(changes))};
+        } else if (place.has("remove")) {
+            RegistryEntry* const entry = entryNamed(place.at("remove"));
+            if (!entry)
+                return;
+            step.what = RecordedStep::Removal{entry->id};
+        } else if (place.has("volume")) {
+            std::optional<RecordedVolume> volume = readVolume(place.at("volume"));
+            if (!volume)
+                return;
+            step.what = *std::move(volume);
+        } else {
+            return place.fault("an event of no kind: \"arrive\", \"change\", \"remove\" or \"volume\"");
+        }
+        recording_.script.push_back(std::move(step));
+    }
+
+    bool readArrival(const JsonPlace& place, RecordedStep& step)
+    {
+        std::uint64_t parent = 0;
+        if (place.has("under")) {
+            const RegistryEntry* const entry = entryNamed(place.at("under"));
+            if (!entry)
+                return false;
+            parent = entry->id;
+        }
+        EntryCollector collector(nextId_);
+        collectEntries(place.at("arrive").table(), parent, file_, place.at("arrive").path(), collector,
+                       recording_.faults);
+        nextId_ += collector.size();
+        RecordedStep::Arrival arrival{collector.take()};
+        index_.add(arrival.entries);
+        if (arrival.entries.empty())
+            return false;
+        step.what = std::move(arrival);
+        return true;
+    }
+
+    void readDrive(const JsonPlace& place)
+    {
+        place.expectKeys({"disk", "ata", "nvme", "comment"});
+        const bool isNvme = place.has("nvme");
+        if (!isNvme && !place.has("ata"))
+            return place.fault("a drive with neither \"ata\" nor \"nvme\"");
+        const RegistryEntry* const media = entryNamed(place.at("disk"));
+        if (!media)
+            return;
+        const std::string_view key = isNvme ? "NVMe SMART Capable" : "SMART Capable";
+        const std::optional<std::uint64_t> capable = index_.ancestorWith(*media, key);
+        if (!capable)
+            return place.fault("no entry above the disk is \"" + std::string(key) + "\"");
+        RecordedDrive drive = isNvme ? readNvme(place.at("nvme")) : readAta(place.at("ata"));
+        if (!recording_.drives.emplace(*capable, std::move(drive)).second)
+            place.fault("a second drive for the same disk");
+    }
+
+    RecordedDrive readAta(const JsonPlace& place)
+    {
+        place.expectKeys({"identify", "data", "thresholds", "logs", "exceeded", "failures", "comment"});
+        RecordedDrive drive;
+        drive.identify = readBytes(place, "identify", sectorSize);
+        drive.data = readBytes(place, "data", sectorSize);
+        drive.thresholds = readBytes(place, "thresholds", sectorSize);
+        drive.exceeded = place.get<bool>("exceeded").value_or(false);
+        readLogs(place, drive);
+        readFailures(place, ataCommands, drive);
+        return drive;
+    }
+
+    RecordedDrive readNvme(const JsonPlace& place)
+    {
+        place.expectKeys({"identify", "log", "errorLog", "logs", "failures", "comment"});
+        RecordedDrive drive;
+        drive.kind = RecordedDrive::Kind::nvme;
+        drive.identify = readBytes(place, "identify", identifySize);
+        readLogs(place, drive);
+        if (std::optional<Data> log = readBytes(place, "log", sectorSize))
+            drive.logs.insert_or_assign(2, *std::move(log));
+        if (std::optional<Data> errors = readBytes(place, "errorLog", std::nullopt))
+            drive.logs.insert_or_assign(1, *std::move(errors));
+        readFailures(place, nvmeCommands, drive);
+        return drive;
+    }
+
+    /// The bytes of a file that is named here, or of `{"base64": "…"}`.
+    std::optional<Data> readBytes(const JsonPlace& parent, const std::string& key, std::optional<std::size_t> size)
+    {
+        if (!parent.has(key))
+            return std::nullopt;
+        const JsonPlace place = parent.at(key);
+        std::optional<Data> bytes = place.bytes();
+        if (!bytes) {
+            const auto name = place.value<std::string>();
+            if (!name)
+                return std::nullopt;
+            try {
+                bytes = read_(*name);
+            } catch (const RecordingError& error) {
+                place.fault(error.what());
+                return std::nullopt;
+            }
+        }
+        // A drive may answer short, so it is read all the same.
+        if (size && bytes->size() != *size)
+            place.fault(std::to_string(bytes->size()) + " bytes, not " + std::to_string(*size));
+        return bytes;
+    }
+
+    void readLogs(const JsonPlace& place, RecordedDrive& drive)
+    {
+        const JsonPlace logs = place.at("logs");
+        for (const std::string& key : logs.keys()) {
+            const auto address = RegistryIndex::numberFrom(key);
+            if (!address || *address > 0xFF)
+                logs.at(key).fault("no log address from 0 to 255");
+            else if (std::optional<Data> log = readBytes(logs, key, std::nullopt))
+                drive.logs.insert_or_assign(static_cast<std::uint8_t>(*address), *std::move(log));
+        }
+    }
+
+    static void readFailures(const JsonPlace& place, std::span<const std::string_view> commands, RecordedDrive& drive)
+    {
+        const JsonPlace failures = place.at("failures");
+        for (const std::string& key : failures.keys()) {
+            const bool isLog = key.starts_with("log ") && RegistryIndex::numberFrom(key.substr(4));
+            const auto name = failures.get<std::string>(key);
+            const auto status = name ? system::ioReturnNamed(*name) : std::nullopt;
+            if (!isLog && std::ranges::find(commands, key) == commands.end())
+                failures.at(key).fault("no command of this name");
+            else if (!status || *status == system::kIOReturnSuccess)
+                failures.at(key).fault("no status such as \"kIOReturnIOError\"");
+            else
+                drive.failures.emplace(key, *status);
+        }
+    }
+
+    /// The entry that is named here by its device name or its id.
+    RegistryEntry* entryNamed(const JsonPlace& place)
+    {
+        RegistryEntry* const entry = index_.find(place.text());
+        if (!entry)
+            place.fault("no entry of this device name or id");
+        return entry;
+    }
+
+    const std::string& file_;
+    const FileReader& read_;
+    Recording& recording_;
+    RegistryIndex index_;
+    std::uint64_t nextId_ = std::uint64_t{1} << 63U;
+};
+
+} // namespace
+
+std::optional<std::vector<RegistryEntry>> readJsonRegistry(DataView bytes, const std::string& file,
+                                                           const FileReader& read, std::vector<Fault>& faults)
+{
+    const JsonDocument document(bytes, file, faults);
+    const JsonPlace root = document.root();
+    if (root.has("registry")) {
+        EntryCollector collector;
+        collectEntries(root.at("registry").table(), 0, file, "registry", collector, faults);
+        return collector.take();
+    }
+    if (!root.has("listing"))
+        return std::nullopt;
+    const std::string name = root.get<std::string>("listing").value_or("");
+    return readListing(read(name), name, faults);
+}
+
+void readMachineJson(DataView bytes, const std::string& file, const FileReader& read, Recording& recording)
+{
+    const JsonDocument document(bytes, file, recording.faults);
+    Reader(file, read, recording).readAll(document.root());
+}
+
+} // namespace vantorel::recorded

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "vantorel/base/Data.h"
+#include "vantorel/base/PropertyValue.h"
+#include "vantorel/system/IOReturn.h"
+#include "vantorel/system/Machine.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace vantorel::recorded {
+
+/// Something wrong in a file of a recorded machine: where it stands and what it is.
+struct Fault {
+    std::string file;
+    std::string place; ///< "line 12", "drives[0].ata.data", "Root/IOResources"
+    std::string fault;
+
+    [[nodiscard]] std::string text() const { return file + ": " + place + ": " + fault; }
+    bool operator==(const Fault&) const = default;
+};
+
+/// A recording of which nothing can be used: a missing or unreadable file, or one that is no listing at all.
+/// `what()` is "FILE: PLACE: FAULT", or "FILE: FAULT" where the whole file is meant.
+class RecordingError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    explicit RecordingError(const Fault& fault) : std::runtime_error(fault.text()) {}
+};
+
+/// A volume, by the device name of its disk.
+struct RecordedVolume {
+    std::string disk;
+    system::VolumeFacts facts;
+    std::uint64_t size = 0; ///< bytes of the file system
+    std::uint64_t free = 0; ///< bytes
+    bool writable = true;
+};
+
+/// What a drive answers. A command without an answer here is one that the drive does not know.
+struct RecordedDrive {
+    enum class Kind { ata, nvme };
+
+    Kind kind = Kind::ata;
+    std::optional<Data> identify;
+    std::optional<Data> data;          ///< ATA: SMART data
+    std::optional<Data> thresholds;    ///< ATA: SMART thresholds
+    std::map<std::uint8_t, Data> logs; ///< by log address or log page
+    bool exceeded = false;             ///< ATA: what the drive says of itself in SMART RETURN STATUS
+    std::map<std::string, system::IOReturn, std::less<>> failures; ///< by name of the command
+};
+
+/// One later event: what happens so many seconds after the start.
+struct RecordedStep {
+    struct Arrival {
+        std::vector<system::RegistryEntry> entries; ///< parents before children
+    };
+    struct Change {
+        std::uint64_t entry = 0;
+        PropertyTable properties; ///< all of them, as they are from then on
+    };
+    struct Removal {
+        std::uint64_t entry = 0;
+    };
+
+    double seconds = 0;
+    std::variant<Arrival, Change, Removal, RecordedVolume> what;
+};
+
+/// A recorded machine as it stands in its files.
+struct Recording {
+    std::vector<system::RegistryEntry> entries;    ///< parents before children
+    std::vector<RecordedVolume> volumes;           ///< in the order of mounting
+    std::map<std::uint64_t, RecordedDrive> drives; ///< by the entry that declares itself SMART capable
+    std::vector<RecordedStep> script;              ///< in order of time
+    std::vector<Fault> faults;                     ///< what was passed over while reading
+};
+
+/// Reads a recorded machine: a folder, a registry listing in any of its forms, or a machine.json. The formats are told
+/// in docs/recorded-machine.md. Throws `RecordingError`.
+[[nodiscard]] Recording loadRecording(const std::string& path);
+
+} // namespace vantorel::recorded

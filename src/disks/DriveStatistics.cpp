@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/disks/DriveStatistics.h"
+
+#include "PropertyReading.h"
+#include "RegistryWalk.h"
+#include "vantorel/disks/Drive.h"
+
+#include <string_view>
+#include <utility>
+
+namespace vantorel {
+
+std::optional<DriveStatistics> Drive::statistics() const
+{
+    system::IOHandle media = ioService();
+    if (!media)
+        return std::nullopt;
+    const auto driver = propertiesOfAncestor(std::move(media), 1);
+    const auto counters = driver ? tableOf<double>(*driver, "Statistics") : std::nullopt;
+    if (!counters)
+        return std::nullopt;
+    const auto counter = [&counters](std::string_view key) {
+        const auto found = counters->find(key);
+        return found == counters->end() ? 0.0 : found->second;
+    };
+    return DriveStatistics{
+        .readOperations = counter("Operations (Read)"),
+        .writeOperations = counter("Operations (Write)"),
+        .readLatency = counter("Latency Time (Read)"),
+        .writeLatency = counter("Latency Time (Write)"),
+        .readBytes = counter("Bytes (Read)"),
+        .writeBytes = counter("Bytes (Write)"),
+        .readTotalTime = counter("Total Time (Read)"),
+        .writeTotalTime = counter("Total Time (Write)"),
+        .readErrors = counter("Errors (Read)"),
+        .writeErrors = counter("Errors (Write)"),
+        .readRetries = counter("Retries (Read)"),
+        .writeRetries = counter("Retries (Write)"),
+    };
+}
+
+} // namespace vantorel

@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/disks/Vantorel.h"
+
+#include "DiskClassification.h"
+#include "RegistryWalk.h"
+#include "vantorel/disks/CoreStorage.h"
+#include "vantorel/system/DispatchQueue.h"
+#include "vantorel/system/MessageSink.h"
+#include "vantorel/system/RunLoop.h"
+
+#include <algorithm>
+#include <any>
+#include <atomic>
+#include <exception>
+#include <iterator>
+#include <string>
+
+namespace vantorel {
+
+namespace {
+
+/// The disk object that a notification carries; null when it carries none.
+system::DADiskRef diskOf(const system::Notification& notification)
+{
+    const auto* const disk = notification.as<system::DADiskRef>();
+    return disk ? *disk : nullptr;
+}
+
+/// The elements of a list that are of a class.
+template <typename T>
+std::vector<std::shared_ptr<T>> elements(const std::vector<std::shared_ptr<Disk>>& disks)
+{
+    std::vector<std::shared_ptr<T>> found;
+    for (const auto& disk : disks) {
+        if (auto element = std::dynamic_pointer_cast<T>(disk))
+            found.push_back(std::move(element));
+    }
+    return found;
+}
+
+template <typename T>
+std::shared_ptr<T> firstNamed(const std::vector<std::shared_ptr<T>>& disks, std::string_view bsdName)
+{
+    const auto found =
+        std::find_if(disks.begin(), disks.end(), [bsdName](const auto& disk) { return disk->bsdName() == bsdName; });
+    return found == disks.end() ? nullptr : *found;
+}
+
+} // namespace
+
+Vantorel& Vantorel::shared()
+{
+    // Never destroyed, since disks hold objects of the disk service, whose life ends with the process in no set order.
+    // Starting is apart from making: what the first pass of the run loop calls finds the registry made.
+    static Vantorel* const registry = new Vantorel;
+    static std::atomic<bool> isStarted = false;
+    if (!isStarted.exchange(true))
+        registry->start();
+    return *registry;
+}
+
+void Vantorel::start()
+{
+    const system::DASessionRef session = system::DASessionCreate(system::kCFAllocatorDefault);
+    if (!session) {
+        system::printMessage("Unable to initialize DASession");
+        return;
+    }
+    auto& center = system::NotificationCenter::defaultCenter();
+    center.addObserver("diskAppeared", [this](const auto& notification) { diskAppeared(notification); });
+    center.addObserver("diskDisappeared", [this](const auto& notification) { diskDisappeared(notification); });
+    center.addObserver("diskUpdated", [this](const auto& notification) { diskUpdated(notification); });
+
+    const auto post = [&center](std::string_view name) {
+        return [&center, name](const system::DADiskRef& disk, auto&&... /*unused*/) {
+            center.postNotificationName(name, disk);
+        };
+    };
+    system::DARegisterDiskAppearedCallback(session, nullptr, post("diskAppeared"), nullptr);
+    system::DARegisterDiskDisappearedCallback(session, nullptr, post("diskDisappeared"), nullptr);
+    system::DARegisterDiskDescriptionChangedCallback(session, nullptr, nullptr, post("diskUpdated"), nullptr);
+    system::DASessionScheduleWithRunLoop(session, system::CFRunLoopGetCurrent(), system::kCFRunLoopDefaultMode);
+    system::CFRunLoopRunInMode(system::kCFRunLoopDefaultMode, 0, true);
+}
+
+void Vantorel::diskAppeared(const system::Notification& notification)
+{
+    if (const system::DADiskRef diskObject = diskOf(notification)) {
+        system::dispatch_async(system::dispatch_get_main_queue(),
+                               [this, diskObject] { handleDiskAppeared(diskObject); });
+    }
+}
+
+void Vantorel::handleDiskAppeared(const system::DADiskRef& diskObject)
+{
+    const std::shared_ptr<Disk> disk = createDisk(diskObject);
+    if (!disk)
+        return;
+    linkToPhysicalVolumes(*disk);
+    if (auto* const volume = dynamic_cast<Volume*>(disk.get()))
+        linkToContainers(*volume);
+    disks_.insert(disk);
+    tellListeners(disk, DiskEvent::appeared);
+}
+
+void Vantorel::linkToPhysicalVolumes(Disk& disk) const
+{
+    auto* const logical = dynamic_cast<CoreStorage*>(&disk);
+    auto* const container = dynamic_cast<AppleStorage*>(&disk);
+    if (!logical && !container)
+        return;
+    // Every match is linked, so the last one in list order is what the new disk keeps.
+    for (const auto& tracked : disks()) {
+        auto* const volume = dynamic_cast<Volume*>(tracked.get());
+        if (!volume)
+            continue;
+        if (logical && volume->mediaUuid() == logical->logicalVolumeUuid())
+            logical->linkPhysicalVolume(*volume);
+        if (container && volume->mediaUuid() == container->bsdVolumeUUID())
+            container->linkPhysicalStore(*volume);
+    }
+}
+
+void Vantorel::linkToContainers(Volume& volume) const
+{
+    if (disks_.containers().empty())
+        return;
+    // Volume, container, container's media: the same walk for every container, so it is made once.
+    const auto media = propertiesOfAncestor(system::IOHandle(system::DADiskCopyIOMedia(volume.diskObject())), 2);
+    const auto text = media ? media->get<std::string>("UUID") : std::nullopt;
+    if (!text)
+        return;
+    const auto uuid = base::Uuid::parse(*text);
+    for (AppleStorage* const container : disks_.containers()) {
+        if (container->mediaUuid() == uuid)
+            container->appendLogicalVolume(volume);
+    }
+}
+
+void Vantorel::diskDisappeared(const system::Notification& notification)
+{
+    const system::DADiskRef diskObject = diskOf(notification);
+    if (!diskObject) {
+        system::printMessage("Error: Disk disappeared but was not found");
+        return;
+    }
+    const auto name = system::DADiskGetBSDName(diskObject);
+    if (!name) {
+        system::printMessage("Error: Disk disappeared but unable to get BSD name");
+        return;
+    }
+    const std::shared_ptr<Disk> removed = disks_.remove(*name);
+    if (!removed) {
+        system::printMessage("Error: Disk disappeared but was not found in current list");
+        return;
+    }
+    tellListeners(removed, DiskEvent::disappeared);
+}
+
+void Vantorel::diskUpdated(const system::Notification& notification)
+{
+    const system::DADiskRef diskObject = diskOf(notification);
+    if (!diskObject) {
+        system::printMessage("Error: Disk updated but was not found");
+        return;
+    }
+    const std::shared_ptr<Disk> fresh = createDisk(diskObject);
+    if (!fresh) {
+        system::printMessage("Error: Disk updated but could not be created");
+        return;
+    }
+    const auto tracked =
+        std::find_if(disks().begin(), disks().end(), [&fresh](const auto& disk) { return disk->isEqual(fresh.get()); });
+    if (tracked != disks().end())
+        (*tracked)->update(diskObject);
+    else
+        system::printMessage("Error: Tried to update disk, but was not found");
+    tellListeners(fresh, DiskEvent::updated);
+}
+
+void Vantorel::registerListener(std::shared_ptr<DiskListener> listener)
+{
+    if (listener)
+        listeners_.push_back(std::move(listener));
+}
+
+void Vantorel::tellListeners(const std::shared_ptr<Disk>& disk, DiskEvent event) const
+{
+    const auto snapshot = listeners_;
+    for (const auto& listener : snapshot) {
+        try {
+            listener->diskChanged(disk, event);
+        } catch (const std::exception& error) {
+            system::printMessage(std::string("Error: Disk listener failed: ") + error.what());
+        } catch (...) {
+            system::printMessage("Error: Disk listener failed");
+        }
+    }
+}
+
+std::vector<std::shared_ptr<Drive>> Vantorel::drives() const
+{
+    return elements<Drive>(disks());
+}
+
+std::vector<std::shared_ptr<Volume>> Vantorel::volumes() const
+{
+    auto volumes = elements<Volume>(disks());
+    std::erase_if(volumes, [](const auto& volume) {
+        return std::dynamic_pointer_cast<RaidStorage>(volume) || std::dynamic_pointer_cast<AppleStorage>(volume) ||
+               volume->coreStorageVolume();
+    });
+    return volumes;
+}
+
+std::shared_ptr<Drive> Vantorel::getDrive(std::string_view bsdName) const
+{
+    return firstNamed(drives(), bsdName);
+}
+
+std::shared_ptr<Volume> Vantorel::getVolume(std::string_view bsdName) const
+{
+    return firstNamed(volumes(), bsdName);
+}
+
+std::vector<std::shared_ptr<Volume>> Vantorel::getVolumes(const Drive& drive) const
+{
+    std::vector<std::shared_ptr<Volume>> result;
+    for (const auto& container : elements<AppleStorage>(disks())) {
+        const auto store = container->bsdVolume();
+        if (store && store->bsdUnit() == drive.bsdUnit()) {
+            result = container->logicalVolumes();
+            break;
+        }
+    }
+    const auto shown = volumes();
+    for (const auto& volume : shown) {
+        const auto logical = std::dynamic_pointer_cast<CoreStorage>(volume);
+        const auto physical = logical ? logical->logicalVolume() : nullptr;
+        if (physical && physical->bsdUnit() == drive.bsdUnit())
+            result.push_back(volume);
+    }
+    std::vector<std::shared_ptr<Volume>> raids;
+    for (const auto& volume : shown) {
+        if (volume->bsdUnit() != drive.bsdUnit())
+            continue;
+        if (auto raid = raidMember(volume->diskObject()))
+            raids.push_back(std::move(raid));
+        else
+            result.push_back(volume);
+    }
+    std::move(raids.begin(), raids.end(), std::back_inserter(result));
+    return result;
+}
+
+std::shared_ptr<RaidStorage> Vantorel::raidMember(const system::DADiskRef& disk) const
+{
+    const system::IOHandle media(system::DADiskCopyIOMedia(disk));
+    system::IOHandle children;
+    if (system::IORegistryEntryGetChildIterator(media.get(), system::kIOServicePlane, children.receive()) !=
+        system::KERN_SUCCESS)
+        return nullptr;
+    while (const auto child = system::IOHandle(system::IOIteratorNext(children.get()))) {
+        const auto properties = getPropertiesForService(child.get());
+        if (!properties || properties->get<std::string>("IOClass") != "AppleRAIDMember")
+            continue;
+        const auto text = properties->get<std::string>("AppleRAID-MemberUUID");
+        if (const auto uuid = text ? base::Uuid::parse(*text) : std::nullopt)
+            return getRaidStorageFromMember(*uuid);
+    }
+    return nullptr;
+}
+
+std::shared_ptr<RaidStorage> Vantorel::getRaidStorageFromMember(const base::Uuid& uuid) const
+{
+    for (const auto& raid : elements<RaidStorage>(disks())) {
+        if (std::find(raid->members().begin(), raid->members().end(), uuid) != raid->members().end())
+            return raid;
+    }
+    return nullptr;
+}
+
+system::PropertyTableRef Vantorel::getDiskInfo(const system::DADiskRef& disk)
+{
+    return vantorel::getDiskInfo(disk);
+}
+
+system::PropertyTableRef Vantorel::getRegistryEntryForDisk(const system::DADiskRef& disk)
+{
+    return vantorel::getRegistryEntryForDisk(disk);
+}
+
+system::PropertyTableRef Vantorel::getPropertiesForService(system::io_object_t serviceObject)
+{
+    return vantorel::getPropertiesForService(serviceObject);
+}
+
+ATASmartValue Vantorel::dummyAta()
+{
+    return {.id = 0,
+            .name = "Dummy",
+            .formattedValue = "Value",
+            .current = 10,
+            .worst = 5,
+            .theshold = 0,
+            .type = SmartAttributeType::oldAge,
+            .state = ATASmartAttributeState::ok,
+            .valueType = SmartValueType::string,
+            .info = "Info"};
+}
+
+NVMeSmartValue Vantorel::dummyNvme()
+{
+    return {.name = "Dummy",
+            .formattedValue = "Value",
+            .valueType = SmartValueType::string,
+            .state = NVMeSmartAttributeState::ok,
+            .info = "Info"};
+}
+
+} // namespace vantorel

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "support/RunCommand.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace vantorel {
+namespace {
+
+using Json = nlohmann::json;
+using test::runCommand;
+using testing::HasSubstr;
+
+TEST(DatabaseCommand, ShowsTheRowAndEveryResolvedDefinition)
+{
+    const auto run = runCommand("db show 'SAMSUNG SV4012H' RM100-08 --json");
+    EXPECT_EQ(run.status, 0);
+    const Json row = Json::parse(run.out);
+    EXPECT_EQ(row["row"], 92);
+    EXPECT_EQ(row["modelfamily"], "");
+    EXPECT_EQ(row["firmwareregexp"], "RM100-08");
+    EXPECT_EQ(row["presets"], "-v 9,halfminutes -F samsung");
+    EXPECT_EQ(row["definitions"].size(), 64U);
+    EXPECT_EQ(row["definitions"][8], Json::parse(R"({"id":9,"name":"Power_On_Half_Minutes","format":"halfmin2hour",
+                                                     "byteorder":"","flags":[],"source":"row"})"));
+    EXPECT_EQ(row["definitions"][9]["flags"], Json::array({"hddOnly"}));
+    EXPECT_EQ(row["definitions"][9]["source"], "default");
+}
+
+TEST(DatabaseCommand, AModelOfNoRowHasNulls)
+{
+    const Json row = Json::parse(runCommand("db show 'No Such Drive' --json").out);
+    for (const char* key : {"row", "modelfamily", "modelregexp", "firmwareregexp", "warningmsg", "presets"})
+        EXPECT_TRUE(row.at(key).is_null()) << key;
+    EXPECT_EQ(row["definitions"].size(), 64U);
+    EXPECT_THAT(runCommand("db show 'No Such Drive'").out, HasSubstr("No row matches"));
+}
+
+TEST(DatabaseCommand, SearchesEveryColumnInAnyCase)
+{
+    EXPECT_THAT(runCommand("db search 'APPLE ssd SM'").out, HasSubstr("No row holds"));
+    EXPECT_THAT(runCommand("db search unknown_APPLE").out, HasSubstr("  4  Apple SD/SM/TS...E/F/G SSDs"));
+    EXPECT_THAT(runCommand("db search 'usb: ; ali'").out, HasSubstr("480"));
+}
+
+TEST(DatabaseCommand, LintNamesRowsThatAreNeverReached)
+{
+    const auto run = runCommand("db lint");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.out,
+                HasSubstr("row 9 (Micron M500DC/M510DC Enterprise SSDs): every drive that it describes is matched "
+                          "earlier, by row 8\n"));
+    EXPECT_THAT(run.out, HasSubstr("681 rows, 3 findings"));
+}
+
+TEST(DatabaseCommand, TheVersionTellsTheTablesRevision)
+{
+    EXPECT_EQ(runCommand("--version").out, "vantorel 0.1.0\ndrive table drivedb.h 4591 2017-11-04 22:40:53Z\n");
+}
+
+} // namespace
+} // namespace vantorel

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/report/ReportReader.h"
+
+#include "vantorel/system/KeyedArchiver.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace vantorel {
+namespace {
+
+// `printf '<plist/>' | gzip -9n`
+const Data registry = {0x1F, 0x8B, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03, 0xB3, 0x29, 0xC8, 0xC9,
+                       0x2C, 0x2E, 0xD1, 0xB7, 0x03, 0x00, 0x55, 0x79, 0x33, 0x49, 0x08, 0x00, 0x00, 0x00};
+
+PropertyTable drive()
+{
+    return {
+        {"vendor", nullptr},
+        {"model", "INTEL SSDSA2MH080G1GC"},
+        {"bsdName", "disk0"},
+        {"interface", "ahci"},
+        {"kind", "ssd"},
+        {"protocol", "sata"},
+        {"smartData", Data(512, 1)},
+        {"thresholdsData", Data(512, 2)},
+        {"processedSmart",
+         PropertyTable{{"values", PropertyArray{PropertyTable{{"id", 194}}}}, {"Calculated Temperature", 37}}},
+    };
+}
+
+PropertyTable report()
+{
+    const PropertyTable bare = {{"vendor", "SanDisk"},  {"model", nullptr},  {"bsdName", "disk1"},
+                                {"interface", "usb 2"}, {"kind", "unknown"}, {"protocol", "usb"}};
+    return {{"version", "1.2.3"}, {"drives", PropertyArray{drive(), bare}}, {"ioreg", registry}};
+}
+
+ReportReader open(const PropertyValue& root)
+{
+    return ReportReader(system::archivedDataWithRootObject(root));
+}
+
+/// The message that opening, and expanding the registry, ends with.
+std::string failure(DataView bytes)
+{
+    try {
+        (void)ReportReader(bytes).expandedRegistry();
+        return "";
+    } catch (const ReportError& error) {
+        return error.what();
+    }
+}
+
+std::string failureWith(const PropertyValue& root)
+{
+    return failure(system::archivedDataWithRootObject(root));
+}
+
+TEST(ReportReader, GivesBackWhatAReportHolds)
+{
+    const ReportReader reader = open(report());
+    EXPECT_EQ(reader.version(), "1.2.3");
+    EXPECT_EQ(reader.ioreg(), registry);
+    EXPECT_THAT(reader.expandedRegistry(), testing::ElementsAreArray(std::string_view("<plist/>")));
+    EXPECT_THAT(reader.unknownKeys(), testing::IsEmpty());
+
+    ASSERT_EQ(reader.drives().size(), 2U);
+    const ReportDrive& first = reader.drives()[0];
+    EXPECT_EQ(first.vendor, std::nullopt);
+    EXPECT_EQ(first.model, "INTEL SSDSA2MH080G1GC");
+    EXPECT_EQ(first.bsdName, "disk0");
+    EXPECT_EQ(first.interface, "ahci");
+    EXPECT_EQ(first.kind, "ssd");
+    EXPECT_EQ(first.protocol, "sata");
+    EXPECT_EQ(first.smartData, Data(512, 1));
+    EXPECT_EQ(first.thresholdsData, Data(512, 2));
+    EXPECT_EQ(first.processedSmart->get<int>("Calculated Temperature"), 37);
+    const ReportDrive& second = reader.drives()[1];
+    EXPECT_EQ(second.vendor, "SanDisk");
+    EXPECT_FALSE(second.smartData || second.thresholdsData || second.processedSmart);
+}
+
+TEST(ReportReader, OpensReportsOfOlderAndLaterVersions)
+{
+    const ReportReader old = open(PropertyTable{{"drives", PropertyArray{PropertyTable{{"model", "A"}}}}});
+    EXPECT_EQ(old.version(), std::nullopt);
+    EXPECT_EQ(old.drives().at(0).model, "A");
+    EXPECT_FALSE(old.drives().at(0).interface);
+    EXPECT_EQ(old.expandedRegistry(), Data());
+
+    PropertyTable later = report();
+    later["comment"] = "new";
+    later["drives"].array()->at(1).table()->emplace("firmware", PropertyTable{});
+    EXPECT_THAT(open(later).unknownKeys(), testing::ElementsAre("comment", "drives[1].firmware"));
+    EXPECT_EQ(open(later).drives(), open(report()).drives());
+}
+
+TEST(ReportReader, SaysWhichValueIsWrong)
+{
+    const auto changed = [](const char* key, const PropertyValue& value) {
+        PropertyTable root = report();
+        root[key] = value;
+        return root;
+    };
+    const auto changedDrive = [](const char* key, const PropertyValue& value) {
+        PropertyTable root = report();
+        (*root["drives"].array()->at(0).table())[key] = value;
+        return root;
+    };
+    Data damaged = registry;
+    damaged[20] ^= 1; // in the checksum
+    Data followed = registry;
+    followed.insert(followed.end(), {0, 1});
+    const std::pair<PropertyValue, std::string> cases[] = {
+        {changed("version", 2), R"(the report's "version" is not a text)"},
+        {changed("drives", PropertyTable{}), R"(the report's "drives" is not an array)"},
+        {changed("drives", PropertyArray{"disk0"}), R"(the report's "drives[0]" is not a table)"},
+        {changed("ioreg", "text"), R"(the report's "ioreg" is not data)"},
+        {changedDrive("kind", true), R"(the report's "drives[0].kind" is not a text)"},
+        {changedDrive("smartData", "text"), R"(the report's "drives[0].smartData" is not data)"},
+        {changedDrive("processedSmart", PropertyArray{}), R"(the report's "drives[0].processedSmart" is not a table)"},
+        {changed("ioreg", Data{}), "gzip data cut short"},
+        {changed("ioreg", Data(registry.begin(), registry.end() - 1)), "gzip data cut short"},
+        {changed("ioreg", damaged), "damaged gzip data"},
+        {changed("ioreg", followed), "something else behind them"},
+        {PropertyTable{{"name", "a"}}, "no system report"},
+        {PropertyArray{}, "no system report"},
+    };
+    for (const auto& [root, fault] : cases)
+        EXPECT_THAT(failureWith(root), testing::HasSubstr(fault));
+}
+
+TEST(ReportReader, BoundsWhatTheRegistryExpandsTo)
+{
+    PropertyTable root = report();
+    Data twice = registry;
+    twice.insert(twice.end(), registry.begin(), registry.end());
+    root["ioreg"] = twice;
+    EXPECT_EQ(open(root).expandedRegistry(16).size(), 16U) << "members in a row";
+    EXPECT_THROW((void)open(root).expandedRegistry(15), ReportError);
+}
+
+TEST(ReportReader, EndsOrderlyForAReportCutOrChangedAnywhere)
+{
+    const Data whole = system::archivedDataWithRootObject(report());
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        EXPECT_NE(failure(DataView(whole).first(size)), "") << "cut to " << size;
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        Data changed = whole;
+        changed[i] ^= 0xFF;
+        EXPECT_NO_THROW((void)failure(changed)) << "byte " << i;
+    }
+}
+
+} // namespace
+} // namespace vantorel
