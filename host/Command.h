@@ -51,5 +51,6 @@ void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
 void addList(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);
 void addWatch(CLI::App& app, int& status);
+void addMachineCheck(CLI::App& app, int& status);
 
 } // namespace vantorel::host

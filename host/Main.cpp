@@ -35,6 +35,7 @@ int run(int argc, char** argv)
     host::addList(app, status);
     host::addWatch(app, status);
     host::addStats(app, status);
+    host::addMachineCheck(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {

@@ -98,8 +98,8 @@ private:
             if (!readArrival(place, step))
                 return;
         } else if (place.has("change")) {
-            RegistryEntry* const entry = entryNamed(place.at("change"));
             PropertyTable changes = place.at("properties").table();
+            RegistryEntry* const entry = entryNamed(place.at("change"));
             if (!entry)
                 return;
             step.what = RecordedStep::Change{entry->id, index_.merge(*entry, std::move(changes))};

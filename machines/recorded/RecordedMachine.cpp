@@ -72,6 +72,8 @@ RecordedMachine::~RecordedMachine()
 void RecordedMachine::start(MachineEvents& events)
 {
     events_ = &events;
+    for (const RecordedVolume& volume : volumes_)
+        events.volumeChanged(volume.disk, volume.facts);
     for (RegistryEntry& entry : std::exchange(entries_, {}))
         events.entryArrived(std::move(entry));
     if (playback_ == Playback::inTime && !script_.empty())
@@ -122,23 +124,13 @@ void RecordedMachine::play(RecordedStep& step)
 
 void RecordedMachine::setVolume(RecordedVolume volume)
 {
-    const std::string disk = volume.disk;
-    {
-        const std::scoped_lock lock(volumesMutex_);
-        const auto known = std::ranges::find(volumes_, disk, &RecordedVolume::disk);
-        if (known != volumes_.end())
-            *known = std::move(volume);
-        else
-            volumes_.push_back(std::move(volume));
-    }
-    events_->volumeChanged(disk);
-}
-
-std::optional<VolumeFacts> RecordedMachine::volume(std::string_view bsdName)
-{
+    events_->volumeChanged(volume.disk, volume.facts);
     const std::scoped_lock lock(volumesMutex_);
-    const auto found = std::ranges::find(volumes_, bsdName, &RecordedVolume::disk);
-    return found == volumes_.end() ? std::nullopt : std::optional(found->facts);
+    const auto known = std::ranges::find(volumes_, volume.disk, &RecordedVolume::disk);
+    if (known != volumes_.end())
+        *known = std::move(volume);
+    else
+        volumes_.push_back(std::move(volume));
 }
 
 std::optional<std::vector<std::string>> RecordedMachine::mountPoints()

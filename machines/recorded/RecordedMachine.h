@@ -37,7 +37,6 @@ public:
     void playUntil(double seconds);
 
     void start(system::MachineEvents& events) override;
-    [[nodiscard]] std::optional<system::VolumeFacts> volume(std::string_view bsdName) override;
     [[nodiscard]] std::optional<std::vector<std::string>> mountPoints() override;
     [[nodiscard]] std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override;
     [[nodiscard]] system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override;

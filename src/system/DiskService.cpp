@@ -50,21 +50,6 @@ void DiskService::tell(MachineEvent event)
     letNextCome();
 }
 
-void DiskService::tellRemovalOfAll()
-{
-    std::vector<std::uint64_t> ids;
-    {
-        Registry& registry = Registry::shared();
-        const std::scoped_lock lock(registry.mutex);
-        const RegistryNodeRef root = registry.tree.root();
-        for (const auto& [order, child] : root->children)
-            ids.push_back(child->id);
-        ids.push_back(root->id);
-    }
-    for (const std::uint64_t id : ids)
-        tell(EntryRemoval{id});
-}
-
 CFRunLoopRef DiskService::home() const
 {
     return scheduled_.empty() ? nullptr : scheduled_.front()->runLoop;
@@ -185,8 +170,10 @@ void DiskService::apply(MachineEvent& event)
         change(*changed);
     else if (const auto* const removal = std::get_if<EntryRemoval>(&event))
         remove(*removal);
+    else if (auto* const volume = std::get_if<VolumeChange>(&event))
+        changeVolume(*volume);
     else
-        changeVolume(std::get<VolumeChange>(event));
+        removeAll();
 }
 
 void DiskService::arrive(RegistryEntry& entry)
@@ -217,10 +204,23 @@ void DiskService::remove(const EntryRemoval& removal)
         describeBelow(*node);
 }
 
-void DiskService::changeVolume(const VolumeChange& change)
+void DiskService::changeVolume(VolumeChange& change)
 {
+    volumes_.insert_or_assign(change.bsdName, std::move(change.facts));
     if (const Disk* const disk = find(change.bsdName))
         describe(*Registry::shared().tree.find(disk->disk->entryId));
+}
+
+void DiskService::removeAll()
+{
+    const RegistryNodeRef root = Registry::shared().tree.root();
+    std::vector<std::uint64_t> ids;
+    for (const auto& [order, child] : root->children)
+        ids.push_back(child->id);
+    ids.push_back(root->id);
+    for (const std::uint64_t id : ids)
+        remove(EntryRemoval{id});
+    volumes_.clear();
 }
 
 void DiskService::describeBelow(RegistryNode& node)
@@ -241,7 +241,9 @@ void DiskService::describe(const RegistryNode& node)
     if (!device)
         return;
 
-    auto description = std::make_shared<const PropertyTable>(describeMedia(node, *device, machine()->volume(*bsdName)));
+    const auto volume = volumes_.find(*bsdName);
+    auto description = std::make_shared<const PropertyTable>(
+        describeMedia(node, *device, volume == volumes_.end() ? nullptr : &volume->second));
     Disk& disk = disks_[node.id];
     if (!disk.disk) {
         disk = {std::make_shared<const DADisk>(DADisk{*bsdName, node.id}), std::move(description)};
@@ -260,6 +262,7 @@ void DiskService::forget(std::uint64_t entryId)
     if (found == disks_.end())
         return;
     const DADiskRef disk = found->second.disk;
+    volumes_.erase(*disk->bsdName);
     byName_.erase({*disk->bsdName, entryId});
     disks_.erase(found);
     spread({DiskNews::Kind::disappeared, disk, nullptr});

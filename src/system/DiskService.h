@@ -27,8 +27,10 @@ struct EntryRemoval {
 };
 struct VolumeChange {
     std::string bsdName;
+    VolumeFacts facts;
 };
-using MachineEvent = std::variant<RegistryEntry, EntryChange, EntryRemoval, VolumeChange>;
+struct MachineGone {}; ///< and with it all its entries and volumes
+using MachineEvent = std::variant<RegistryEntry, EntryChange, EntryRemoval, VolumeChange, MachineGone>;
 
 /// One thing that a session is to hear.
 struct DiskNews {
@@ -64,8 +66,6 @@ public:
 
     /// From any thread.
     void tell(MachineEvent event);
-    /// Lets everything go that hangs under the root, as if the machine had told so.
-    void tellRemovalOfAll();
 
     void schedule(const DASessionRef& session, const CFRunLoopRef& runLoop);
     void unschedule(const DASessionRef& session);
@@ -85,7 +85,8 @@ private:
     void arrive(RegistryEntry& entry);
     void change(EntryChange& change);
     void remove(const EntryRemoval& removal);
-    void changeVolume(const VolumeChange& change);
+    void changeVolume(VolumeChange& change);
+    void removeAll();
     void describeBelow(RegistryNode& node);
     void describe(const RegistryNode& node);
     void forget(std::uint64_t entryId);
@@ -104,6 +105,7 @@ private:
     std::uint64_t turn_ = 0;    // another one whenever it has to come on another run loop
     std::vector<DASessionRef> scheduled_;
     std::unordered_map<std::uint64_t, Disk> disks_;          // by the id of the media entry
+    std::unordered_map<std::string, VolumeFacts> volumes_;   // by device name
     std::set<std::pair<std::string, std::uint64_t>> byName_; // a hostile registry may give one name twice
 };
 

@@ -25,7 +25,10 @@ public:
         pass(EntryChange{id, std::move(properties)});
     }
     void entryRemoved(std::uint64_t id) override { pass(EntryRemoval{id}); }
-    void volumeChanged(std::string bsdName) override { pass(VolumeChange{std::move(bsdName)}); }
+    void volumeChanged(std::string bsdName, VolumeFacts facts) override
+    {
+        pass(VolumeChange{std::move(bsdName), std::move(facts)});
+    }
 
     void close()
     {
@@ -63,11 +66,6 @@ Installed& installed()
 }
 
 } // namespace
-
-std::optional<VolumeFacts> Machine::volume(std::string_view /*bsdName*/)
-{
-    return std::nullopt;
-}
 
 std::optional<std::vector<std::string>> Machine::mountPoints()
 {
@@ -109,7 +107,7 @@ void install(std::unique_ptr<Machine> newMachine)
         last = std::exchange(installed().current, next);
     }
     last->line.close();
-    DiskService::shared().tellRemovalOfAll();
+    DiskService::shared().tell(MachineGone{});
     next->machine->start(next->line);
 }
 

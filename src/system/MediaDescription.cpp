@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -123,7 +125,7 @@ void describeDevice(const RegistryNode& device, PropertyTable& description)
     description.emplace("DADevicePath", servicePath(device));
 }
 
-void describeVolume(const std::optional<VolumeFacts>& volume, PropertyTable& description)
+void describeVolume(const VolumeFacts* volume, PropertyTable& description)
 {
     description.emplace("DAVolumeNetwork", false);
     if (!volume)
@@ -162,8 +164,7 @@ const RegistryNode* blockStorageDevice(const RegistryNode& media)
     return nullptr;
 }
 
-PropertyTable describeMedia(const RegistryNode& media, const RegistryNode& device,
-                            const std::optional<VolumeFacts>& volume)
+PropertyTable describeMedia(const RegistryNode& media, const RegistryNode& device, const VolumeFacts* volume)
 {
     const PropertyTable& properties = *media.properties;
     PropertyTable description;

@@ -5,7 +5,6 @@
 #include "vantorel/base/PropertyValue.h"
 #include "vantorel/system/Machine.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,9 +17,10 @@ namespace vantorel::system {
 /// The nearest ancestor that is a block storage device; null when there is none, and then the media is no disk.
 [[nodiscard]] const RegistryNode* blockStorageDevice(const RegistryNode& media);
 
-/// The description of a disk, by the rules of the platform's disk service (DADisk.c). `media` stands under `device`.
+/// The description of a disk, by the rules of the platform's disk service (DADisk.c). `media` stands under `device`;
+/// `volume` is null where nothing is known of one.
 [[nodiscard]] PropertyTable describeMedia(const RegistryNode& media, const RegistryNode& device,
-                                          const std::optional<VolumeFacts>& volume);
+                                          const VolumeFacts* volume);
 
 /// Whether a change from one table of an entry to another can change the description of media under that entry.
 [[nodiscard]] bool describesMediaBelow(const PropertyTable& before, const PropertyTable& after);

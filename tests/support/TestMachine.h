@@ -34,12 +34,10 @@ public:
     void remove(std::uint64_t id) { events_->entryRemoved(id); }
     void setVolume(const std::string& bsdName, system::VolumeFacts facts)
     {
-        volumes[bsdName] = std::move(facts);
-        events_->volumeChanged(bsdName);
+        events_->volumeChanged(bsdName, std::move(facts));
     }
 
     // Answers to the questions of a machine; to be filled before they are asked.
-    std::map<std::string, system::VolumeFacts, std::less<>> volumes;
     std::optional<std::vector<std::string>> mounted = std::vector<std::string>{};
     std::map<std::string, system::FileSystemFacts> fileSystems; ///< by mount point
     std::map<std::string, std::string, std::less<>> bundles;
@@ -49,11 +47,6 @@ public:
         events_ = &events;
         for (system::RegistryEntry& entry : std::exchange(entries_, {}))
             events.entryArrived(std::move(entry));
-    }
-    std::optional<system::VolumeFacts> volume(std::string_view bsdName) override
-    {
-        const auto found = volumes.find(bsdName);
-        return found == volumes.end() ? std::nullopt : std::optional(found->second);
     }
     std::optional<std::vector<std::string>> mountPoints() override { return mounted; }
     std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override

@@ -126,8 +126,7 @@ struct OpenedChannel {
 ///
 /// No order of events is wrong: an entry told twice takes the later properties and any parents that are new, an entry
 /// told before its parent hangs at the top until the parent comes, and changes and removals of unknown entries are
-/// passed over. A machine holds no lock of its own while it tells: it may be asked for a volume before the call
-/// returns.
+/// passed over.
 class MachineEvents {
 public:
     virtual ~MachineEvents() = default;
@@ -137,8 +136,9 @@ public:
     virtual void entryChanged(std::uint64_t id, PropertyTable properties) = 0;
     /// The entry is gone, and everything that hung only under it.
     virtual void entryRemoved(std::uint64_t id) = 0;
-    /// `Machine::volume` answers otherwise than before for this device name.
-    virtual void volumeChanged(std::string bsdName) = 0;
+    /// What is known of the volume on the disk of this device name is now this. Told before the disk, it is there when
+    /// the disk appears; it is forgotten with the disk.
+    virtual void volumeChanged(std::string bsdName, VolumeFacts facts) = 0;
 };
 
 /// One computer. Every question has an answer here that fits a computer without disks, so a machine overrides only
@@ -151,12 +151,10 @@ public:
     /// Ends every thread of its own; nothing is told once it returns.
     virtual ~Machine() = default;
 
-    /// Tells all entries there are, parents before children, before it returns, and goes on telling what happens from
-    /// then on. Called once. `events` lives longer than the machine.
+    /// Tells all volumes and entries there are, parents before children, before it returns, and goes on telling what
+    /// happens from then on. Called once. `events` lives longer than the machine.
     virtual void start(MachineEvents& events) = 0;
 
-    /// What is known of the volume on the disk of this device name; absent when there is none.
-    [[nodiscard]] virtual std::optional<VolumeFacts> volume(std::string_view bsdName);
     /// The paths of all mounted volumes, in the order of mounting; absent when they cannot be had.
     [[nodiscard]] virtual std::optional<std::vector<std::string>> mountPoints();
     /// The file system that an existing path lies on; absent when there is none.
