@@ -15,27 +15,33 @@ void AppleStorage::init(const system::DADiskRef& disk)
         bsdVolumeUuid_ = uuidFromText(*store, "UUID");
 }
 
-std::vector<std::shared_ptr<Volume>> AppleStorage::logicalVolumes() const
+void AppleStorage::linkPhysicalStore(const std::shared_ptr<Volume>& volume)
 {
-    std::vector<std::shared_ptr<Volume>> volumes;
-    volumes.reserve(logicalVolumes_.size());
-    for (Volume* const volume : logicalVolumes_)
-        volumes.push_back(partner(volume));
-    return volumes;
+    bsdVolume_ = volume;
+    volume->apfsMedia_ = std::static_pointer_cast<AppleStorage>(shared_from_this());
 }
 
-void AppleStorage::linkPhysicalStore(Volume& volume)
+void AppleStorage::appendLogicalVolume(const std::shared_ptr<Volume>& volume)
 {
-    joinFamily(volume);
-    bsdVolume_ = &volume;
-    volume.apfsMedia_ = this;
+    logicalVolumes_.push_back(volume);
+    volume->volumeKind_ = VolumeKind::apfs;
 }
 
-void AppleStorage::appendLogicalVolume(Volume& volume)
+std::vector<const Disk*> AppleStorage::links() const
 {
-    joinFamily(volume);
-    logicalVolumes_.push_back(&volume);
-    volume.volumeKind_ = VolumeKind::apfs;
+    auto all = Volume::links();
+    if (bsdVolume_)
+        all.push_back(bsdVolume_.get());
+    for (const auto& volume : logicalVolumes_)
+        all.push_back(volume.get());
+    return all;
+}
+
+void AppleStorage::dropLinks()
+{
+    Volume::dropLinks();
+    bsdVolume_.reset();
+    logicalVolumes_.clear();
 }
 
 } // namespace vantorel

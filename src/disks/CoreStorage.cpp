@@ -24,11 +24,24 @@ void CoreStorage::loadIOInfo(const PropertyTable& info)
     loadUuid(info, "CoreStorage LVF UUID", familyUuid_);
 }
 
-void CoreStorage::linkPhysicalVolume(Volume& volume)
+void CoreStorage::linkPhysicalVolume(const std::shared_ptr<Volume>& volume)
 {
-    joinFamily(volume);
-    logicalVolume_ = &volume;
-    volume.coreStorageVolume_ = this;
+    logicalVolume_ = volume;
+    volume->coreStorageVolume_ = std::static_pointer_cast<CoreStorage>(shared_from_this());
+}
+
+std::vector<const Disk*> CoreStorage::links() const
+{
+    auto all = Volume::links();
+    if (logicalVolume_)
+        all.push_back(logicalVolume_.get());
+    return all;
+}
+
+void CoreStorage::dropLinks()
+{
+    Volume::dropLinks();
+    logicalVolume_.reset();
 }
 
 } // namespace vantorel

@@ -26,7 +26,9 @@ void DiskList::enrol(Disk& disk)
 void DiskList::assign(std::vector<std::shared_ptr<Disk>> disks)
 {
     std::erase(disks, nullptr);
-    disks_ = std::move(disks);
+    disks_.swap(disks);
+    for (const auto& disk : disks)
+        departed_.add(disk);
     containers_.clear();
     for (const auto& disk : disks_)
         enrol(*disk);
@@ -52,6 +54,7 @@ std::shared_ptr<Disk> DiskList::remove(std::string_view bsdName)
     const auto container = std::find(containers_.begin(), containers_.end(), removed.get());
     if (container != containers_.end())
         containers_.erase(container);
+    departed_.add(removed);
     return removed;
 }
 

@@ -97,8 +97,8 @@ void Vantorel::handleDiskAppeared(const system::DADiskRef& diskObject)
     if (!disk)
         return;
     linkToPhysicalVolumes(*disk);
-    if (auto* const volume = dynamic_cast<Volume*>(disk.get()))
-        linkToContainers(*volume);
+    if (const auto volume = std::dynamic_pointer_cast<Volume>(disk))
+        linkToContainers(volume);
     disks_.insert(disk);
     tellListeners(disk, DiskEvent::appeared);
 }
@@ -111,22 +111,20 @@ void Vantorel::linkToPhysicalVolumes(Disk& disk) const
         return;
     // Every match is linked, so the last one in list order is what the new disk keeps.
     for (const auto& tracked : disks()) {
-        auto* const volume = dynamic_cast<Volume*>(tracked.get());
-        if (!volume)
-            continue;
-        if (logical && volume->mediaUuid() == logical->logicalVolumeUuid())
-            logical->linkPhysicalVolume(*volume);
-        if (container && volume->mediaUuid() == container->bsdVolumeUUID())
-            container->linkPhysicalStore(*volume);
+        const auto* const below = dynamic_cast<const Volume*>(tracked.get());
+        if (below && logical && below->mediaUuid() == logical->logicalVolumeUuid())
+            logical->linkPhysicalVolume(std::static_pointer_cast<Volume>(tracked));
+        if (below && container && below->mediaUuid() == container->bsdVolumeUUID())
+            container->linkPhysicalStore(std::static_pointer_cast<Volume>(tracked));
     }
 }
 
-void Vantorel::linkToContainers(Volume& volume) const
+void Vantorel::linkToContainers(const std::shared_ptr<Volume>& volume) const
 {
     if (disks_.containers().empty())
         return;
     // Volume, container, container's media: the same walk for every container, so it is made once.
-    const auto media = propertiesOfAncestor(system::IOHandle(system::DADiskCopyIOMedia(volume.diskObject())), 2);
+    const auto media = propertiesOfAncestor(system::IOHandle(system::DADiskCopyIOMedia(volume->diskObject())), 2);
     const auto text = media ? media->get<std::string>("UUID") : std::nullopt;
     if (!text)
         return;

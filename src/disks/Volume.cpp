@@ -29,14 +29,20 @@ void Volume::loadDAInfo(const PropertyTable& info)
         volumeKind_ = VolumeKind::hfs;
 }
 
-std::shared_ptr<CoreStorage> Volume::coreStorageVolume() const
+std::vector<const Disk*> Volume::links() const
 {
-    return partner(coreStorageVolume_);
+    std::vector<const Disk*> all;
+    if (coreStorageVolume_)
+        all.push_back(coreStorageVolume_.get());
+    if (apfsMedia_)
+        all.push_back(apfsMedia_.get());
+    return all;
 }
 
-std::shared_ptr<AppleStorage> Volume::apfsMedia() const
+void Volume::dropLinks()
 {
-    return partner(apfsMedia_);
+    coreStorageVolume_.reset();
+    apfsMedia_.reset();
 }
 
 std::optional<std::string> Volume::mountPoint() const

@@ -182,24 +182,3 @@ TEST_F(DiskTest, RunsTheLoadsOfTheSubclassFromConstruction)
     EXPECT_EQ(logical->isEncrypted(), true) << "set by the subclass's load";
     EXPECT_EQ(logical->diskType(), Disk::DiskType::corestorage);
 }
-
-TEST_F(DiskTest, LivesAsLongAsADiskLinkedToItAndNoLonger)
-{
-    std::weak_ptr<Volume> physical;
-    std::weak_ptr<CoreStorage> logical;
-    {
-        auto held = unloaded<Volume>();
-        auto partner = unloaded<CoreStorage>();
-        physical = held;
-        logical = partner;
-        partner->linkPhysicalVolume(*held);
-        partner->linkPhysicalVolume(*held);
-        held->loadDAInfo({{"DAMediaBSDName", "disk9"}});
-        partner.reset();
-        EXPECT_EQ(held->coreStorageVolume()->logicalVolume(), held);
-        const auto other = held->coreStorageVolume();
-        held.reset();
-        EXPECT_EQ(other->logicalVolume()->bsdName(), "disk9");
-    }
-    EXPECT_TRUE(physical.expired() && logical.expired());
-}

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 using namespace vantorel;
@@ -170,19 +171,37 @@ TEST_F(HostileRegistry, AFailedCallCostsOneMessageAndTheFieldsItFeeds)
     }
 }
 
-TEST_F(HostileRegistry, ArrivalsAndRemovalsLeaveNothingBehind)
+TEST_F(HostileRegistry, DisksThatWentAreFreedHoweverTheyWereLinked)
 {
-    std::weak_ptr<Disk> oldContainer;
-    std::weak_ptr<Disk> oldLogical;
-    for (int round = 0; round < 50; ++round) {
-        load(test::oneOfEverything());
-        EXPECT_TRUE(oldContainer.expired() && oldLogical.expired());
-        oldContainer = tracked<AppleStorage>("disk1");
-        oldLogical = tracked<CoreStorage>("disk3");
-        EXPECT_FALSE(oldContainer.expired() || oldLogical.expired());
+    // Pairs that go together keep each other; a container that comes back finds its old store.
+    std::vector<std::weak_ptr<Disk>> gone;
+    const auto tree = test::oneOfEverything();
+    const auto held = [&gone] { return std::ranges::count_if(gone, [](const auto& disk) { return !disk.expired(); }); };
+    std::shared_ptr<Volume> kept;
+    for (int round = 0; round < 200; ++round) {
+        auto& machine = load(tree);
+        const auto store = tracked<Volume>("disk0s2");
+        if (round == 0)
+            kept = store;
+        for (const char* name : {"disk1", "disk1s1", "disk2s2", "disk3"})
+            gone.push_back(tracked(name));
+        for (const auto& entry : tree.entries) {
+            if (entry.className == "AppleAPFSContainerScheme")
+                machine.remove(entry.id);
+        }
+        settle();
+        EXPECT_EQ(names(store->apfsMedia()->logicalVolumes()), "disk1s1 disk1s2") << "what went stays linked";
+        const auto first =
+            std::ranges::find(tree.entries, "AppleAPFSContainerScheme", &system::RegistryEntry::className);
+        for (auto entry = first; entry != tree.entries.end(); ++entry)
+            machine.arrive(*entry);
+        settle();
+        EXPECT_EQ(store->apfsMedia(), tracked("disk1"));
+        gone.push_back(tracked("disk1"));
         test::TestMachine::install();
         settle();
-        EXPECT_THAT(Vantorel::shared().disks(), testing::IsEmpty());
     }
+    EXPECT_LT(held(), 50) << "of 1000";
+    EXPECT_EQ(kept->apfsMedia()->bsdVolume(), kept) << "somebody holds it, so its links stand";
     EXPECT_EQ(system::liveHandleCount(), 0U);
 }

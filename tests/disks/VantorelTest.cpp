@@ -11,8 +11,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <functional>
 #include <stdexcept>
+#include <thread>
 
 using namespace vantorel;
 using testing::ElementsAre;
@@ -333,6 +336,24 @@ TEST_F(VantorelTest, StartsInOrderAndCanBeAskedFromWithinItsStart)
     EXPECT_TRUE(asked) << "the pass of the run loop inside the start";
     ASSERT_FALSE(calls.empty());
     EXPECT_EQ(calls[0], "DASessionCreate");
+}
+
+TEST_F(VantorelTest, IsStartedOnceHoweverManyThreadsAskFirst)
+{
+    std::atomic<int> sessions = 0;
+    system::setCallGate([&sessions](std::string_view operation) {
+        sessions += operation == "DASessionCreate";
+        return true;
+    });
+    std::array<Vantorel*, 4> found{};
+    {
+        std::vector<std::jthread> threads;
+        for (Vantorel*& registry : found)
+            threads.emplace_back([&registry] { registry = &Vantorel::shared(); });
+    }
+    system::setCallGate(nullptr);
+    EXPECT_EQ(sessions, 1);
+    EXPECT_THAT(found, testing::Each(&Vantorel::shared()));
 }
 
 TEST_F(VantorelTest, OffersPlaceholderValues)

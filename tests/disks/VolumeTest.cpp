@@ -37,7 +37,7 @@ TEST_F(VolumeTest, ChangesItsKindOnlyForTheTwoItKnows)
         EXPECT_EQ(volume->volumeKind(), kind);
     }
     const auto container = unloaded<AppleStorage>();
-    container->appendLogicalVolume(*volume);
+    container->appendLogicalVolume(volume);
     volume->loadDAInfo({{"DAVolumeKind", "apfs"}});
     EXPECT_EQ(volume->volumeKind(), Disk::VolumeKind::apfs) << "any kind text leaves what the registry set";
     volume->loadDAInfo({});

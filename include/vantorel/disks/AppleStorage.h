@@ -15,22 +15,24 @@ public:
     /// The `mediaUuid` of the physical store, read two registry entries up at construction and never again.
     [[nodiscard]] const std::optional<base::Uuid>& bsdVolumeUUID() const { return bsdVolumeUuid_; }
     /// The physical store. Absent for good when it was not there as the container arrived.
-    [[nodiscard]] std::shared_ptr<Volume> bsdVolume() const { return partner(bsdVolume_); }
+    [[nodiscard]] const std::shared_ptr<Volume>& bsdVolume() const { return bsdVolume_; }
     /// The volumes in this container, in order of arrival. Those that have gone stay.
-    [[nodiscard]] std::vector<std::shared_ptr<Volume>> logicalVolumes() const;
+    [[nodiscard]] const std::vector<std::shared_ptr<Volume>>& logicalVolumes() const { return logicalVolumes_; }
 
     /// Ties this container to its physical store, both ways. For the registry.
-    void linkPhysicalStore(Volume& volume);
+    void linkPhysicalStore(const std::shared_ptr<Volume>& volume);
     /// Puts a volume into this container and makes it an `apfs` one. For the registry.
-    void appendLogicalVolume(Volume& volume);
+    void appendLogicalVolume(const std::shared_ptr<Volume>& volume);
 
 protected:
     void init(const system::DADiskRef& disk) override;
+    [[nodiscard]] std::vector<const Disk*> links() const override;
+    void dropLinks() override;
 
 private:
     std::optional<base::Uuid> bsdVolumeUuid_;
-    Volume* bsdVolume_ = nullptr;
-    std::vector<Volume*> logicalVolumes_;
+    std::shared_ptr<Volume> bsdVolume_;
+    std::vector<std::shared_ptr<Volume>> logicalVolumes_;
 };
 
 } // namespace vantorel

@@ -17,15 +17,17 @@ public:
     /// The `mediaUuid` of the physical volume below, read three registry entries up at construction and never again.
     [[nodiscard]] const std::optional<base::Uuid>& logicalVolumeUuid() const { return logicalVolumeUuid_; }
     /// The physical volume below.
-    [[nodiscard]] std::shared_ptr<Volume> logicalVolume() const { return partner(logicalVolume_); }
+    [[nodiscard]] const std::shared_ptr<Volume>& logicalVolume() const { return logicalVolume_; }
 
     /// Ties this logical volume to the physical volume below, both ways. For the registry.
-    void linkPhysicalVolume(Volume& volume);
+    void linkPhysicalVolume(const std::shared_ptr<Volume>& volume);
 
     void loadIOInfo(const PropertyTable& info) override;
 
 protected:
     void init(const system::DADiskRef& disk) override;
+    [[nodiscard]] std::vector<const Disk*> links() const override;
+    void dropLinks() override;
 
 private:
     std::optional<bool> isFusion_;
@@ -33,7 +35,7 @@ private:
     std::optional<base::Uuid> groupUuid_;
     std::optional<base::Uuid> familyUuid_;
     std::optional<base::Uuid> logicalVolumeUuid_;
-    Volume* logicalVolume_ = nullptr;
+    std::shared_ptr<Volume> logicalVolume_;
 };
 
 } // namespace vantorel

@@ -4,7 +4,6 @@
 #include "vantorel/base/PropertyValue.h"
 #include "vantorel/base/RawValue.h"
 #include "vantorel/base/Uuid.h"
-#include "vantorel/disks/DiskFamily.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/IORegistry.h"
 #include "vantorel/system/Image.h"
@@ -16,7 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
 namespace vantorel {
 
@@ -25,9 +24,10 @@ namespace vantorel {
 ///
 /// A disk is a reference object with its BSD name as identity. `Disk::create` makes and loads it, in a running program
 /// for the registry `Vantorel` alone, at the arrival of the disk or for one telling of a change; it lives until nobody
-/// holds it or a disk linked to it. It loads itself from the description that the disk service gives and then from
-/// the registry properties of its media entry. It raises no event and has no lock: use it on the registry's thread.
-class Disk {
+/// holds it, be it through a link from another disk. It loads itself from the description that the disk service gives
+/// and then from the registry properties of its media entry. It raises no event and has no lock: use it on the
+/// registry's thread.
+class Disk : public std::enable_shared_from_this<Disk> {
 public:
     enum class DiskType : std::uint8_t { raid, corestorage, volume, drive, diskimage, applestorage, unknown };
     enum class VolumeKind : std::uint8_t { ntfs, hfs, msdos, apfs, unknown };
@@ -49,11 +49,9 @@ public:
     template <std::derived_from<Disk> T>
     [[nodiscard]] static std::shared_ptr<T> create(const system::DADiskRef& disk)
     {
-        auto made = std::make_unique<T>(Creation{});
-        T& object = *made;
-        const auto family = std::make_shared<DiskFamily>(std::move(made));
-        static_cast<Disk&>(object).init(disk);
-        return std::shared_ptr<T>(family, &object);
+        auto object = std::make_shared<T>(Creation{});
+        static_cast<Disk&>(*object).init(disk);
+        return object;
     }
 
     /// The handle at the disk service: that of the arrival, or of the last change told since.
@@ -112,18 +110,13 @@ protected:
 
     void setDiskType(DiskType diskType) { diskType_ = diskType; }
 
-    /// A strong reference to a disk that this one is linked to; none for none.
-    template <typename T>
-    [[nodiscard]] std::shared_ptr<T> partner(T* disk) const
-    {
-        return disk ? std::shared_ptr<T>(family_->shared_from_this(), disk) : nullptr;
-    }
-
-    /// From now on this disk and the other live as long as either is held.
-    void joinFamily(Disk& other) { family_->join(*other.family_); }
+    /// Every disk that this one holds a link to, as often as it holds one.
+    [[nodiscard]] virtual std::vector<const Disk*> links() const { return {}; }
+    /// Lets go of all of them. For a disk that nobody can reach any more.
+    virtual void dropLinks() {}
 
 private:
-    friend class DiskFamily;
+    friend class DepartedDisks;
     friend class DiskList;
 
     void loadFormattedSize();
@@ -148,7 +141,6 @@ private:
     std::optional<bool> isMountable_;
     std::optional<bool> isNetworkDisk_;
 
-    DiskFamily* family_ = nullptr;         ///< owns this disk
     std::shared_ptr<bool> orderIsChanged_; ///< of the list that holds this disk: set when `bsdUnit` changes
 };
 

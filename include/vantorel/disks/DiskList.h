@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/disks/AppleStorage.h"
+#include "vantorel/disks/DepartedDisks.h"
 
 #include <memory>
 #include <optional>
@@ -36,6 +37,7 @@ private:
 
     std::vector<std::shared_ptr<Disk>> disks_;
     std::vector<AppleStorage*> containers_;
+    DepartedDisks departed_;
     /// True when the order may be broken: after `assign`, and when a disk of this list changed its unit.
     std::shared_ptr<bool> orderIsChanged_ = std::make_shared<bool>(false);
 };

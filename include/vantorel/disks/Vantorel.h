@@ -73,7 +73,7 @@ private:
     void start();
     void handleDiskAppeared(const system::DADiskRef& diskObject);
     void linkToPhysicalVolumes(Disk& disk) const;
-    void linkToContainers(Volume& volume) const;
+    void linkToContainers(const std::shared_ptr<Volume>& volume) const;
     void diskAppeared(const system::Notification& notification);
     void diskDisappeared(const system::Notification& notification);
     void diskUpdated(const system::Notification& notification);

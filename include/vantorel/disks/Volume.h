@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vantorel {
 
@@ -27,9 +28,9 @@ public:
     [[nodiscard]] const std::optional<base::Uuid>& volumeUuid() const { return volumeUuid_; }
     [[nodiscard]] const std::optional<std::string>& volumeName() const { return volumeName_; }
     /// The logical volume that lives on this physical volume.
-    [[nodiscard]] std::shared_ptr<CoreStorage> coreStorageVolume() const;
+    [[nodiscard]] const std::shared_ptr<CoreStorage>& coreStorageVolume() const { return coreStorageVolume_; }
     /// The APFS container whose physical store this volume is.
-    [[nodiscard]] std::shared_ptr<AppleStorage> apfsMedia() const;
+    [[nodiscard]] const std::shared_ptr<AppleStorage>& apfsMedia() const { return apfsMedia_; }
 
     [[nodiscard]] bool isMounted() const { return mountPoint().has_value(); }
     /// The path of the first mounted location that carries this disk's name.
@@ -43,6 +44,8 @@ public:
 
 protected:
     void init(const system::DADiskRef& disk) override;
+    [[nodiscard]] std::vector<const Disk*> links() const override;
+    void dropLinks() override;
 
 private:
     friend class AppleStorage; // these two tie both ends of their links
@@ -51,8 +54,8 @@ private:
     VolumeKind volumeKind_ = VolumeKind::unknown;
     std::optional<base::Uuid> volumeUuid_;
     std::optional<std::string> volumeName_;
-    CoreStorage* coreStorageVolume_ = nullptr;
-    AppleStorage* apfsMedia_ = nullptr;
+    std::shared_ptr<CoreStorage> coreStorageVolume_;
+    std::shared_ptr<AppleStorage> apfsMedia_;
 };
 
 } // namespace vantorel
