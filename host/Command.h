@@ -44,7 +44,9 @@ void flush();
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
+void addErrors(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
+void addSmart(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);
 void addWatch(CLI::App& app, int& status);
 void addMachineCheck(CLI::App& app, int& status);

@@ -49,20 +49,16 @@ std::vector<std::string> disksOf(Recording recording)
 
 Contents inspect(const std::string& path)
 {
-    try {
-        Recording recording = recorded::loadRecording(path);
-        Contents contents;
-        contents.entries = recording.entries.size();
-        contents.volumes = recording.volumes.size();
-        for (const auto& [entry, drive] : recording.drives)
-            ++(drive.kind == recorded::RecordedDrive::Kind::ata ? contents.ataDrives : contents.nvmeDrives);
-        contents.events = recording.script.size();
-        contents.faults = std::exchange(recording.faults, {});
-        contents.disks = disksOf(std::move(recording));
-        return contents;
-    } catch (const recorded::RecordingError& error) {
-        throw CommandError(path, error.what());
-    }
+    Recording recording = recorded::loadRecording(path);
+    Contents contents;
+    contents.entries = recording.entries.size();
+    contents.volumes = recording.volumes.size();
+    for (const auto& [entry, drive] : recording.drives)
+        ++(drive.kind == recorded::RecordedDrive::Kind::ata ? contents.ataDrives : contents.nvmeDrives);
+    contents.events = recording.script.size();
+    contents.faults = std::exchange(recording.faults, {});
+    contents.disks = disksOf(std::move(recording));
+    return contents;
 }
 
 std::string textOf(const Contents& contents)

@@ -32,6 +32,8 @@ int run(int argc, char** argv)
     host::addDecode(app, status);
     host::addDatabase(app, status);
     host::addList(app, status);
+    host::addSmart(app, status);
+    host::addErrors(app, status);
     host::addWatch(app, status);
     host::addStats(app, status);
     host::addMachineCheck(app, status);

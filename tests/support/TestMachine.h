@@ -3,7 +3,9 @@
 
 #include "vantorel/system/Machine.h"
 
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -41,6 +43,11 @@ public:
     std::optional<std::vector<std::string>> mounted = std::vector<std::string>{};
     std::map<std::string, system::FileSystemFacts> fileSystems; ///< by mount point
     std::map<std::string, std::string, std::less<>> bundles;
+    /// How the drive behind an entry ends each command that it is sent; there is a channel to those named here only.
+    std::map<std::uint64_t, std::function<system::AtaResult(const system::AtaCommand&)>> ataDrives;
+    std::map<std::uint64_t, std::function<system::NvmeResult(const system::NvmeCommand&)>> nvmeDrives;
+    system::IOReturn openStatus = system::kIOReturnSuccess; ///< of every channel
+    std::atomic<int> openChannels = 0;
 
     void start(system::MachineEvents& events) override
     {
@@ -59,8 +66,42 @@ public:
         const auto found = bundles.find(identifier);
         return found == bundles.end() ? std::nullopt : std::optional(found->second);
     }
+    system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override
+    {
+        return open<system::AtaChannel, system::AtaCommand, system::AtaResult>(ataDrives, entry);
+    }
+    system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override
+    {
+        return open<system::NvmeChannel, system::NvmeCommand, system::NvmeResult>(nvmeDrives, entry);
+    }
 
 private:
+    template <typename Base, typename Command, typename Result>
+    class Channel final : public Base {
+    public:
+        Channel(std::function<Result(const Command&)> answer, std::atomic<int>& count)
+            : answer_(std::move(answer)), count_(count)
+        {
+            ++count_;
+        }
+        ~Channel() override { --count_; }
+        Result execute(const Command& command) override { return answer_(command); }
+
+    private:
+        std::function<Result(const Command&)> answer_;
+        std::atomic<int>& count_;
+    };
+
+    template <typename Base, typename Command, typename Result, typename Drives>
+    system::OpenedChannel<Base> open(const Drives& drives, std::uint64_t entry)
+    {
+        const auto drive = drives.find(entry);
+        if (openStatus != system::kIOReturnSuccess || drive == drives.end())
+            return {openStatus != system::kIOReturnSuccess ? openStatus : system::kIOReturnUnsupported, nullptr};
+        return {system::kIOReturnSuccess,
+                std::make_unique<Channel<Base, Command, Result>>(drive->second, openChannels)};
+    }
+
     std::vector<system::RegistryEntry> entries_;
     system::MachineEvents* events_ = nullptr;
 };

@@ -3,10 +3,13 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/smart/records/AtaSmartObject.h"
+#include "vantorel/system/PlugIn.h"
 
 #include <optional>
 
 namespace vantorel {
+
+class Drive;
 
 /// Makes health results of ATA drives. It keeps nothing between calls and may be used from any thread.
 class ATASmartController {
@@ -16,6 +19,11 @@ public:
     /// fewer than 512 bytes.
     [[nodiscard]] std::optional<ATASmartObject> processExportedSmart(DataView data, DataView thresholdsData, bool isSSD,
                                                                      const ATADeviceInfo& deviceInfo) const;
+
+    /// Reads the drive through a plug-in for ATA SMART, whose handle it takes over. SMART and the saving of attributes
+    /// are switched on in the drive and stay so. The identity is the drive object's. Throws `SmartError` with the text
+    /// of the step that failed; nothing partial is given and nothing tried again. Blocks the calling thread.
+    [[nodiscard]] ATASmartObject getSmartData(const Drive& drive, system::PlugInHandle pluginInterfaceHandle) const;
 };
 
 } // namespace vantorel

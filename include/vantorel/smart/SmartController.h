@@ -3,11 +3,14 @@
 
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/base/Data.h"
+#include "vantorel/disks/Drive.h"
 #include "vantorel/nvme/NVMeSmartController.h"
+#include "vantorel/smart/records/SmartError.h"
 #include "vantorel/smart/records/SmartObject.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vantorel {
 
@@ -35,6 +38,17 @@ public:
     [[nodiscard]] std::optional<SmartObject> processExtractedSmart(DataView data,
                                                                    std::optional<DataView> thresholdsData, bool nvme,
                                                                    bool isSSD, const std::string& model) const;
+
+    // The reads of live drives. Each looks for the nearest registry entry above the drive's own that declares itself
+    // SMART capable, opens a plug-in there and is finished with it at return. Which of the two fits is for the caller
+    // to say, by `Drive::interface`. They throw `SmartError`, of the kind
+    // `SmartOpenError` as long as no command was sent, and block the calling thread; reads of different drives may
+    // run on different threads at once, of one drive the second fails.
+
+    [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
+    [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;
+    /// The errors that an NVMe controller keeps, newest first; unused entries are left out.
+    [[nodiscard]] std::vector<NVMeSmartError> getNVMeErrorLog(const Drive& drive) const;
 
 private:
     SmartController() = default;

@@ -12,6 +12,8 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace vantorel::system {
 
@@ -165,55 +167,79 @@ private:
         }
     }
 
-    PropertyValue readValue(const Tag& tag)
+    /// A container whose end has not come yet.
+    struct Open {
+        PropertyValue value;
+        std::string key; ///< of the member that comes next, in a table
+    };
+
+    /// The value that begins with the tag. Containers inside one another stand in a list and not on the stack, which a
+    /// thread may have little of.
+    PropertyValue readValue(Tag tag)
+    {
+        std::vector<Open> open;
+        for (;;) {
+            PropertyValue value = readStart(tag);
+            const bool isOpen = (value.table() || value.array()) && !tag.isEmpty;
+            if (isOpen) {
+                open.push_back({std::move(value), {}});
+            } else if (open.empty()) {
+                return value;
+            } else {
+                put(std::move(value), open.back());
+            }
+            while (!readNext(open.back(), tag)) {
+                PropertyValue done = std::move(open.back().value);
+                open.pop_back();
+                budget_.leave();
+                if (open.empty())
+                    return done;
+                put(std::move(done), open.back());
+            }
+        }
+    }
+
+    /// A scalar, or a container with nothing in it yet.
+    PropertyValue readStart(const Tag& tag)
     {
         if (tag.isClosed)
             fail("</" + std::string(tag.name) + "> where a value is expected");
         if (!budget_.takeValue())
             fail("more values than a property list may hold");
-        if (tag.name == "dict" || tag.name == "array")
-            return readContainer(tag);
-        return readScalar(tag);
-    }
-
-    PropertyValue readContainer(const Tag& tag)
-    {
+        const bool isTable = tag.name == "dict";
+        if (!isTable && tag.name != "array")
+            return readScalar(tag);
         if (!budget_.enter())
             fail("nested too deeply");
-        PropertyValue value =
-            tag.name == "dict" ? PropertyValue(readTable(tag.isEmpty)) : PropertyValue(readArray(tag.isEmpty));
-        budget_.leave();
-        return value;
+        if (tag.isEmpty)
+            budget_.leave();
+        return isTable ? PropertyValue(PropertyTable()) : PropertyValue(PropertyArray());
     }
 
-    PropertyTable readTable(bool isEmpty)
+    /// Goes on to the tag of the container's next value; false at its end.
+    bool readNext(Open& open, Tag& tag)
     {
-        PropertyTable table;
-        while (!isEmpty) {
-            skipBetween();
-            const Tag tag = readTag();
-            if (tag.isClosed && tag.name == "dict")
-                break;
-            if (tag.isClosed || tag.name != "key")
-                fail("<key> expected in <dict>");
-            std::string key = readText(tag);
-            skipBetween();
-            table.insert_or_assign(std::move(key), readValue(readTag()));
-        }
-        return table;
+        skipBetween();
+        tag = readTag();
+        const bool isTable = open.value.table() != nullptr;
+        if (tag.isClosed && tag.name == (isTable ? "dict" : "array"))
+            return false;
+        if (!isTable)
+            return true;
+        if (tag.isClosed || tag.name != "key")
+            fail("<key> expected in <dict>");
+        open.key = readText(tag);
+        skipBetween();
+        tag = readTag();
+        return true;
     }
 
-    PropertyArray readArray(bool isEmpty)
+    static void put(PropertyValue value, Open& open)
     {
-        PropertyArray array;
-        while (!isEmpty) {
-            skipBetween();
-            const Tag tag = readTag();
-            if (tag.isClosed && tag.name == "array")
-                break;
-            array.push_back(readValue(tag));
-        }
-        return array;
+        if (PropertyTable* const table = open.value.table())
+            table->insert_or_assign(std::move(open.key), std::move(value));
+        else
+            open.value.array()->push_back(std::move(value));
     }
 
     PropertyValue readScalar(const Tag& tag)

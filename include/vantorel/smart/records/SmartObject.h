@@ -35,6 +35,13 @@ public:
         return std::get_if<T>(&object_);
     }
 
+    /// Calls `function` with the record, whichever it is.
+    template <typename Function>
+    decltype(auto) visit(Function&& function) const
+    {
+        return std::visit(std::forward<Function>(function), object_);
+    }
+
     bool operator==(const SmartObject&) const = default;
 
 private:

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "vantorel/disks/Drive.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace vantorel::host {
+
+/// The drive of a device name ("disk0", "/dev/disk0") or of a serial number, blanks around it left out; none for none.
+[[nodiscard]] std::shared_ptr<Drive> driveNamed(std::string_view name);
+
+/// What a drive is called in a message: its device name.
+[[nodiscard]] std::string driveName(const Drive& drive);
+
+} // namespace vantorel::host

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "NvmeResult.h"
+#include "vantorel/nvme/NVMePowerStates.h"
+#include "vantorel/nvme/NVMeSmartController.h"
+#include "vantorel/platform/IOConstants.h"
+#include "vantorel/platform/NVMeSmartInterface.h"
+#include "vantorel/platform/PlugInSession.h"
+#include "vantorel/system/Localization.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vantorel {
+
+namespace {
+
+using Session = PlugInSession<NVMeSmartInterface>;
+
+constexpr std::uint32_t errorLogPage = 1;
+
+NVMeDeviceInfo getDeviceInfo(const NVMeSmartInterface& smartInterface)
+{
+    NVMeControllerData controller{};
+    if (smartInterface.GetIdentifyData(&controller, 0) == system::kIOReturnSuccess)
+        return processControllerData(controller);
+    const std::string unknown = system::localized("Unknown");
+    return {.model = unknown, .serial = unknown, .firmware = unknown, .powerStates = {}};
+}
+
+/// One entry of each of the first 40 log pages, as far as the controller gives them.
+std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInterface)
+{
+    std::array<NVMeErrorLogPage, 40> entries{};
+    std::vector<NVMeErrorLogPage> pages;
+    for (std::uint32_t index = 0; index < entries.size(); ++index) {
+        const auto status = smartInterface.GetLogPage(&entries[index], index, sizeof(NVMeErrorLogPage));
+        if (status == system::kIOReturnSuccess)
+            pages.push_back(entries[index]);
+    }
+    return pages;
+}
+
+/// How many entries of its error log a controller gives in one command.
+std::size_t errorLogEntries(const NVMeControllerData& controller)
+{
+    const std::size_t kept = std::size_t{controller.elpe} + 1;
+    // The largest transfer is 2^mdts units, of at least 4096 bytes each; 0 is no limit.
+    if (controller.mdts == 0 || controller.mdts > 8)
+        return kept;
+    return std::min(kept, (std::size_t{4096} << controller.mdts) / sizeof(NVMeErrorLogPage));
+}
+
+} // namespace
+
+NVMeSmartObject NVMeSmartController::getSmartData(const Drive& /*drive*/,
+                                                  system::PlugInHandle pluginInterfaceHandle) const
+{
+    const Session session(pluginInterfaceHandle, kIONVMeSMARTInterfaceID);
+    NVMeSMARTLog log{};
+    NVMeDeviceInfo deviceInfo = getDeviceInfo(session.interface());
+    if (session.interface().SMARTReadData(&log) != system::kIOReturnSuccess)
+        throw SmartError("Unable to read S.M.A.R.T data.");
+    NVMeSmartObject result = nvme::makeResult(log, std::move(deviceInfo), recordBytes(log));
+    // The calls are part of a reading as drives know it; a result has no place for what they give.
+    static_cast<void>(processErrorLog(session.interface()));
+    return result;
+}
+
+std::vector<NVMeSmartError> NVMeSmartController::getErrorLog(system::PlugInHandle pluginInterfaceHandle) const
+{
+    const Session session(pluginInterfaceHandle, kIONVMeSMARTInterfaceID);
+    NVMeControllerData controller{};
+    if (session.interface().GetIdentifyData(&controller, 0) != system::kIOReturnSuccess)
+        throw SmartError("Unable to read identify data.");
+    std::vector<NVMeErrorLogPage> entries(errorLogEntries(controller));
+    const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
+    if (session.interface().GetLogPage(entries.data(), errorLogPage, length) != system::kIOReturnSuccess)
+        throw SmartError("Unable to read error log.");
+
+    std::vector<NVMeSmartError> errors;
+    for (const NVMeErrorLogPage& entry : entries) {
+        if (entry.error_count != 0)
+            errors.push_back({entry.error_count, entry.sqid, entry.cmdid, entry.status_field});
+    }
+    std::ranges::stable_sort(errors, std::ranges::greater(), &NVMeSmartError::count);
+    return errors;
+}
+
+} // namespace vantorel

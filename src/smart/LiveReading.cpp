@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "SmartService.h"
+#include "vantorel/platform/IOConstants.h"
+#include "vantorel/smart/SmartController.h"
+
+namespace vantorel {
+
+namespace {
+
+/// The plug-in of the drive's service, which is the caller's to destroy.
+system::PlugInHandle openPlugIn(const Drive& drive, const base::Uuid& pluginType)
+{
+    const system::IOHandle service = getSmartService(drive);
+    if (!service)
+        throw SmartOpenError("Unable to find S.M.A.R.T service.");
+    system::PlugInHandle handle = nullptr;
+    std::int32_t score = 0;
+    const auto status =
+        system::IOCreatePlugInInterfaceForService(service.get(), pluginType, kIOCFPlugInInterfaceID, handle, score);
+    if (status != system::KERN_SUCCESS)
+        throw SmartOpenError("Unable to create S.M.A.R.T plugin interface.");
+    return handle;
+}
+
+} // namespace
+
+system::IOHandle getSmartService(const Drive& drive)
+{
+    const std::string_view key =
+        drive.interface() == Disk::DriveInterface::nvme ? "NVMe SMART Capable" : "SMART Capable";
+    system::IOHandle entry = drive.ioService();
+    while (entry) {
+        system::IOHandle parent;
+        system::IORegistryEntryGetParentEntry(entry.get(), system::kIOServicePlane, parent.receive());
+        entry = std::move(parent);
+        if (!entry)
+            break;
+        const auto declared = system::IORegistryEntryCreateCFProperty(entry.get(), key, system::kCFAllocatorDefault, 0);
+        if (declared && declared->get<bool>().value_or(false))
+            break;
+    }
+    return entry;
+}
+
+ATASmartObject SmartController::getATASmartData(const Drive& drive) const
+{
+    return ataSmartController_.getSmartData(drive, openPlugIn(drive, kIOATASMARTUserClientTypeID));
+}
+
+NVMeSmartObject SmartController::getNVMeSmartData(const Drive& drive) const
+{
+    return nvmeSmartController_.getSmartData(drive, openPlugIn(drive, kIONVMeSMARTUserClientTypeID));
+}
+
+std::vector<NVMeSmartError> SmartController::getNVMeErrorLog(const Drive& drive) const
+{
+    return nvmeSmartController_.getErrorLog(openPlugIn(drive, kIONVMeSMARTUserClientTypeID));
+}
+
+} // namespace vantorel
