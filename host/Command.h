@@ -46,11 +46,11 @@ void flush();
 [[nodiscard]] Data readFile(const std::string& path, std::size_t limit);
 
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.
-void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
-void addDatabase(CLI::App& app, int& status);
 void addDecode(CLI::App& app, int& status);
-void addDiff(CLI::App& app, int& status);
+void addDatabase(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
+void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
+void addDiff(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
 void addReport(CLI::App& app, int& status);
 void addShow(CLI::App& app, int& status);

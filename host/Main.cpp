@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Command.h"
 #include "MachineChoice.h"
+#include "Text.h"
 #include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/base/Text.h"
 #include "vantorel/smart/Version.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <string_view>
 #include <system_error>
 
 using namespace vantorel;
@@ -29,6 +34,9 @@ int run(int argc, char** argv)
     app.fallthrough();
     host::addMachineOption(app);
     int status = host::success;
+    host::addDecode(app, status);
+    host::addDatabase(app, status);
+    host::addCompress(app, status);
     host::addList(app, status);
     host::addSmart(app, status);
     host::addErrors(app, status);
@@ -38,19 +46,23 @@ int run(int argc, char** argv)
     host::addShow(app, status);
     host::addDiff(app, status);
     host::addMachineCheck(app, status);
-    host::addDecode(app, status);
-    host::addDatabase(app, status);
-    host::addCompress(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
         const auto unknown = app.remaining();
-        host::complain("arguments", unknown.empty() ? error.what() : "what is \"" + unknown.front() + "\"? See --help");
-        return host::usageError;
+        throw host::CommandError("arguments", unknown.empty()
+                                                  ? error.what()
+                                                  : "what is \"" + host::printable(unknown.front()) + "\"? See --help");
     }
     return status;
+}
+
+/// Whether JSON is wanted, told apart from the reading of the arguments: these may be what is wrong.
+bool wantsJson(int argc, char** argv)
+{
+    return std::any_of(argv + 1, argv + argc, [](std::string_view argument) { return argument == "--json"; });
 }
 
 } // namespace
@@ -63,6 +75,8 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) {
         std::fflush(stdout);
         std::fprintf(stderr, "vantorel: %s\n", error.what());
+        if (wantsJson(argc, argv))
+            fmt::print("{}\n", nlohmann::json{{"error", base::toUtf8(error.what())}}.dump());
     }
     if (std::fflush(stdout) != 0) {
         host::complain("standard output", std::generic_category().message(errno));

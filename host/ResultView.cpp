@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "Text.h"
 #include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
 
@@ -13,7 +14,7 @@ namespace {
 
 std::string fact(std::string_view name, std::string_view value, Emphasis emphasis = Emphasis::none)
 {
-    return fmt::format("{:<12}{}\n", name, emphasised(printable(value), emphasis));
+    return fmt::format("{:<12}{}\n", name, emphasised(printable(base::trimmed(value)), emphasis));
 }
 
 std::string optionalFact(std::string_view name, std::string_view value)

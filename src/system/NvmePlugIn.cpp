@@ -47,7 +47,7 @@ public:
             return kIOReturnBadArgument;
         if (something != 0)
             return kIOReturnUnsupported;
-        const IOReturn status = identify("GetIdentifyData", *controller);
+        const IOReturn status = identify(*controller);
         if (status == kIOReturnSuccess)
             controller_ = *controller;
         return status;
@@ -94,20 +94,20 @@ private:
     {
         if (!controller_ && !isIdentified_) {
             NVMeControllerData data;
-            if (identify("GetIdentifyData", data) == kIOReturnSuccess)
+            if (identify(data) == kIOReturnSuccess)
                 controller_ = data;
         }
         return controller_ ? &*controller_ : nullptr;
     }
 
-    IOReturn identify(std::string_view operation, NVMeControllerData& data)
+    IOReturn identify(NVMeControllerData& data)
     {
         isIdentified_ = true;
         NvmeCommand command;
         command.opcode = identifyOpcode;
         command.cdw10to15[0] = controllerStructure;
         command.read = writableBytes(&data, sizeof(data));
-        return run(operation, command).status;
+        return run("GetIdentifyData", command).status;
     }
 
     IOReturn readLog(std::string_view operation, std::uint32_t page, std::span<std::uint8_t> to)

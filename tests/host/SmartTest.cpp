@@ -72,7 +72,10 @@ TEST(ErrorsCommand, ShowsTheErrorLogNewestFirst)
         return bytes;
     };
     std::filesystem::copy(machines + "laptop", folder.file("laptop"));
-    folder.write("laptop/nvme-errors.bin", entry(1, 0x05, 0x40) + entry(2, 0x13, 0x42) + std::string(62 * 64, '\0'));
+    folder.write("laptop/nvme-errors.bin", entry(1, 0x05, 0x40) + entry(2, 0x13, 0x42) + std::string(64, '\0'));
+    std::string identify = test::contentsOf(folder.file("laptop/nvme-identify.bin"));
+    identify[262] = 2; // room for three
+    folder.write("laptop/nvme-identify.bin", identify);
     const std::string machine = " --machine " + folder.file("laptop");
     const auto run = runCommand("errors disk0" + machine);
     EXPECT_EQ(run.status, 0);

@@ -29,7 +29,9 @@ private:
         case Stage::header:
             return readHeader(stream);
         case Stage::stored:
-            return copyStored(stream);
+            if (const Step step = copyPlain(stream, plainSize_); plainSize_ > 0)
+                return step;
+            return next(Stage::header);
         case Stage::whole:
             return expandWhole(stream);
         case Stage::inPieces:
@@ -74,17 +76,6 @@ private:
         encodedSize_ = header.encodedSize;
         sequences_.begin(encodedSize_, plainSize_);
         return next(plainSize_ <= largestWhole && encodedSize_ <= largestEncoded ? Stage::whole : Stage::inPieces);
-    }
-
-    Step copyStored(compression_stream& stream)
-    {
-        const std::size_t wanted = std::min<std::size_t>(plainSize_, SlidingWindow::batch);
-        const std::size_t count = takeSource(stream, window_.next(), wanted);
-        window_.grow(count);
-        plainSize_ -= static_cast<std::uint32_t>(count);
-        if (plainSize_ == 0)
-            return next(Stage::header);
-        return count < wanted ? Step::starved : Step::onward;
     }
 
     Step expandWhole(compression_stream& stream)

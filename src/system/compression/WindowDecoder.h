@@ -22,6 +22,16 @@ protected:
     /// Takes from the source and appends to the window, in which nothing is pending; at most `room` bytes.
     [[nodiscard]] virtual Step decode(compression_stream& stream) = 0;
 
+    /// Takes plain bytes up to `left` and counts them off that; starved when the source has not a whole batch of them.
+    Step copyPlain(compression_stream& stream, std::uint32_t& left)
+    {
+        const std::size_t wanted = std::min<std::size_t>(left, SlidingWindow::batch);
+        const std::size_t count = takeSource(stream, window_.next(), wanted);
+        window_.grow(count);
+        left -= static_cast<std::uint32_t>(count);
+        return count < wanted ? Step::starved : Step::onward;
+    }
+
     SlidingWindow window_;
 
 private:

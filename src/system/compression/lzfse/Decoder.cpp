@@ -26,7 +26,9 @@ private:
         case Stage::magic:
             return readMagic(stream);
         case Stage::plain:
-            return copyPlain(stream);
+            if (const Step step = copyPlain(stream, plainLeft_); plainLeft_ > 0)
+                return step;
+            return nextAfresh(Stage::magic);
         case Stage::lzvn:
             return decodeLzvn(stream);
         case Stage::entropyHeader:
@@ -80,17 +82,6 @@ private:
         default:
             return Step::damaged;
         }
-    }
-
-    Step copyPlain(compression_stream& stream)
-    {
-        const std::size_t wanted = std::min<std::size_t>(plainLeft_, SlidingWindow::batch);
-        const std::size_t count = takeSource(stream, window_.next(), wanted);
-        window_.grow(count);
-        plainLeft_ -= static_cast<std::uint32_t>(count);
-        if (plainLeft_ == 0)
-            return nextAfresh(Stage::magic);
-        return count < wanted ? Step::starved : Step::onward;
     }
 
     Step decodeLzvn(compression_stream& stream)
