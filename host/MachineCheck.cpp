@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Command.h"
+#include "ReportFile.h"
 #include "Text.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/base/Text.h"
@@ -49,7 +50,7 @@ std::vector<std::string> disksOf(Recording recording)
 
 Contents inspect(const std::string& path)
 {
-    Recording recording = recorded::loadRecording(path);
+    Recording recording = loadRecordingOrReport(path);
     Contents contents;
     contents.entries = recording.entries.size();
     contents.volumes = recording.volumes.size();

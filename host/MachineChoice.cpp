@@ -62,7 +62,7 @@ std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
         path = samplePath();
         fmt::print(stderr, "vantorel: no --machine given: this is the sample {}\n", path);
     }
-    auto recording = isReport(path) ? reportedMachine(path) : recorded::loadRecording(path);
+    auto recording = loadRecordingOrReport(path);
     tellFaults(recording.faults, path);
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
     system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), playback));

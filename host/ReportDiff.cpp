@@ -37,10 +37,12 @@ struct Reading {
     int status = 0;    ///< bits of `Status` that its state asks for
 };
 
-/// In the raw names of attributes that count damage: a drive that is well does not count them up.
-constexpr std::array<std::string_view, 11> damageWords{
-    "Realloc",           "Pending",      "Uncorrect",  "CRC_Error", "End-to-End",      "Spin_Retry",
-    "Calibration_Retry", "Program_Fail", "Erase_Fail", "Bad_Block", "Reported_Uncorr",
+/// In the raw names of attributes that count damage, as the drive table spells them: a drive that is well does not
+/// count them up.
+constexpr std::array<std::string_view, 14> damageWords{
+    "Realloc", "Pending",    "Uncorr",     "UECC",       "_Unc_",      "UNC_",
+    "CRC",     "Bad_Bl",     "Retired_Bl", "End-to-End", "Spin_Retry", "Calibration_Retry",
+    "_Fail",   "Undetected",
 };
 
 /// The bits of a raw value that are the number; what lies above is something else, such as a count a day.

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace vantorel::host {
@@ -21,6 +22,7 @@ namespace vantorel::host {
 namespace {
 
 constexpr std::size_t largestReport = std::size_t{512} << 20;
+constexpr std::size_t mostDrives = 10'000; // far beyond any machine, and few enough to be compared each with each
 constexpr std::string_view listingName = "registry listing";
 
 ReportReader readReport(const std::string& path)
@@ -70,12 +72,13 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number,
     return drive;
 }
 
-} // namespace
-
 bool isReport(const std::string& path)
 {
     if (std::filesystem::path(path).extension() == ".vantorel")
         return true;
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        return false; // what is read of a pipe here would be missing later
     // The table that names the archiver is the first object of an archive.
     constexpr std::string_view mark = "$archiver";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
@@ -84,31 +87,6 @@ bool isReport(const std::string& path)
         return false;
     const std::string_view text(start.data(), std::fread(start.data(), 1, start.size(), file.get()));
     return text.find(mark) != std::string_view::npos;
-}
-
-ReportFile openReport(const std::string& path)
-{
-    const ReportReader reader = readReport(path);
-    ReportFile report{path, reader.version(), reader.unknownKeys(), {}, {}, 0, {}};
-    std::map<std::string, recorded::DeviceIdentity, std::less<>> devices;
-    try {
-        report.listing = reader.expandedRegistry();
-        if (report.listing.empty())
-            report.listingFault = "the report has no registry listing";
-        if (report.listingFault.empty()) {
-            std::vector<recorded::Fault> ignored;
-            const auto entries = recorded::readListing(report.listing, std::string(listingName), ignored);
-            report.entries = entries.size();
-            devices = recorded::deviceIdentities(entries);
-        }
-    } catch (const ReportError& error) {
-        report.listingFault = error.what();
-    } catch (const recorded::RecordingError& error) {
-        report.listingFault = error.what();
-    }
-    for (const ReportDrive& drive : reader.drives())
-        report.drives.push_back(reportedDrive(drive, report.drives.size(), devices));
-    return report;
 }
 
 recorded::Recording reportedMachine(const std::string& path)
@@ -131,6 +109,40 @@ recorded::Recording reportedMachine(const std::string& path)
     } catch (const recorded::RecordingError& error) {
         throw CommandError(path, error.what());
     }
+}
+
+} // namespace
+
+ReportFile openReport(const std::string& path)
+{
+    const ReportReader reader = readReport(path);
+    if (reader.drives().size() > mostDrives)
+        throw CommandError(path, fmt::format("tells of more than {} drives", mostDrives));
+    ReportFile report{path, reader.version(), reader.unknownKeys(), {}, {}, 0, {}};
+    std::map<std::string, recorded::DeviceIdentity, std::less<>> devices;
+    try {
+        report.listing = reader.expandedRegistry();
+        if (report.listing.empty())
+            report.listingFault = "the report has no registry listing";
+        if (report.listingFault.empty()) {
+            std::vector<recorded::Fault> ignored;
+            const auto entries = recorded::readListing(report.listing, std::string(listingName), ignored);
+            report.entries = entries.size();
+            devices = recorded::deviceIdentities(entries);
+        }
+    } catch (const ReportError& error) {
+        report.listingFault = error.what();
+    } catch (const recorded::RecordingError& error) {
+        report.listingFault = error.what();
+    }
+    for (const ReportDrive& drive : reader.drives())
+        report.drives.push_back(reportedDrive(drive, report.drives.size(), devices));
+    return report;
+}
+
+recorded::Recording loadRecordingOrReport(const std::string& path)
+{
+    return isReport(path) ? reportedMachine(path) : recorded::loadRecording(path);
 }
 
 } // namespace vantorel::host

@@ -35,13 +35,12 @@ struct ReportFile {
     std::string listingFault; ///< why the listing cannot be used
 };
 
-/// Whether the file is meant to be a report: by its extension, or because it is a keyed archive.
-[[nodiscard]] bool isReport(const std::string& path);
-
 /// Opens a report. Throws `CommandError` for a file that is none; a listing that cannot be used is told in the result.
 [[nodiscard]] ReportFile openReport(const std::string& path);
 
-/// The machine as it stood when the report was made. Throws `CommandError` when the report has no listing of it.
-[[nodiscard]] recorded::Recording reportedMachine(const std::string& path);
+/// The recorded machine at a path: a recording, or the machine as it stood when a report was made. A report is told by
+/// its extension ".vantorel", or by being a keyed archive. Throws `RecordingError`, and `CommandError` for a report
+/// that cannot be read or has no listing of the registry.
+[[nodiscard]] recorded::Recording loadRecordingOrReport(const std::string& path);
 
 } // namespace vantorel::host

@@ -5,6 +5,7 @@
 #include "ResultView.h"
 #include "Text.h"
 #include "vantorel/base/Base64.h"
+#include "vantorel/base/Text.h"
 #include "vantorel/smart/records/RecordJson.h"
 #include "vantorel/system/ByteCountFormatter.h"
 
@@ -121,7 +122,7 @@ std::string valuesText(const std::vector<ValuePair>& pairs)
 
 std::string fact(std::string_view name, std::string_view value)
 {
-    return value.empty() ? std::string() : fmt::format("  {:<13}{}\n", name, printable(value));
+    return value.empty() ? std::string() : fmt::format("  {:<13}{}\n", name, printable(base::trimmed(value)));
 }
 
 std::string judgement(const SmartObject& result)

@@ -58,7 +58,8 @@ void pumpUntil(IsDone isDone)
 
 class SystemReportTest : public test::RegistryFixture {
 protected:
-    /// A SATA disk and an NVMe drive that answer, and a USB stick and a disk without a model that do not.
+    /// A SATA disk and an NVMe drive that answer; a USB stick and a disk without a model that have no SMART; a disk
+    /// that hangs until its time is over.
     static void installMachine()
     {
         test::DiskTree tree;
@@ -82,6 +83,10 @@ protected:
 
         tree.media(tree.driver("XHC1 USB3", "Stick", {}, {}, "USB"), "disk2", "Stick Media");
         tree.media(tree.driver("AppleAHCI", "", {{"Product Name", 5}}), "disk3", "Nameless");
+        const auto hanging = tree.driver("AppleAHCI", "Hanging", {}, {{"SMART Capable", true}});
+        tree.media(hanging, "disk4", "Hanging Media");
+        ata.failures.emplace("thresholds", system::kIOReturnTimeout);
+        recording.drives.emplace(hanging - 1, ata);
         recording.entries = std::move(tree.entries);
         system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), recorded::Playback::byHand));
         settle();
@@ -110,7 +115,7 @@ TEST_F(SystemReportTest, HoldsEveryDriveWithWhatCouldBeReadOfIt)
     const ReportReader reader(report().value());
     EXPECT_EQ(reader.version(), reinterpret_cast<const char*>(VantorelVersionString));
     EXPECT_THAT(reader.unknownKeys(), testing::IsEmpty());
-    ASSERT_EQ(reader.drives().size(), 4U);
+    ASSERT_EQ(reader.drives().size(), 5U);
 
     const ReportDrive& sata = reader.drives()[0];
     EXPECT_EQ(sata.bsdName, "disk0");
@@ -141,9 +146,11 @@ TEST_F(SystemReportTest, HoldsEveryDriveWithWhatCouldBeReadOfIt)
     EXPECT_THAT(keysOf(stick), testing::IsEmpty());
     EXPECT_EQ(reader.drives()[3].model, std::nullopt) << "a null in the archive";
     EXPECT_EQ(reader.drives()[3].vendor, "Unknown");
+    EXPECT_EQ(reader.drives()[4].model, "Hanging");
+    EXPECT_THAT(keysOf(reader.drives()[4]), testing::IsEmpty());
 
     std::vector<recorded::Fault> faults;
-    EXPECT_EQ(recorded::readListing(reader.expandedRegistry(), "ioreg", faults).size(), 17U) << "16 and the root";
+    EXPECT_EQ(recorded::readListing(reader.expandedRegistry(), "ioreg", faults).size(), 21U) << "20 and the root";
 }
 
 TEST_F(SystemReportTest, TellsOfEachDriveBeforeItIsRead)
@@ -156,7 +163,7 @@ TEST_F(SystemReportTest, TellsOfEachDriveBeforeItIsRead)
                                told +=
                                    *drive.bsdName() + " " + std::to_string(number) + "/" + std::to_string(count) + ", ";
                            });
-    EXPECT_EQ(told, "disk0 0/4, disk1 1/4, disk2 2/4, disk3 3/4, ");
+    EXPECT_EQ(told, "disk0 0/5, disk1 1/5, disk2 2/5, disk3 3/5, disk4 4/5, ");
     pumpUntil([&] { return isDone; });
 }
 
