@@ -13,14 +13,10 @@
 
 namespace vantorel::host {
 
-namespace {
-
 std::string reason(int error)
 {
     return std::generic_category().message(error);
 }
-
-} // namespace
 
 CommandError::CommandError(std::string_view what, std::string_view why)
     : std::runtime_error(fmt::format("{}: {}", what, why))

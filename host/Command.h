@@ -23,6 +23,9 @@ enum Status : int {
     attributeReached = 32, ///< an attribute failed in the past, or an old-age attribute is at or below its threshold
 };
 
+/// The system's text for a value of `errno`.
+[[nodiscard]] std::string reason(int error);
+
 /// A failure that ends the run with `usageError`: `vantorel: WHAT: WHY` on standard error.
 class CommandError : public std::runtime_error {
 public:
@@ -45,6 +48,7 @@ void flush();
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
+void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
 void addList(CLI::App& app, int& status);
 void addSmart(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);

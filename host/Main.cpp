@@ -31,6 +31,7 @@ int run(int argc, char** argv)
     int status = host::success;
     host::addDecode(app, status);
     host::addDatabase(app, status);
+    host::addCompress(app, status);
     host::addList(app, status);
     host::addSmart(app, status);
     host::addErrors(app, status);

@@ -109,13 +109,16 @@ void Vantorel::linkToPhysicalVolumes(Disk& disk) const
     auto* const container = dynamic_cast<AppleStorage*>(&disk);
     if (!logical && !container)
         return;
+    const auto& wanted = logical ? logical->logicalVolumeUuid() : container->bsdVolumeUUID();
     // Every match is linked, so the last one in list order is what the new disk keeps.
     for (const auto& tracked : disks()) {
-        const auto* const below = dynamic_cast<const Volume*>(tracked.get());
-        if (below && logical && below->mediaUuid() == logical->logicalVolumeUuid())
-            logical->linkPhysicalVolume(std::static_pointer_cast<Volume>(tracked));
-        if (below && container && below->mediaUuid() == container->bsdVolumeUUID())
-            container->linkPhysicalStore(std::static_pointer_cast<Volume>(tracked));
+        if (tracked->mediaUuid() != wanted)
+            continue;
+        const auto below = std::dynamic_pointer_cast<Volume>(tracked);
+        if (below && logical)
+            logical->linkPhysicalVolume(below);
+        else if (below)
+            container->linkPhysicalStore(below);
     }
 }
 

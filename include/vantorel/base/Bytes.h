@@ -4,6 +4,7 @@
 #include "vantorel/base/Data.h"
 
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -21,12 +22,17 @@ public:
     constexpr LittleEndian() = default;
     constexpr LittleEndian(T value) // NOLINT(google-explicit-constructor): a field reads and writes like its integer
     {
-        for (std::size_t i = 0; i < sizeof(T); ++i)
-            bytes_[i] = static_cast<std::uint8_t>(value >> (8 * i));
+        if constexpr (std::endian::native == std::endian::little)
+            bytes_ = std::bit_cast<Bytes>(value);
+        else
+            for (std::size_t i = 0; i < sizeof(T); ++i)
+                bytes_[i] = static_cast<std::uint8_t>(value >> (8 * i));
     }
 
     constexpr operator T() const // NOLINT(google-explicit-constructor)
     {
+        if constexpr (std::endian::native == std::endian::little)
+            return std::bit_cast<T>(bytes_);
         T value = 0;
         for (std::size_t i = sizeof(T); i-- > 0;)
             value = static_cast<T>(static_cast<std::uint64_t>(value) << 8 | bytes_[i]);
@@ -34,7 +40,8 @@ public:
     }
 
 private:
-    std::array<std::uint8_t, sizeof(T)> bytes_{};
+    using Bytes = std::array<std::uint8_t, sizeof(T)>;
+    Bytes bytes_{};
 };
 
 } // namespace vantorel::base

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Built once for each algorithm. A foreign stream must end or fail, and in the same way whatever portions it comes in.
+#include "support/StreamPump.h"
+
+#include <cstdlib>
+
+namespace {
+
+using namespace vantorel;
+
+constexpr std::size_t mostOutput = 64 << 20; // what a small input may well expand to
+
+std::optional<Data> expand(DataView input, std::size_t sourceSize, std::size_t destinationSize)
+{
+    return test::pump(system::COMPRESSION_STREAM_DECODE, system::VANTOREL_ALGORITHM, input, sourceSize, destinationSize,
+                      mostOutput);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    const DataView input(bytes, size);
+    const auto whole = expand(input, std::max<std::size_t>(size, 1), 4096);
+    if (expand(input, 1 + size % 7, 1 << 16) != whole)
+        std::abort();
+    return 0;
+}

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "Codec.h"
+#include "Lz4Frame.h"
+#include "StreamBuffers.h"
+
+#include <lz4.h>
+
+namespace vantorel::system::compression {
+
+namespace {
+
+using namespace lz4;
+
+/// Gathers blocks of `blockSize` behind the history and frames what liblz4 makes of each.
+class Lz4Encoder final : public Codec {
+public:
+    Lz4Encoder() : plain_(std::make_unique_for_overwrite<std::uint8_t[]>(plainCapacity))
+    {
+        LZ4_initStream(&lz4_, sizeof lz4_);
+    }
+
+private:
+    /// Room for the history and a few blocks, so that the history moves to the front only now and then.
+    static constexpr std::size_t plainCapacity = reach + 131072;
+
+    compression_status process(compression_stream& stream, bool finalize) override
+    {
+        for (;;) {
+            if (!framed_.drain(stream))
+                return COMPRESSION_STATUS_OK;
+            if (ended_)
+                return COMPRESSION_STATUS_END;
+
+            gathered_ += takeSource(stream, block() + gathered_, blockSize - gathered_);
+            const bool last = finalize && stream.src_size == 0;
+            if (gathered_ < blockSize && !last)
+                return COMPRESSION_STATUS_OK;
+            if (gathered_ > 0)
+                writeBlock();
+            if (last) {
+                framed_.append(le32(endMagic));
+                ended_ = true;
+            }
+        }
+    }
+
+    std::uint8_t* block() const { return plain_.get() + blockStart_; }
+
+    void writeBlock()
+    {
+        std::uint8_t* const encoded = framed_.next() + sizeof(CompressedHeader);
+        const int size =
+            LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block()), reinterpret_cast<char*>(encoded),
+                                       static_cast<int>(gathered_), LZ4_COMPRESSBOUND(blockSize), 1);
+        const auto encodedSize = static_cast<std::uint32_t>(size);
+        const auto plainSize = static_cast<std::uint32_t>(gathered_);
+        if (encodedSize < plainSize) {
+            framed_.append(CompressedHeader{compressedMagic, plainSize, encodedSize});
+            framed_.grow(encodedSize);
+        } else {
+            framed_.append(StoredHeader{storedMagic, plainSize});
+            framed_.append(block(), plainSize);
+        }
+        blockStart_ += gathered_;
+        gathered_ = 0;
+        if (blockStart_ + blockSize > plainCapacity) {
+            LZ4_saveDict(&lz4_, reinterpret_cast<char*>(plain_.get()), reach);
+            blockStart_ = reach;
+        }
+    }
+
+    LZ4_stream_t lz4_;
+    std::unique_ptr<std::uint8_t[]> plain_;
+    std::size_t blockStart_ = 0;
+    std::size_t gathered_ = 0; ///< bytes of the block so far
+    Outgoing framed_{sizeof(CompressedHeader) + LZ4_COMPRESSBOUND(blockSize) + sizeof endMagic};
+    bool ended_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Codec> makeLz4Encoder()
+{
+    return std::make_unique<Lz4Encoder>();
+}
+
+} // namespace vantorel::system::compression

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "Codec.h"
+
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+namespace vantorel::system::compression {
+
+/// What a decoder has put out: the bytes that matches may reach back to, and behind them those the caller has not
+/// taken yet. It lies in one piece, so that copies need no thought of a wrap; when the end of the buffer comes near,
+/// the last `reach` bytes move to its front.
+class SlidingWindow {
+public:
+    /// `reach`: the largest distance a match can have. `room`: how many bytes fit behind that.
+    SlidingWindow(std::size_t reach, std::size_t room)
+        : reach_(reach),
+          capacity_(reach + room),
+          bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(capacity_ + overshoot))
+    {}
+
+    /// A decoder stops to hand out when this much is waiting: little enough to be still in the processor's cache.
+    static constexpr std::size_t batch = 32768;
+
+    [[nodiscard]] std::size_t pending() const { return end_ - taken_; }
+    [[nodiscard]] std::size_t room() const { return capacity_ - end_; }
+
+    /// Whether bytes so far back exist.
+    [[nodiscard]] bool reaches(std::size_t distance) const { return distance != 0 && distance <= end_; }
+
+    /// The bytes kept, oldest first.
+    [[nodiscard]] const std::uint8_t* history() const { return bytes_.get(); }
+    [[nodiscard]] std::size_t historySize() const { return end_; }
+
+    /// Where the next byte goes; up to `room()` bytes may be written there and are then declared by `grow`.
+    [[nodiscard]] std::uint8_t* next() { return bytes_.get() + end_; }
+    void grow(std::size_t count)
+    {
+        assert(count <= room());
+        end_ += count;
+    }
+
+    /// Appends `count` bytes, at most `room()`.
+    void append(const std::uint8_t* from, std::size_t count)
+    {
+        if (count > 0)
+            std::memcpy(next(), from, count);
+        grow(count);
+    }
+
+    /// Like `append`, but may read up to `overshoot` bytes behind the `count` it takes.
+    void appendFast(const std::uint8_t* from, std::size_t count)
+    {
+        std::uint8_t* to = next();
+        grow(count);
+        copyInSteps<16>(to, from, count);
+    }
+
+    /// Appends `count` bytes, at most `room()`, from `distance` bytes back; `reaches(distance)` holds. Bytes that the
+    /// copy itself writes are read again when it overlaps them.
+    void copyMatch(std::size_t distance, std::size_t count)
+    {
+        std::uint8_t* to = next();
+        const std::uint8_t* from = to - distance;
+        grow(count);
+        if (distance >= 16)
+            return copyInSteps<16>(to, from, count);
+        if (distance >= 8)
+            return copyInSteps<8>(to, from, count);
+        // A short period: what was copied so far doubles what can be copied at once.
+        for (; count > distance; distance *= 2) {
+            std::memcpy(to, from, distance);
+            to += distance;
+            count -= distance;
+        }
+        std::memcpy(to, from, count);
+    }
+
+    /// Hands out what the destination takes.
+    void drain(compression_stream& stream) { taken_ += giveDestination(stream, bytes_.get() + taken_, pending()); }
+
+    /// Sees to room for `count` bytes when nothing is pending; `count` is at most the room given at construction.
+    void makeRoom(std::size_t count)
+    {
+        assert(pending() == 0);
+        if (room() >= count)
+            return;
+        std::memmove(bytes_.get(), bytes_.get() + end_ - reach_, reach_);
+        taken_ = end_ = reach_;
+    }
+
+    static constexpr std::size_t overshoot = 32;
+
+private:
+    /// Copies `count` bytes in whole steps, the last of which may reach past the end.
+    template <std::size_t step>
+    static void copyInSteps(std::uint8_t* to, const std::uint8_t* from, std::size_t count)
+    {
+        const std::uint8_t* const end = to + count;
+        do {
+            std::memcpy(to, from, step);
+            to += step;
+            from += step;
+        } while (to < end);
+    }
+
+    std::size_t reach_;
+    std::size_t capacity_;
+    std::size_t taken_ = 0;
+    std::size_t end_ = 0;
+    std::unique_ptr<std::uint8_t[]> bytes_;
+};
+
+} // namespace vantorel::system::compression
