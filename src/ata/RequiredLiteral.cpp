@@ -2,14 +2,23 @@
 #include "DriveTable.h"
 
 #include <algorithm>
+#include <array>
 
 namespace vantorel::ata {
 
 namespace {
 
+// A table, since every character of every expression is asked for in the first look-up of a process.
+constexpr std::array<bool, 256> metacharacters = [] {
+    std::array<bool, 256> table{};
+    for (const char c : std::string_view(R"(\[](){}.*+?|^$)"))
+        table[static_cast<unsigned char>(c)] = true;
+    return table;
+}();
+
 constexpr bool isMetacharacter(char c)
 {
-    return std::string_view(R"(\[](){}.*+?|^$)").find(c) != std::string_view::npos;
+    return metacharacters[static_cast<unsigned char>(c)];
 }
 
 /// The place behind the bracket class or the group that begins at `start`; the end of the text when it is not closed.

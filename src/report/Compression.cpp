@@ -54,21 +54,22 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
     const int flags = operation == Operation::compression ? COMPRESSION_STREAM_FINALIZE : 0;
 
     Data result;
-    const auto block = std::make_unique_for_overwrite<std::uint8_t[]>(blockSize);
     Stream stream(algorithm, operation);
     compression_stream& record = stream.record;
     record.src_ptr = data.data();
     record.src_size = data.size();
     for (;;) {
-        record.dst_ptr = block.get();
+        // The block lies at the end of the result, so that its bytes need not be moved once more.
+        const std::size_t size = result.size();
+        makeRoom(result, blockSize, 1 - static_cast<double>(record.src_size) / static_cast<double>(data.size()));
+        result.resize(size + blockSize);
+        record.dst_ptr = result.data() + size;
         record.dst_size = blockSize;
         const compression_status status = compression_stream_process(&record, flags);
         // A block that is not full although the stream goes on: the input stops before the end of its stream.
         if (status == COMPRESSION_STATUS_ERROR || (status == COMPRESSION_STATUS_OK && record.dst_size > 0))
             throw CompressionError(CompressionError::processError);
-        const auto left = static_cast<double>(record.src_size);
-        makeRoom(result, blockSize - record.dst_size, 1 - left / static_cast<double>(data.size()));
-        result.insert(result.end(), block.get(), record.dst_ptr);
+        result.resize(result.size() - record.dst_size);
         if (status == COMPRESSION_STATUS_END)
             return result;
     }
