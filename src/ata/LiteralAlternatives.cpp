@@ -124,6 +124,8 @@ private:
         if (rest_.empty())
             throw NotListable();
         const char c = rest_[0];
+        if (static_cast<unsigned char>(c) >= 0x80)
+            throw NotListable(); // part of a character only
         const bool isWordCharacter = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
         if (escaped && isWordCharacter)
             throw NotListable();

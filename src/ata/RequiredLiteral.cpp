@@ -8,9 +8,11 @@ namespace vantorel::ata {
 
 namespace {
 
-// A table, since every character of every expression is asked for in the first look-up of a process.
+// A table, since every character of every expression is asked for in the first look-up of a process. A byte beyond
+// ASCII is part of a character only, which a quantifier takes as a whole; so none of them counts as plain.
 constexpr std::array<bool, 256> metacharacters = [] {
     std::array<bool, 256> table{};
+    std::fill(table.begin() + 0x80, table.end(), true);
     for (const char c : std::string_view(R"(\[](){}.*+?|^$)"))
         table[static_cast<unsigned char>(c)] = true;
     return table;
@@ -66,7 +68,8 @@ std::string_view longestLiteral(std::string_view alternative)
         if (alternative[i] == '\\' && next < alternative.size()) {
             endRun(i);
             start = next++; // a run may begin with an escaped character, which stands there as itself ...
-            plain = isMetacharacter(alternative[start]); // ... unless it is a letter such as \d, which is a class
+            // ... unless it is a letter such as \d, which is a class, or part of a character.
+            plain = isMetacharacter(alternative[start]) && static_cast<unsigned char>(alternative[start]) < 0x80;
         } else if (alternative[i] == '[' || alternative[i] == '(') {
             next = skipBracketed(alternative, i);
         }

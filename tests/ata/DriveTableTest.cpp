@@ -44,6 +44,7 @@ TEST(DriveTable, RequiredLiteralsAreOutsideGroupsAndQuantifiers)
     EXPECT_THAT(requiredLiterals("(a|b)c[]x)]de?f{2}gh*ij"), ElementsAre("ij"));
     EXPECT_THAT(requiredLiterals("[^]a]b\\(c\\dx"), ElementsAre("(c"));
     EXPECT_THAT(requiredLiterals("(abc)?"), ElementsAre(""));
+    EXPECT_THAT(requiredLiterals("ab\u00E9?"), ElementsAre("ab")) << "the character may be missing whole";
     EXPECT_THAT(requiredLiterals("ab{"), ElementsAre("a"));
     EXPECT_THAT(requiredLiterals("(a"), ElementsAre(""));
 }
@@ -71,7 +72,7 @@ TEST(LiteralAlternatives, ListsWhatAnExpressionStandsFor)
     EXPECT_THAT(*literalAlternatives("AB.*|C\\.[x-z]{2}D", 20), testing::SizeIs(10));
     EXPECT_THAT(*literalAlternatives("", 10), ElementsAre(""));
     for (const char* open :
-         {"a.b", "a*", "[^a]", "a+", "(a.*)b", "(a", "a)", "[a", "a{2", "a{1,2}", "\\d", "^a", "[a-z]{3}", "[b-a]"})
+         {"a.b", "a*", "[^a]", "a+", "(a.*)b", "(a", "a)", "[a", "a{2", "a{1,2}", "\\d", "^a", "[a-z]{3}", "[b-a]", "[\u00E9]"})
         EXPECT_FALSE(literalAlternatives(open, 1000)) << open;
     EXPECT_FALSE(literalAlternatives(std::string(5000, '('), 10));
 }
