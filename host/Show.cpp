@@ -111,10 +111,12 @@ int show(const ShowArguments& arguments)
         complain(arguments.report, report.listingFault);
         status |= readFailed;
     }
+    // How the drives were doing is what is shown, and no failure of showing it.
     for (const ReportedDrive& drive : report.drives) {
-        status |= statusOf(drive);
-        if (!drive.fault.empty())
-            complain(drive.name, drive.fault);
+        if (drive.fault.empty())
+            continue;
+        complain(drive.name, drive.fault);
+        status |= readFailed;
     }
     return status;
 }

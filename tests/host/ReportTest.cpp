@@ -53,7 +53,7 @@ TEST(ReportCommand, AReportIsShownAndIsTheMachineThatItWasMadeOf)
     const TemporaryFolder folder;
     const std::string report = makeReport(folder, tower, "a.vantorel");
     const auto shown = runCommand("show " + report);
-    EXPECT_EQ(shown.status, 56) << "the bits of its drives' health";
+    EXPECT_EQ(shown.status, 0) << "a failing drive is no failure to show it";
     EXPECT_EQ(shown.err, "");
     EXPECT_THAT(shown.out, HasSubstr("disk0  INTEL SSDSA2MH080G1GC\n"));
     EXPECT_THAT(shown.out, HasSubstr("decoded otherwise than they were stored: 0\n"));
@@ -196,7 +196,7 @@ TEST(ReportCommand, WhatIsExtractedIsARecordedMachine)
     const TemporaryFolder folder;
     const std::string report = makeReport(folder, tower, "a.vantorel");
     const std::string inner = folder.file("inner");
-    EXPECT_EQ(runCommand("show --extract " + inner + " " + report).status, 56);
+    EXPECT_EQ(runCommand("show --extract " + inner + " " + report).status, 0);
     EXPECT_EQ(runCommand("list --machine " + inner).out, runCommand("list --machine " + report).out);
     EXPECT_EQ(runCommand("smart --machine " + inner).out, runCommand("smart --machine " + tower).out);
 
