@@ -21,5 +21,7 @@ foreach(library IN LISTS libraries)
         string(APPEND VANTOREL_PC_LIBS " -l${library}")
     endif()
 endforeach()
+# From the folder of vantorel.pc up to the prefix, wherever the tree is put.
+file(RELATIVE_PATH VANTOREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/vantorel.pc.in ${PROJECT_BINARY_DIR}/vantorel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vantorel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
