@@ -26,5 +26,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (!packed ||
         test::pump(COMPRESSION_STREAM_DECODE, algorithm, *packed, sizeOf(bytes[3]), sizeOf(bytes[4])) != plain)
         std::abort();
+    // In place it is the same stream. liblzma may take a smaller dictionary for an input that comes whole.
+    const auto again = test::pumpInPlace(COMPRESSION_STREAM_ENCODE, algorithm, plain, 1 << 16);
+    if (!again || (again != packed && algorithm != COMPRESSION_LZMA) ||
+        test::pumpInPlace(COMPRESSION_STREAM_DECODE, algorithm, *again, 1 << 16) != plain)
+        std::abort();
     return 0;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Built once for each algorithm. A foreign stream must end or fail, and in the same way whatever portions it comes in.
+// Built once for each algorithm. A foreign stream must end or fail, and in the same way whatever portions it comes in
+// and wherever its output lies.
 #include "support/StreamPump.h"
 
 #include <cstdlib>
@@ -23,6 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const DataView input(bytes, size);
     const auto whole = expand(input, std::max<std::size_t>(size, 1), 4096);
     if (expand(input, 1 + size % 7, 1 << 16) != whole)
+        std::abort();
+    if (test::pumpInPlace(system::COMPRESSION_STREAM_DECODE, system::VANTOREL_ALGORITHM, input, 1 << 16, mostOutput) !=
+        whole)
         std::abort();
     return 0;
 }

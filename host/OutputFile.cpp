@@ -3,7 +3,9 @@
 
 #include "Command.h"
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -12,6 +14,33 @@
 #include <unistd.h>
 
 namespace vantorel::host {
+
+namespace {
+
+/// The name of the file to remove when a signal ends the run. A run writes one file at a time.
+std::atomic<const char*> unfinished = nullptr;
+static_assert(std::atomic<const char*>::is_always_lock_free, "read by a signal handler");
+
+extern "C" void removeUnfinished(int signal)
+{
+    if (const char* const name = unfinished)
+        unlink(name);
+    raise(signal); // the handler stands for one signal only, so this one ends the run
+}
+
+void removeOnSignals()
+{
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        struct sigaction action {};
+        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL)
+            continue; // ignored, as under nohup
+        action.sa_handler = removeUnfinished;
+        action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+} // namespace
 
 OutputFile::OutputFile(const std::string& path) : path_(path == "-" ? "standard output" : path)
 {
@@ -40,8 +69,10 @@ OutputFile::OutputFile(const std::string& path) : path_(path == "-" ? "standard 
 
 OutputFile::~OutputFile()
 {
-    if (!growing_.empty())
-        unlink(growing_.c_str());
+    if (growing_.empty())
+        return;
+    unlink(growing_.c_str());
+    unfinished = nullptr;
 }
 
 void OutputFile::openBeside(unsigned mode)
@@ -51,6 +82,8 @@ void OutputFile::openBeside(unsigned mode)
     if (descriptor < 0)
         fail();
     growing_ = name;
+    unfinished = growing_.c_str();
+    removeOnSignals();
     file_.reset(fdopen(descriptor, "wb"));
     if (!file_ || fchmod(descriptor, mode) != 0)
         fail();
@@ -70,6 +103,7 @@ void OutputFile::commit()
         return;
     if (std::rename(growing_.c_str(), path_.c_str()) != 0)
         fail();
+    unfinished = nullptr;
     growing_.clear();
 }
 

@@ -10,7 +10,7 @@
 namespace vantorel::host {
 
 /// What a run writes: standard output, or a file that appears under its name only when it is complete. Until then it
-/// grows beside that name, and it is gone again if the run fails.
+/// grows beside that name, and it is gone again if the run fails or is interrupted.
 class OutputFile {
 public:
     /// `path`: "-" for standard output. What is no regular file, such as a device, is written to at once. Throws

@@ -98,7 +98,7 @@ Recording loadRecording(const std::string& path)
     if (place.extension() == ".json")
         return loadFolder(place.parent_path(), place.filename().string());
     Recording recording;
-    recording.entries = readListing(readFile(place, path, largestListing), place.filename().string(), recording.faults);
+    recording.entries = readListing(readFile(place, path, largestListing), path, recording.faults);
     return recording;
 }
 

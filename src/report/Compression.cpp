@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <new>
+#include <stdexcept>
 
 namespace vantorel {
 
@@ -24,6 +25,7 @@ public:
         if (compression_stream_init(&record, direction, static_cast<compression_algorithm>(algorithm)) ==
             COMPRESSION_STATUS_ERROR)
             throw CompressionError(CompressionError::initError);
+        compression_stream_in_place(&record);
     }
     ~Stream() { compression_stream_destroy(&record); }
     Stream(const Stream&) = delete;
@@ -32,16 +34,20 @@ public:
     compression_stream record;
 };
 
-/// Sees to room for `count` more bytes, with regard to how far the input got: the result will grow by about as much as
-/// it did so far. That is no more than a guess, so it counts within limits only: half as much again at least, so that
-/// the result is not moved too often; and eight times at most, whatever the input promises.
-void makeRoom(Data& result, std::size_t count, double inputUsed)
+/// How much to set aside for a result of which `size` bytes are there, so that it is seldom moved: what the stream
+/// claims its whole size to be; or else the rest of the input is taken to become what it became so far, up to four
+/// times its size. Both are believed within limits: nothing large is set aside before much came out, and nothing huge
+/// ever.
+std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inputUsed, std::size_t inputLeft)
 {
-    if (result.capacity() - result.size() >= count)
-        return;
-    const auto size = static_cast<double>(result.size());
-    const double guess = inputUsed > 0 ? 1.02 * size / inputUsed : 0;
-    result.reserve(static_cast<std::size_t>(std::clamp(guess, 1.5 * size, 8 * size)) + count);
+    constexpr double atFirst = 512 << 10;
+    constexpr double much = 16 << 20;
+    constexpr double mostRate = 4;
+    const auto known = static_cast<double>(size);
+    const double rate = inputUsed == 0 ? mostRate : std::min(1.02 * known / static_cast<double>(inputUsed), mostRate);
+    const double likely = claimed > 0 ? static_cast<double>(claimed) : known + rate * static_cast<double>(inputLeft);
+    const double trusted = atFirst + (claimed > 0 ? 64 : 16) * std::min(known, much);
+    return static_cast<std::size_t>(std::max(1.5 * known, std::min(likely, trusted)));
 }
 
 Data process(DataView data, CompressionAlgorithm algorithm, Operation operation, std::ptrdiff_t bufferSize)
@@ -58,20 +64,29 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
     compression_stream& record = stream.record;
     record.src_ptr = data.data();
     record.src_size = data.size();
-    for (;;) {
-        // The block lies at the end of the result, so that its bytes need not be moved once more.
-        const std::size_t size = result.size();
-        makeRoom(result, blockSize, 1 - static_cast<double>(record.src_size) / static_cast<double>(data.size()));
-        result.resize(size + blockSize);
+    const std::uint64_t claimed = compression_stream_claimed_size(&record);
+    for (std::size_t size = 0;;) {
+        // The block lies at the end of what was put out, so that its bytes need not be moved once more.
+        if (const std::size_t room = blockSize + COMPRESSION_STREAM_AHEAD; result.size() - size < room) {
+            // Cleared as it comes into use, in pieces that are small enough to be still in the processor's cache.
+            const std::size_t piece = room + COMPRESSION_STREAM_AHEAD;
+            if (result.capacity() - size < piece)
+                result.reserve(piece + likelySize(size, claimed, data.size() - record.src_size, record.src_size));
+            result.resize(size + piece);
+        }
         record.dst_ptr = result.data() + size;
         record.dst_size = blockSize;
         const compression_status status = compression_stream_process(&record, flags);
         // A block that is not full although the stream goes on: the input stops before the end of its stream.
         if (status == COMPRESSION_STATUS_ERROR || (status == COMPRESSION_STATUS_OK && record.dst_size > 0))
             throw CompressionError(CompressionError::processError);
-        result.resize(result.size() - record.dst_size);
-        if (status == COMPRESSION_STATUS_END)
+        size += blockSize - record.dst_size;
+        if (status == COMPRESSION_STATUS_END) {
+            result.resize(size);
+            if (result.capacity() / 2 > size)
+                result.shrink_to_fit();
             return result;
+        }
     }
 }
 
@@ -79,6 +94,8 @@ Data checked(DataView data, CompressionAlgorithm algorithm, Operation operation,
 try {
     return process(data, algorithm, operation, bufferSize);
 } catch (const std::bad_alloc&) {
+    throw CompressionError(CompressionError::processError);
+} catch (const std::length_error&) { // a block size beyond all memory
     throw CompressionError(CompressionError::processError);
 }
 

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 namespace vantorel {
 namespace {
 
@@ -49,6 +51,16 @@ TEST(CompressCommand, AFailedRunLeavesNoFileAndNoOtherThanThereWas)
     EXPECT_EQ(runCommand("expand " + table + " -o " + old).status, 1);
     EXPECT_EQ(contentsOf(old), "old");
     EXPECT_EQ(filesIn(folder.file("")), 2U);
+}
+
+TEST(CompressCommand, AnInterruptedRunLeavesNoFile)
+{
+    const test::TemporaryFolder folder;
+    const std::string command = "cd '" + folder.file("") + "' && mkfifo input && exec 3<>input && { '" +
+                                VANTOREL_COMMAND + "' compress -o packed <&3 & } && " +
+                                "until ls packed.* >/dev/null 2>&1; do sleep 0.01; done; kill -TERM $!; wait $!";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 128 + SIGTERM);
+    EXPECT_EQ(filesIn(folder.file("")), 1U) << "the input";
 }
 
 TEST(CompressCommand, ReplacesAFileInPlaceAndKeepsItsPermissions)

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <unordered_set>
 
@@ -86,6 +87,8 @@ TEST(Compression, WrongArgumentsAreRefusedInOrder)
         EXPECT_EQ(thrownBy([&] { return compress(some, algorithm, 0); }), CompressionError::initError);
         EXPECT_EQ(thrownBy([&] { return decompress(some, algorithm, -4096); }), CompressionError::initError);
     }
+    constexpr auto tooMuch = std::numeric_limits<std::ptrdiff_t>::max();
+    EXPECT_EQ(thrownBy([&] { return decompress(some, lz4, tooMuch); }), CompressionError::processError);
     EXPECT_EQ(thrownBy([&] { return compress(some, none); }), CompressionError::initError);
     EXPECT_EQ(thrownBy([&] { return decompress(some, none); }), CompressionError::initError);
 }

@@ -43,4 +43,35 @@ inline std::optional<Data> pump(system::compression_stream_operation operation, 
     }
 }
 
+/// Sends `input` whole through a stream in place, by `destinationSize` bytes a call. The result lies in memory of
+/// exactly the size that the stream may write, and moves before every call. Absent as above.
+inline std::optional<Data> pumpInPlace(system::compression_stream_operation operation,
+                                       system::compression_algorithm algorithm, DataView input,
+                                       std::size_t destinationSize, std::size_t most = SIZE_MAX)
+{
+    system::compression_stream stream;
+    if (system::compression_stream_init(&stream, operation, algorithm) != system::COMPRESSION_STATUS_OK ||
+        system::compression_stream_in_place(&stream) != system::COMPRESSION_STATUS_OK)
+        return std::nullopt;
+    const Data source(input.begin(), input.end());
+    stream.src_ptr = source.data();
+    stream.src_size = source.size();
+    Data result;
+    for (std::size_t size = 0;;) {
+        Data moved(size + destinationSize + system::COMPRESSION_STREAM_AHEAD);
+        std::copy(result.begin(), result.end(), moved.begin());
+        result.swap(moved);
+        stream.dst_ptr = result.data() + size;
+        stream.dst_size = destinationSize;
+        const auto status = system::compression_stream_process(&stream, system::COMPRESSION_STREAM_FINALIZE);
+        size += destinationSize - stream.dst_size;
+        if (status == system::COMPRESSION_STATUS_END) {
+            result.resize(size);
+            return result;
+        }
+        if (status != system::COMPRESSION_STATUS_OK || size > most)
+            return std::nullopt;
+    }
+}
+
 } // namespace vantorel::test

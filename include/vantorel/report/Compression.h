@@ -45,10 +45,11 @@ private:
 /// Bytes of the output block where no other size is asked for.
 inline constexpr std::ptrdiff_t defaultCompressionBufferSize = 4096;
 
-/// The compressed form of `data`. Memory beside input and result is the algorithm's own and one output block of
-/// `bufferSize` bytes, by which the result grows; the size of the block has no influence on what comes out. The
-/// result is always present. Throws `CompressionError`; nothing partial comes back. Runs on the caller's thread and
-/// shares nothing with other calls. A `bufferSize` of 0 or less is an `initError`.
+/// The compressed form of `data`. The result grows by output blocks of `bufferSize` bytes, which have no influence on
+/// what comes out. Memory beside input and result is the algorithm's own (docs/performance.md), one block, and up to
+/// 128 KiB to work ahead of it. The result is always present; its capacity is at most about twice its size. Throws
+/// `CompressionError`; nothing partial comes back. Runs on the caller's thread and shares nothing with other calls. A
+/// `bufferSize` of 0 or less is an `initError`.
 [[nodiscard]] std::optional<Data> compress(DataView data, CompressionAlgorithm algorithm = CompressionAlgorithm::lzfse,
                                            std::ptrdiff_t bufferSize = defaultCompressionBufferSize);
 

@@ -13,6 +13,7 @@ compression_status Codec::run(compression_stream& stream, bool finalize) noexcep
 {
     if (status_ != COMPRESSION_STATUS_OK)
         return status_;
+    started_ = true;
     status_ = COMPRESSION_STATUS_ERROR; // what remains if memory runs out
     try {
         status_ = process(stream, finalize);
@@ -61,6 +62,18 @@ try {
     return stream->state ? COMPRESSION_STATUS_OK : COMPRESSION_STATUS_ERROR;
 } catch (const std::bad_alloc&) {
     return COMPRESSION_STATUS_ERROR;
+}
+
+compression_status compression_stream_in_place(compression_stream* stream) noexcept
+{
+    if (!stream || !stream->state)
+        return COMPRESSION_STATUS_ERROR;
+    return stream->state->workInPlace() ? COMPRESSION_STATUS_OK : COMPRESSION_STATUS_ERROR;
+}
+
+std::uint64_t compression_stream_claimed_size(const compression_stream* stream) noexcept
+{
+    return stream && stream->state ? stream->state->claimedSize({stream->src_ptr, stream->src_size}) : 0;
 }
 
 compression_status compression_stream_process(compression_stream* stream, int flags) noexcept

@@ -23,6 +23,18 @@ private:
 
     enum class Stage { header, stored, whole, inPieces };
 
+    std::optional<Extent> firstBlock(DataView source) const noexcept override
+    {
+        const auto magic = readRecord<le32>(source);
+        if (magic == endMagic)
+            return Extent{sizeof(le32), 0, true};
+        if (const auto header = readRecord<StoredHeader>(source); header && magic == storedMagic)
+            return Extent{sizeof *header + std::uint64_t{header->size}, header->size};
+        if (const auto header = readRecord<CompressedHeader>(source); header && magic == compressedMagic)
+            return Extent{sizeof *header + std::uint64_t{header->encodedSize}, header->plainSize};
+        return std::nullopt;
+    }
+
     Step decode(compression_stream& stream) override
     {
         switch (stage_) {

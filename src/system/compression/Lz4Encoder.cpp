@@ -14,10 +14,7 @@ using namespace lz4;
 /// Gathers blocks of `blockSize` behind the history and frames what liblz4 makes of each.
 class Lz4Encoder final : public Codec {
 public:
-    Lz4Encoder() : plain_(std::make_unique_for_overwrite<std::uint8_t[]>(plainCapacity))
-    {
-        LZ4_initStream(&lz4_, sizeof lz4_);
-    }
+    Lz4Encoder() { LZ4_initStream(&lz4_, sizeof lz4_); }
 
 private:
     /// Room for the history and a few blocks, so that the history moves to the front only now and then.
@@ -31,12 +28,12 @@ private:
             if (ended_)
                 return COMPRESSION_STATUS_END;
 
-            gathered_ += takeSource(stream, block() + gathered_, blockSize - gathered_);
+            const std::uint8_t* const block = gather(stream);
             const bool last = finalize && stream.src_size == 0;
             if (gathered_ < blockSize && !last)
                 return COMPRESSION_STATUS_OK;
             if (gathered_ > 0)
-                writeBlock();
+                writeBlock(block);
             if (last) {
                 framed_.append(le32(endMagic));
                 ended_ = true;
@@ -44,13 +41,26 @@ private:
         }
     }
 
-    std::uint8_t* block() const { return plain_.get() + blockStart_; }
+    /// Takes from the source what the block still has room for, and says where the block begins.
+    const std::uint8_t* gather(compression_stream& stream)
+    {
+        const std::size_t wanted = blockSize - gathered_;
+        if (inPlace()) {
+            gathered_ += passSource(stream, wanted);
+            return stream.src_ptr - gathered_;
+        }
+        if (!plain_)
+            plain_ = std::make_unique_for_overwrite<std::uint8_t[]>(plainCapacity);
+        std::uint8_t* const block = plain_.get() + blockStart_;
+        gathered_ += takeSource(stream, block + gathered_, wanted);
+        return block;
+    }
 
-    void writeBlock()
+    void writeBlock(const std::uint8_t* block)
     {
         std::uint8_t* const encoded = framed_.next() + sizeof(CompressedHeader);
         const int size =
-            LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block()), reinterpret_cast<char*>(encoded),
+            LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block), reinterpret_cast<char*>(encoded),
                                        static_cast<int>(gathered_), LZ4_COMPRESSBOUND(blockSize), 1);
         const auto encodedSize = static_cast<std::uint32_t>(size);
         const auto plainSize = static_cast<std::uint32_t>(gathered_);
@@ -59,11 +69,11 @@ private:
             framed_.grow(encodedSize);
         } else {
             framed_.append(StoredHeader{storedMagic, plainSize});
-            framed_.append(block(), plainSize);
+            framed_.append(block, plainSize);
         }
         blockStart_ += gathered_;
         gathered_ = 0;
-        if (blockStart_ + blockSize > plainCapacity) {
+        if (plain_ && blockStart_ + blockSize > plainCapacity) {
             LZ4_saveDict(&lz4_, reinterpret_cast<char*>(plain_.get()), reach);
             blockStart_ = reach;
         }

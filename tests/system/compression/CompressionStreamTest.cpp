@@ -13,6 +13,7 @@ namespace vantorel::system {
 namespace {
 
 using test::pump;
+using test::pumpInPlace;
 using test::readTestData;
 
 constexpr std::size_t everything = std::numeric_limits<std::size_t>::max();
@@ -37,6 +38,68 @@ TEST(CompressionStream, NeitherPortionsNorRoomChangeTheResult)
                 EXPECT_TRUE(again == packed || algorithm == COMPRESSION_LZMA) << algorithm;
                 EXPECT_EQ(pump(COMPRESSION_STREAM_DECODE, algorithm, *again, source, destination), plain);
             }
+    }
+}
+
+/// Text, noise, sectors and zeros, each more than once: blocks of every kind, and matches across them.
+Data mixture()
+{
+    Data bytes;
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        for (const char* name : {"lzfse/table.tsv", "lzfse/noise.bin", "lzfse/sectors.bin"}) {
+            const Data part = readTestData(name);
+            bytes.insert(bytes.end(), part.begin(), part.end());
+        }
+        bytes.resize(bytes.size() + 150'000);
+    }
+    return bytes;
+}
+
+TEST(CompressionStream, InPlaceItGivesTheSame)
+{
+    const Data plain = mixture();
+    for (const compression_algorithm algorithm : algorithms) {
+        const auto packed = pump(COMPRESSION_STREAM_ENCODE, algorithm, plain, everything, 1 << 20);
+        ASSERT_TRUE(packed);
+        for (const std::size_t destination : {4096, 70'000, 1'000'000}) {
+            EXPECT_EQ(pumpInPlace(COMPRESSION_STREAM_ENCODE, algorithm, plain, destination), packed);
+            EXPECT_EQ(pumpInPlace(COMPRESSION_STREAM_DECODE, algorithm, *packed, destination), plain);
+        }
+    }
+}
+
+TEST(CompressionStream, IsInPlaceFromItsFirstCallOrNotAtAll)
+{
+    Data room(1 + COMPRESSION_STREAM_AHEAD);
+    compression_stream stream;
+    EXPECT_EQ(compression_stream_in_place(nullptr), COMPRESSION_STATUS_ERROR);
+    EXPECT_EQ(compression_stream_in_place(&stream), COMPRESSION_STATUS_ERROR) << "not set up";
+    ASSERT_EQ(compression_stream_init(&stream, COMPRESSION_STREAM_DECODE, COMPRESSION_LZ4), COMPRESSION_STATUS_OK);
+    stream.dst_ptr = room.data();
+    stream.dst_size = 1;
+    EXPECT_EQ(compression_stream_process(&stream, 0), COMPRESSION_STATUS_OK);
+    EXPECT_EQ(compression_stream_in_place(&stream), COMPRESSION_STATUS_ERROR) << "called already";
+}
+
+TEST(CompressionStream, ClaimsWhatTheHeadersOfAWholeStreamAddUpTo)
+{
+    const auto claim = [](compression_algorithm algorithm, DataView source) {
+        compression_stream stream;
+        EXPECT_EQ(compression_stream_init(&stream, COMPRESSION_STREAM_DECODE, algorithm), COMPRESSION_STATUS_OK);
+        stream.src_ptr = source.data();
+        stream.src_size = source.size();
+        return compression_stream_claimed_size(&stream);
+    };
+    const Data plain = mixture();
+    for (const compression_algorithm algorithm : algorithms) {
+        const bool tells = algorithm == COMPRESSION_LZ4 || algorithm == COMPRESSION_LZFSE;
+        for (const std::size_t size : {std::size_t{5}, std::size_t{3000}, plain.size()}) {
+            const DataView part = DataView(plain).first(size);
+            const Data packed = *pump(COMPRESSION_STREAM_ENCODE, algorithm, part, everything, 1 << 20);
+            EXPECT_EQ(claim(algorithm, packed), tells ? size : 0);
+            for (std::size_t kept = 0; kept < packed.size(); kept += 1 + kept / 50)
+                EXPECT_EQ(claim(algorithm, DataView(packed).first(kept)), 0U);
+        }
     }
 }
 

@@ -20,6 +20,23 @@ private:
 
     enum class Stage { magic, plain, lzvn, entropyHeader, packedHeader, payload, matches };
 
+    std::optional<Extent> firstBlock(DataView source) const noexcept override
+    {
+        const auto magic = readRecord<le32>(source);
+        if (magic == endMagic)
+            return Extent{sizeof(le32), 0, true};
+        if (const auto header = readRecord<PlainHeader>(source); header && magic == plainMagic)
+            return Extent{sizeof *header + std::uint64_t{header->plainSize}, header->plainSize};
+        if (const auto header = readRecord<LzvnHeader>(source); header && magic == lzvnMagic)
+            return Extent{sizeof *header + std::uint64_t{header->payloadSize}, header->plainSize};
+        if (const auto header = readRecord<EntropyHeader>(source); header && magic == entropyMagic)
+            return Extent{sizeof *header + std::uint64_t{header->payloadSize}, header->plainSize};
+        if (const auto header = readRecord<PackedHeader>(source); header && magic == packedEntropyMagic)
+            if (const auto size = packedSize(*header))
+                return Extent{*size + std::uint64_t{payloadSize(*header)}, header->plainSize};
+        return std::nullopt;
+    }
+
     Step decode(compression_stream& stream) override
     {
         switch (stage_) {

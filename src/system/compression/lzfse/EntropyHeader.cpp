@@ -108,6 +108,11 @@ std::optional<std::size_t> packedSize(const PackedHeader& header)
     return size;
 }
 
+std::uint32_t payloadSize(const PackedHeader& header)
+{
+    return get(header, literalPayloadSizeField) + get(header, matchPayloadSizeField);
+}
+
 std::optional<EntropyHeader> unpack(DataView packed)
 {
     const auto source = readRecord<PackedHeader>(packed);
@@ -120,7 +125,7 @@ std::optional<EntropyHeader> unpack(DataView packed)
     header.matchCount = get(*source, matchCountField);
     header.literalPayloadSize = get(*source, literalPayloadSizeField);
     header.matchPayloadSize = get(*source, matchPayloadSizeField);
-    header.payloadSize = header.literalPayloadSize + header.matchPayloadSize;
+    header.payloadSize = payloadSize(*source);
     header.literalBits = get(*source, literalBitsField) - bitsBias;
     header.matchBits = get(*source, matchBitsField) - bitsBias;
     for (std::size_t lane = 0; lane < literalLanes; ++lane)

@@ -12,6 +12,9 @@ namespace vantorel::system::compression::lzfse {
 /// The size that a packed header with its frequencies claims; absent when no header can have it.
 [[nodiscard]] std::optional<std::size_t> packedSize(const PackedHeader& header);
 
+/// The size of both payloads that a packed header claims.
+[[nodiscard]] std::uint32_t payloadSize(const PackedHeader& header);
+
 /// A packed header and its frequencies, `packedSize` bytes in all, in the unpacked form. Absent when the frequencies do
 /// not end with the header.
 [[nodiscard]] std::optional<EntropyHeader> unpack(DataView packed);
