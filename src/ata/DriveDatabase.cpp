@@ -3,6 +3,7 @@
 
 #include "DriveTable.h"
 
+#include <algorithm>
 #include <cassert>
 #include <memory>
 #include <mutex>
@@ -16,13 +17,8 @@ constexpr std::array<drive_settings, 681> builtin_knowndrives = {{
 namespace {
 
 // A row whose initialiser is missing would show as an empty expression, which no row may have.
-static_assert([] {
-    for (const drive_settings& row : builtin_knowndrives) {
-        if (row.modelregexp.empty())
-            return false;
-    }
-    return true;
-}());
+static_assert(std::none_of(builtin_knowndrives.begin(), builtin_knowndrives.end(),
+                           [](const drive_settings& row) { return row.modelregexp.empty(); }));
 static_assert(builtin_knowndrives[1].modelfamily == "DEFAULT");
 
 ata::DriveTable& driveTable()

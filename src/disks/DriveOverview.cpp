@@ -32,7 +32,7 @@ bool Drive::isBootDrive() const
 std::optional<std::string> Drive::getWritablePath(double size) const
 {
     for (const auto& volume : Vantorel::shared().getVolumes(*this)) {
-        const auto candidate = volume->isBootVolume() ? system::NSTemporaryDirectory() : volume->mountPoint();
+        auto candidate = volume->isBootVolume() ? system::NSTemporaryDirectory() : volume->mountPoint();
         if (candidate && vantorel::isWritable(*candidate, size))
             return candidate;
     }

@@ -52,7 +52,7 @@ Vantorel& Vantorel::shared()
 {
     // Never destroyed, since disks hold objects of the disk service, whose life ends with the process in no set order.
     // Starting is apart from making: what the first pass of the run loop calls finds the registry made.
-    static Vantorel* const registry = new Vantorel;
+    static auto* const registry = new Vantorel;
     static std::atomic<bool> isStarted = false;
     if (!isStarted.exchange(true))
         registry->start();

@@ -122,7 +122,7 @@ RegistryNodeRef RegistryTree::arrive(RegistryEntry entry)
     node->properties = withUuidValues(std::move(entry.properties));
     if (node != root_)
         hangUnder(*node, entry.parents);
-    const RegistryNodeRef result = node;
+    RegistryNodeRef result = node;
     if (isNew)
         adoptChildrenOf(*result);
     return result;

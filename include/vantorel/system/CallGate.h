@@ -15,7 +15,7 @@ namespace vantorel::system {
 using CallGate = std::function<bool(std::string_view operation)>;
 
 /// Sets the gate of the process, or with nothing takes it away. Not while other threads use this layer.
-void setCallGate(CallGate gate);
+void setCallGate(CallGate ask);
 
 /// Whether `operation` may go ahead; true without a gate. For the operations of this layer.
 [[nodiscard]] bool callPasses(std::string_view operation);

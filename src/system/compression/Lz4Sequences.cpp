@@ -59,7 +59,7 @@ Sequences::Result Sequences::decode(compression_stream& stream, SlidingWindow& w
                 return Result::more;
             phase_ = Phase::token;
         } else if (phase_ == Phase::literals) {
-            const std::size_t wanted = std::min<std::uint64_t>({run_, room, encodedLeft_});
+            const auto wanted = std::min<std::uint64_t>({run_, room, encodedLeft_});
             const std::size_t count = takeSource(stream, window.next(), wanted);
             window.grow(count);
             run_ -= count;
