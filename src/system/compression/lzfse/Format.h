@@ -5,6 +5,7 @@
 
 #include <array>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -146,6 +147,7 @@ static_assert(distanceValues[63].base + (1U << distanceValues[63].extraBits) - 1
 /// that many bits behind 4 * (2^bits - 1).
 constexpr std::size_t distanceSymbol(std::uint32_t distance)
 {
+    assert(distance <= reach);
     const auto extraBits = static_cast<std::uint32_t>(std::bit_width(distance + 4)) - 3;
     return 4 * extraBits + ((distance + 4) >> extraBits) - 4;
 }
