@@ -58,13 +58,9 @@ private:
 
     void writeBlock(const std::uint8_t* block)
     {
-        std::uint8_t* const encoded = framed_.next() + sizeof(CompressedHeader);
-        const int size =
-            LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block), reinterpret_cast<char*>(encoded),
-                                       static_cast<int>(gathered_), LZ4_COMPRESSBOUND(blockSize), 1);
-        const auto encodedSize = static_cast<std::uint32_t>(size);
         const auto plainSize = static_cast<std::uint32_t>(gathered_);
-        if (encodedSize < plainSize) {
+        const auto encodedSize = static_cast<std::uint32_t>(encode(block, framed_.next() + sizeof(CompressedHeader)));
+        if (encodedSize > 0) {
             framed_.append(CompressedHeader{compressedMagic, plainSize, encodedSize});
             framed_.grow(encodedSize);
         } else {
@@ -73,16 +69,45 @@ private:
         }
         blockStart_ += gathered_;
         gathered_ = 0;
-        if (plain_ && blockStart_ + blockSize > plainCapacity) {
-            LZ4_saveDict(&lz4_, reinterpret_cast<char*>(plain_.get()), reach);
-            blockStart_ = reach;
-        }
+        if (plain_ && blockStart_ + blockSize > plainCapacity)
+            blockStart_ = static_cast<std::size_t>(LZ4_saveDict(&lz4_, reinterpret_cast<char*>(plain_.get()), reach));
     }
+
+    /// The size of the block as it was encoded to `to`; 0 when that is no smaller than the block itself.
+    int encode(const std::uint8_t* block, std::uint8_t* to)
+    {
+        // Noise goes on for more than a block as a rule. Behind a block of it a glance tells whether the next is, too.
+        if (isNoise_ && tryEncode(block, to, glance) == 0)
+            return 0;
+        if (isNoise_)
+            LZ4_initStream(&lz4_, sizeof lz4_);
+        const int size = tryEncode(block, to, thorough);
+        isNoise_ = size == 0;
+        return size;
+    }
+
+    /// Leaves the stream without a history when it gives 0: after a failure liblz4 knows its state no more, and no
+    /// match is looked for in noise.
+    int tryEncode(const std::uint8_t* block, std::uint8_t* to, int acceleration)
+    {
+        const auto plainSize = static_cast<int>(gathered_);
+        const int size =
+            LZ4_compress_fast_continue(&lz4_, reinterpret_cast<const char*>(block), reinterpret_cast<char*>(to),
+                                       plainSize, plainSize - 1, acceleration);
+        if (size == 0)
+            LZ4_initStream(&lz4_, sizeof lz4_);
+        return size;
+    }
+
+    /// How many places liblz4 passes over unseen where it finds no match, to begin with.
+    static constexpr int thorough = 1;
+    static constexpr int glance = 64;
 
     LZ4_stream_t lz4_;
     std::unique_ptr<std::uint8_t[]> plain_;
     std::size_t blockStart_ = 0;
     std::size_t gathered_ = 0; ///< bytes of the block so far
+    bool isNoise_ = false;     ///< the block before did not compress
     Outgoing framed_{sizeof(CompressedHeader) + LZ4_COMPRESSBOUND(blockSize) + sizeof endMagic};
     bool ended_ = false;
 };

@@ -8,6 +8,7 @@
 #include <lz4.h>
 
 #include <initializer_list>
+#include <random>
 
 namespace vantorel::system::compression::lz4 {
 namespace {
@@ -83,6 +84,21 @@ TEST(Lz4, WhatDoesNotCompressIsStored)
 {
     const Data noise = readTestData("lzfse/noise.bin");
     EXPECT_EQ(pump(COMPRESSION_STREAM_ENCODE, COMPRESSION_LZ4, noise, 4096, 4096), Frame().stored(noise).end());
+}
+
+TEST(Lz4, BehindNoiseItCompressesAsWellAsAlone)
+{
+    std::mt19937 random(5);
+    Data plain(3 * blockSize);
+    for (std::uint8_t& byte : plain)
+        byte = static_cast<std::uint8_t>(random());
+    const Data noise = plain;
+    const Data table = readTestData("lzfse/table.tsv");
+    plain.insert(plain.end(), table.begin(), table.end());
+    const auto packed = pump(COMPRESSION_STREAM_ENCODE, COMPRESSION_LZ4, plain, 4096, 4096);
+    EXPECT_EQ(packed->size(), pump(COMPRESSION_STREAM_ENCODE, COMPRESSION_LZ4, table, 4096, 4096)->size() +
+                                  noise.size() + 3 * sizeof(StoredHeader));
+    EXPECT_EQ(expand(*packed), plain);
 }
 
 TEST(Lz4, HistoryGoesOnAcrossTheBlocksThatAreWritten)
