@@ -76,11 +76,12 @@ private:
     /// The size of the block as it was encoded to `to`; 0 when that is no smaller than the block itself.
     int encode(const std::uint8_t* block, std::uint8_t* to)
     {
-        // Noise goes on for more than a block as a rule. Behind a block of it a glance tells whether the next is, too.
-        if (isNoise_ && tryEncode(block, to, glance) == 0)
-            return 0;
-        if (isNoise_)
+        if (isNoise_) {
+            // Noise goes on for more than a block as a rule. A glance tells whether this is a block of it, too.
+            if (tryEncode(block, to, glance) == 0)
+                return 0;
             LZ4_initStream(&lz4_, sizeof lz4_);
+        }
         const int size = tryEncode(block, to, thorough);
         isNoise_ = size == 0;
         return size;
@@ -108,7 +109,7 @@ private:
     std::size_t blockStart_ = 0;
     std::size_t gathered_ = 0; ///< bytes of the block so far
     bool isNoise_ = false;     ///< the block before did not compress
-    Outgoing framed_{sizeof(CompressedHeader) + LZ4_COMPRESSBOUND(blockSize) + sizeof endMagic};
+    Outgoing framed_{sizeof(CompressedHeader) + blockSize + sizeof endMagic};
     bool ended_ = false;
 };
 
