@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/SystemReport.h"
+#include "vantorel/system/Installation.h"
 
 #include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
