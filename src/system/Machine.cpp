@@ -98,6 +98,11 @@ OpenedChannel<NvmeChannel> Machine::openNvme(std::uint64_t /*entry*/)
     return {};
 }
 
+std::optional<DriveObstacle> Machine::whyNotOpened(std::uint64_t /*entry*/)
+{
+    return std::nullopt;
+}
+
 void install(std::unique_ptr<Machine> newMachine)
 {
     auto next = std::make_shared<Connected>();
