@@ -33,4 +33,9 @@ OpenedChannel<NvmeChannel> Machine::openNvme(std::uint64_t /*entry*/)
     return {};
 }
 
+std::optional<DriveObstacle> Machine::whyNotOpened(std::uint64_t /*entry*/)
+{
+    return std::nullopt;
+}
+
 } // namespace vantorel::system

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/SystemReport.h"
-#include "vantorel/system/Installation.h"
 
 #include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
@@ -12,6 +11,7 @@
 #include "vantorel/smart/Version.h"
 #include "vantorel/system/CallGate.h"
 #include "vantorel/system/IORegistry.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/Process.h"
 #include "vantorel/system/RegistryTool.h"
 

@@ -65,11 +65,12 @@ struct AtaCommand {
 };
 
 /// How an ATA command ended. `status` is `kIOReturnSuccess`, `kIOReturnUnsupported` when the drive aborted it,
-/// `kIOReturnNotReadable`, `kIOReturnNotWritable`, `kIOReturnIOError`, `kIOReturnTimeout` or `kIOReturnNoDevice`.
+/// `kIOReturnNotReadable`, `kIOReturnNotWritable`, `kIOReturnIOError`, `kIOReturnTimeout` or `kIOReturnNoDevice`;
+/// `kIOReturnNotPermitted` for a command that the machine sends to no drive.
 struct AtaResult {
     IOReturn status = kIOReturnSuccess;
     std::size_t received = 0; ///< bytes put into `read`
-    std::uint32_t lba = 0;    ///< the 24 bits the drive left in low, mid and high
+    std::uint32_t lba = 0;    ///< the 24 bits the drive left in low, mid and high; 0 when the road to it hides them
 };
 
 /// One NVMe admin command (NVM Express Base Specification, submission queue entry).
@@ -113,12 +114,21 @@ public:
 };
 
 /// What opening a channel gives: a status, and the channel when the status is `kIOReturnSuccess`. A failure is
-/// `kIOReturnNoDevice`, `kIOReturnUnsupported` (no such channel here), `kIOReturnExclusiveAccess` or
-/// `kIOReturnNotPrivileged`.
+/// `kIOReturnNoDevice`, `kIOReturnUnsupported` (no such channel here), `kIOReturnExclusiveAccess`,
+/// `kIOReturnNotPrivileged`, `kIOReturnNotReady` (the drive sleeps, and a command would wake it) or how the first
+/// command ended that opening took.
 template <typename Channel>
 struct OpenedChannel {
     IOReturn status = kIOReturnUnsupported;
     std::unique_ptr<Channel> channel;
+};
+
+/// Why a drive could not be opened, in words for the one who asked for it.
+struct DriveObstacle {
+    /// As the opening ended. `kIOReturnNotReady`: the drive sleeps and was left asleep, which is no fault of it.
+    IOReturn status = kIOReturnError;
+    std::string reason; ///< such as "It needs CAP_SYS_RAWIO and read access to /dev/sda."; UTF-8
+    std::string remedy; ///< a command that helps, to be shown as it stands; empty when none does
 };
 
 /// Receives what a machine has to tell. Every operation may be called from any thread; what is told is taken up in the
@@ -168,6 +178,9 @@ public:
     [[nodiscard]] virtual OpenedChannel<AtaChannel> openAta(std::uint64_t entry);
     /// A channel to the controller behind the entry with this id, which declares itself "NVMe SMART Capable".
     [[nodiscard]] virtual OpenedChannel<NvmeChannel> openNvme(std::uint64_t entry);
+    /// Why the last opening of a channel to the drive behind this entry failed; absent when it did not, or when the
+    /// machine knows no more than the status.
+    [[nodiscard]] virtual std::optional<DriveObstacle> whyNotOpened(std::uint64_t entry);
 };
 
 } // namespace vantorel::system
