@@ -14,8 +14,6 @@ namespace vantorel::recorded {
 
 namespace {
 
-constexpr std::uint8_t healthLogPage = 2;
-
 void putText(Data& image, std::size_t offset, std::size_t size, std::string_view text)
 {
     std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(offset), size, std::uint8_t{' '});
@@ -39,7 +37,7 @@ RecordedDrive recordedDrive(const SavedSmart& saved, const DeviceIdentity& ident
     if (saved.kind == RecordedDrive::Kind::nvme) {
         if (!identity.model.empty() || !identity.serial.empty() || !identity.firmware.empty())
             drive.identify = controllerData(identity);
-        drive.logs.emplace(healthLogPage, saved.data);
+        drive.logs.emplace(smartLogPage, saved.data);
     } else {
         drive.data = saved.data;
         drive.thresholds = saved.thresholds;
@@ -58,13 +56,13 @@ Recording savedMachine(DataView listing, const std::string& file, std::span<cons
     for (const SavedSmart& saved : drives) {
         const auto identity = identities.find(saved.disk);
         if (identity == identities.end()) {
-            recording.faults.push_back({file, saved.disk, "no such whole disk in the listing"});
+            note(recording.faults, {file, saved.disk, "no such whole disk in the listing"});
             continue;
         }
         const bool isNvme = saved.kind == RecordedDrive::Kind::nvme;
         const auto& entry = isNvme ? identity->second.nvmeSmartEntry : identity->second.smartEntry;
         if (!entry)
-            recording.faults.push_back({file, saved.disk, "no entry above the disk says that it is SMART capable"});
+            note(recording.faults, {file, saved.disk, "no entry above the disk says that it is SMART capable"});
         else
             recording.drives.emplace(*entry, recordedDrive(saved, identity->second));
     }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "ErrorLog.h"
 #include "NvmeResult.h"
 #include "vantorel/nvme/NVMePowerStates.h"
 #include "vantorel/nvme/NVMeSmartController.h"
@@ -52,6 +53,16 @@ std::size_t errorLogEntries(const NVMeControllerData& controller)
 
 } // namespace
 
+std::optional<std::vector<NVMeErrorLogPage>> nvme::readErrorLog(const NVMeSmartInterface& smartInterface,
+                                                                const NVMeControllerData& controller)
+{
+    std::vector<NVMeErrorLogPage> entries(errorLogEntries(controller));
+    const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
+    if (smartInterface.GetLogPage(entries.data(), errorLogPage, length) != system::kIOReturnSuccess)
+        return std::nullopt;
+    return entries;
+}
+
 NVMeSmartObject NVMeSmartController::getSmartData(const Drive& /*drive*/,
                                                   system::PlugInHandle pluginInterfaceHandle) const
 {
@@ -72,13 +83,12 @@ std::vector<NVMeSmartError> NVMeSmartController::getErrorLog(system::PlugInHandl
     NVMeControllerData controller{};
     if (session.interface().GetIdentifyData(&controller, 0) != system::kIOReturnSuccess)
         throw SmartError("Unable to read identify data.");
-    std::vector<NVMeErrorLogPage> entries(errorLogEntries(controller));
-    const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
-    if (session.interface().GetLogPage(entries.data(), errorLogPage, length) != system::kIOReturnSuccess)
+    const auto entries = nvme::readErrorLog(session.interface(), controller);
+    if (!entries)
         throw SmartError("Unable to read error log.");
 
     std::vector<NVMeSmartError> errors;
-    for (const NVMeErrorLogPage& entry : entries) {
+    for (const NVMeErrorLogPage& entry : *entries) {
         if (entry.error_count != 0)
             errors.push_back({entry.error_count, entry.sqid, entry.cmdid, entry.status_field});
     }
