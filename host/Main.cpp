@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Command.h"
-#include "MachineChoice.h"
-#include "Text.h"
+#include "host/choice/MachineChoice.h"
+#include "host/views/Text.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/Version.h"
