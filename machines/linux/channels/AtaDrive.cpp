@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "AtaDrive.h"
 
+#include "vantorel/base/Bytes.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/layouts/AtaSmart.h"
 
 #include <algorithm>
 #include <numeric>
@@ -26,6 +28,7 @@ constexpr std::uint8_t enable = 0xD8;
 constexpr std::uint8_t disable = 0xD9;
 constexpr std::uint8_t returnStatus = 0xDA;
 constexpr std::uint32_t smartKey = 0xC24F00;
+constexpr std::uint32_t exceededKey = 0x2CF400;
 constexpr std::uint32_t keyMask = 0xFFFF00;
 
 constexpr std::uint8_t errorLog = 1;
@@ -58,12 +61,17 @@ DriveIdentity AtaDeclaration::identity() const
 
 bool AtaDeclaration::hasSmart() const
 {
-    return (word(83) & 0xC000U) == 0x4000U && (word(82) & 1U) != 0;
+    return isFilledIn(83) && (word(82) & 1U) != 0;
+}
+
+bool AtaDeclaration::isSmartOn() const
+{
+    return !isFilledIn(87) || (word(85) & 1U) != 0;
 }
 
 bool AtaDeclaration::declares(std::size_t index, unsigned bit) const
 {
-    return (word(index) & 0xC000U) == 0x4000U && (word(index) >> bit & 1U) != 0;
+    return isFilledIn(index) && (word(index) >> bit & 1U) != 0;
 }
 
 std::string AtaDeclaration::text(std::size_t firstWord, std::size_t words) const
@@ -107,6 +115,11 @@ IOReturn AtaDrive::identify()
         return answer.status;
     if (answer.received == bytes.size())
         declaration_ = AtaDeclaration::read(bytes);
+    if (declaration_) {
+        isOn_ = declaration_->isSmartOn();
+        hasErrorLog_ = declaration_->hasErrorLog();
+        hasSelfTest_ = declaration_->hasSelfTest();
+    }
     return declaration_ ? kIOReturnSuccess : kIOReturnUnsupported;
 }
 
@@ -120,8 +133,27 @@ AtaResult AtaDrive::execute(const AtaCommand& command)
         return {kIOReturnUnsupported, 0, 0};
     const bool wantsRegisters = command.command == smart && command.feature == returnStatus;
     const AtaAnswer answer = road_->send(command, wantsRegisters);
+    if (command.command == smart && answer.status == kIOReturnSuccess)
+        learn(command, answer);
+    if (!wantsRegisters || answer.status != kIOReturnSuccess)
+        return {answer.status, answer.received, command.lba};
     const std::uint32_t left = answer.registers ? answer.registers->lba : 0;
-    return {answer.status, answer.received, wantsRegisters ? left : command.lba};
+    const bool isTold = (left & keyMask) == smartKey || (left & keyMask) == exceededKey;
+    return {isTold ? kIOReturnSuccess : kIOReturnUnsupported, 0, left};
+}
+
+void AtaDrive::learn(const AtaCommand& command, const AtaAnswer& answer)
+{
+    constexpr unsigned selfTest = 0x10;
+    constexpr unsigned errorLogging = 0x01;
+    if (command.feature == enable || command.feature == disable)
+        isOn_ = command.feature == enable;
+    if (command.feature != readData || answer.received < sectorSize)
+        return;
+    // Not every drive that has them declares them in IDENTIFY, too.
+    const auto data = readRecord<ATASMARTData>(command.read);
+    hasSelfTest_ = hasSelfTest_ || (data->offLineDataCollectionCapability & selfTest) != 0;
+    hasErrorLog_ = hasErrorLog_ || (data->errorLoggingCapability & errorLogging) != 0;
 }
 
 bool AtaDrive::isDeclared(const AtaCommand& command)
@@ -129,6 +161,8 @@ bool AtaDrive::isDeclared(const AtaCommand& command)
     if (command.command == identifyDevice)
         return !command.read.empty();
     if (command.command != smart || (command.lba & keyMask) != smartKey || !declaration_ || !declaration_->hasSmart())
+        return false;
+    if (!isOn_ && command.feature != enable)
         return false;
     const auto low = static_cast<std::uint8_t>(command.lba);
     switch (command.feature) {
@@ -138,7 +172,7 @@ bool AtaDrive::isDeclared(const AtaCommand& command)
     case readLog:
         return !command.read.empty() && hasLog(low, command.count);
     case offLine: // the two tests that run beside everything else
-        return command.read.empty() && declaration_->hasSelfTest() && (low == 1 || low == 2);
+        return command.read.empty() && hasSelfTest_ && (low == 1 || low == 2);
     case autosave:
     case enable:
     case disable:
@@ -152,7 +186,7 @@ bool AtaDrive::isDeclared(const AtaCommand& command)
 bool AtaDrive::hasLog(std::uint8_t address, unsigned sectors)
 {
     if (address == errorLog || address == selfTestLog)
-        return sectors == 1 && (address == errorLog ? declaration_->hasErrorLog() : declaration_->hasSelfTest());
+        return sectors == 1 && (address == errorLog ? hasErrorLog_ : hasSelfTest_);
     if (!declaration_->hasLogDirectory())
         return false;
     if (address == 0)

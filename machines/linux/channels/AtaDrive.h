@@ -23,6 +23,7 @@ public:
 
     [[nodiscard]] DriveIdentity identity() const;
     [[nodiscard]] bool hasSmart() const;
+    [[nodiscard]] bool isSmartOn() const;
     [[nodiscard]] bool hasErrorLog() const { return declares(84, 0); }
     [[nodiscard]] bool hasSelfTest() const { return declares(84, 1); }
     [[nodiscard]] bool hasLogDirectory() const { return declares(84, 5); }
@@ -31,7 +32,8 @@ private:
     explicit AtaDeclaration(const std::array<std::uint8_t, size>& bytes) : bytes_(bytes) {}
 
     [[nodiscard]] unsigned word(std::size_t index) const { return bytes_[2 * index] | bytes_[2 * index + 1] << 8U; }
-    /// A bit of a word that says by its two highest bits that it is filled in.
+    /// Whether a word says by its two highest bits that it, and what belongs to it, is filled in.
+    [[nodiscard]] bool isFilledIn(std::size_t index) const { return (word(index) & 0xC000U) == 0x4000U; }
     [[nodiscard]] bool declares(std::size_t index, unsigned bit) const;
     [[nodiscard]] std::string text(std::size_t firstWord, std::size_t words) const;
 
@@ -61,10 +63,14 @@ public:
 
 private:
     [[nodiscard]] bool isDeclared(const system::AtaCommand& command);
+    void learn(const system::AtaCommand& command, const AtaAnswer& answer);
     [[nodiscard]] bool hasLog(std::uint8_t address, unsigned sectors);
 
     std::unique_ptr<AtaRoad> road_;
     std::optional<AtaDeclaration> declaration_;
+    bool isOn_ = false; ///< SMART, without which the drive aborts its commands
+    bool hasErrorLog_ = false;
+    bool hasSelfTest_ = false;
     std::optional<std::array<std::uint8_t, 512>> logDirectory_; ///< zeros when it could not be read
 };
 
