@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportDiff.h"
 
-#include "host/Command.h"
+#include "host/console/Status.h"
 #include "vantorel/ata/AttributeFormat.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/base/Text.h"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
-#include "host/views/Text.h"
+#include "host/Verbs.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/ata/DriveTableLint.h"
 #include "vantorel/base/Text.h"

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
 #include "host/choice/DriveChoice.h"
 #include "host/choice/MachineChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "host/views/DiskJson.h"
 #include "host/views/ResultView.h"
-#include "host/views/Text.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
@@ -159,7 +161,7 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     for (const Reading& reading : readings) {
         status |= reading.status;
         if (!reading.result)
-            complain(printable(reading.name), reading.error);
+            complain(reading.name, reading.error);
     }
 
     if (arguments.json) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ResultView.h"
 
-#include "Text.h"
-#include "host/Command.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/base/Text.h"
 
