@@ -65,7 +65,9 @@ struct AtaCommand {
 };
 
 /// How an ATA command ended. `status` is `kIOReturnSuccess`, `kIOReturnUnsupported` when the drive aborted it,
-/// `kIOReturnNotReadable`, `kIOReturnNotWritable`, `kIOReturnIOError`, `kIOReturnTimeout` or `kIOReturnNoDevice`.
+/// `kIOReturnNotReadable`, `kIOReturnNotWritable`, `kIOReturnIOError`, `kIOReturnTimeout` or `kIOReturnNoDevice`;
+/// `kIOReturnNotPermitted` for a command that the machine sends to no drive. SMART RETURN STATUS, which has no answer
+/// but the address, ends with `kIOReturnUnsupported` where the address cannot be had.
 struct AtaResult {
     IOReturn status = kIOReturnSuccess;
     std::size_t received = 0; ///< bytes put into `read`
@@ -113,12 +115,21 @@ public:
 };
 
 /// What opening a channel gives: a status, and the channel when the status is `kIOReturnSuccess`. A failure is
-/// `kIOReturnNoDevice`, `kIOReturnUnsupported` (no such channel here), `kIOReturnExclusiveAccess` or
-/// `kIOReturnNotPrivileged`.
+/// `kIOReturnNoDevice`, `kIOReturnUnsupported` (no such channel here), `kIOReturnExclusiveAccess`,
+/// `kIOReturnNotPrivileged`, `kIOReturnNotReady` (the drive sleeps, and a command would wake it) or how the first
+/// command ended that opening took.
 template <typename Channel>
 struct OpenedChannel {
     IOReturn status = kIOReturnUnsupported;
     std::unique_ptr<Channel> channel;
+};
+
+/// Why a drive could not be opened, in words for the one who asked for it.
+struct DriveObstacle {
+    /// As the opening ended. `kIOReturnNotReady`: the drive sleeps and was left asleep, which is no fault of it.
+    IOReturn status = kIOReturnError;
+    std::string reason; ///< such as "It needs CAP_SYS_RAWIO and read access to /dev/sda."; UTF-8
+    std::string remedy; ///< a command that helps, to be shown as it stands; empty when none does
 };
 
 /// Receives what a machine has to tell. Every operation may be called from any thread; what is told is taken up in the
@@ -168,15 +179,9 @@ public:
     [[nodiscard]] virtual OpenedChannel<AtaChannel> openAta(std::uint64_t entry);
     /// A channel to the controller behind the entry with this id, which declares itself "NVMe SMART Capable".
     [[nodiscard]] virtual OpenedChannel<NvmeChannel> openNvme(std::uint64_t entry);
+    /// Why the last opening of a channel to the drive behind this entry failed; absent when it did not, or when the
+    /// machine knows no more than the status.
+    [[nodiscard]] virtual std::optional<DriveObstacle> whyNotOpened(std::uint64_t entry);
 };
-
-/// Makes `newMachine` the computer that the library looks at, and takes up all it has to tell before returning, unless
-/// a disk session is scheduled already. A host calls it once, before it first uses the library; until then the machine
-/// is empty. A machine installed later takes the place of the one before, whose entries go away like any others.
-/// From then on the tool that lists the registry is there too; see `registryToolPath`.
-void install(std::unique_ptr<Machine> newMachine);
-
-/// The installed machine, or an empty one. Never null; shared so that a question outlives a replacement.
-[[nodiscard]] std::shared_ptr<Machine> machine();
 
 } // namespace vantorel::system
