@@ -50,7 +50,7 @@ NVMeSmartObject SmartController::getNVMeSmartData(const Drive& drive) const
 std::optional<bool> SmartController::isFailing(const Drive& drive) const
 {
     try {
-        return ataSmartController_.isFailing(openPlugIn(drive, kIOATASMARTUserClientTypeID));
+        return ataSmartController_.isFailing(openPlugIn(getSmartService(drive), kIOATASMARTUserClientTypeID));
     } catch (const SmartError&) {
         return std::nullopt;
     }
