@@ -189,19 +189,22 @@ void ReportReader::readNotes(PropertyTable& root)
         const bool isOfListing = !note.holds("drive");
         ReportDrive* const drive = driveOf(note);
         std::optional<bool> opened;
+        std::optional<bool> asleep;
         std::optional<std::string> error;
         note.take("opened", opened);
+        note.take("asleep", asleep);
         note.take("error", error);
         if (isOfListing)
             listingFailure_ = error.value_or("");
         else if (drive)
-            drive->failure = ReportedFailure{opened.value_or(false), error.value_or("")};
+            drive->failure = ReportedFailure{opened.value_or(false), asleep.value_or(false), error.value_or("")};
     });
     eachTable(fields, "readings", unknownKeys_, [&](Fields& note) {
         ReportDrive nobody;
         ReportDrive* const known = driveOf(note);
         ReportDrive& drive = known ? *known : nobody;
         note.take("identify", drive.identify);
+        note.take("failing", drive.failing);
         note.take("errorLog", drive.errorLog);
     });
 }

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/SystemReport.h"
 
-#include "NvmeReadings.h"
 #include "Origin.h"
+#include "Readings.h"
 #include "RegistryDump.h"
 #include "Volumes.h"
-#include "smart/SmartService.h"
 #include "vantorel/disks/Vantorel.h"
-#include "vantorel/smart/SmartController.h"
+#include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/records/RecordJson.h"
 #include "vantorel/system/Bundle.h"
 #include "vantorel/system/IORegistry.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/KeyedArchiver.h"
 
 #include <exception>
@@ -30,14 +30,6 @@ std::optional<std::string> libraryVersion()
     const auto bundle = system::Bundle::bundleWithIdentifier(system::libraryBundleIdentifier);
     const system::PropertyTableRef info = bundle ? bundle->infoDictionary() : nullptr;
     return info ? info->get<std::string>(system::CFBundleShortVersionString) : std::nullopt;
-}
-
-SmartObject readSmart(const Drive& drive)
-{
-    const SmartController& controller = SmartController::shared();
-    if (drive.interface() == Disk::DriveInterface::nvme)
-        return controller.getNVMeSmartData(drive);
-    return controller.getATASmartData(drive);
 }
 
 PropertyTable identity(const Drive& drive)
@@ -67,20 +59,22 @@ public:
     /// The drive's result; absent when it cannot be read, which is no error for one without SMART.
     std::optional<SmartObject> read(const Drive& drive, std::size_t number)
     {
-        try {
-            SmartObject result = readSmart(drive);
-            if (result.as<NVMeSmartObject>())
-                note(readings, number, report::nvmeReadings(drive));
-            return result;
-        } catch (const SmartError& error) {
-            if (!getSmartService(drive))
-                return std::nullopt;
-            if (options_.onUnread)
-                options_.onUnread(drive, error);
-            const bool wasOpened = dynamic_cast<const SmartOpenError*>(&error) == nullptr;
-            note(errors, number, {{"opened", wasOpened}, {"error", error.errorDescription()}});
+        const ReadableDrive readable = ReadableDrive::of(drive);
+        if (readable.service == 0)
             return std::nullopt;
+        try {
+            DriveReading reading = options_.read ? options_.read(drive) : readDrive(readable);
+            note(readings, number, report::furtherReadings(readable, reading));
+            return std::move(reading.result);
+        } catch (const SmartOpenError& error) {
+            const auto obstacle = system::machine()->whyNotOpened(readable.service);
+            note(errors, number, {{"opened", false},
+                                  {"asleep", obstacle && obstacle->status == system::kIOReturnNotReady},
+                                  {"error", obstacle ? obstacle->reason : error.errorDescription()}});
+        } catch (const SmartError& error) {
+            note(errors, number, {{"opened", true}, {"error", error.errorDescription()}});
         }
+        return std::nullopt;
     }
 
     PropertyArray readings;
@@ -125,10 +119,7 @@ void SystemReport::generate(Completion onComplete, SystemReportOptions options)
 
     DriveReader reader(options);
     PropertyArray drives;
-    const std::vector<std::shared_ptr<Drive>> present = Vantorel::shared().drives();
-    for (const std::shared_ptr<Drive>& drive : present) {
-        if (options.onDrive)
-            options.onDrive(*drive, drives.size(), present.size());
+    for (const std::shared_ptr<Drive>& drive : Vantorel::shared().drives()) {
         PropertyTable map = identity(*drive);
         if (const std::optional<SmartObject> result = reader.read(*drive, drives.size())) {
             map.emplace("smartData", result->rawData());

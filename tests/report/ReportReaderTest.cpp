@@ -113,9 +113,9 @@ TEST(ReportReader, GivesWhatStandsBesideTheDrives)
                                                   {"writable", false},
                                                   {"owner", "me"}},
                                     PropertyTable{}};
-    root["readings"] = PropertyArray{PropertyTable{{"drive", 1}, {"identify", Data{1}}, {"errorLog", Data{2}}},
+    root["readings"] = PropertyArray{PropertyTable{{"drive", 1}, {"identify", Data{1}}, {"errorLog", Data{2}}, {"failing", true}},
                                      PropertyTable{{"drive", 2}, {"identify", Data{3}}}};
-    root["errors"] = PropertyArray{PropertyTable{{"drive", 1}, {"opened", true}, {"error", "one"}},
+    root["errors"] = PropertyArray{PropertyTable{{"drive", 1}, {"opened", true}, {"asleep", true}, {"error", "one"}},
                                    PropertyTable{{"drive", 2}, {"error", "nobody's"}}, PropertyTable{{"error", "all"}}};
     const ReportReader reader = open(root);
     EXPECT_EQ(reader.origin(), (ReportOrigin{"2026-01-31T23:59:59Z", "Linux", "6.1", "arm64", "1.2.3", "T 7"}));
@@ -125,7 +125,8 @@ TEST(ReportReader, GivesWhatStandsBesideTheDrives)
                                      ReportVolume()));
     EXPECT_EQ(reader.drives()[1].identify, Data{1});
     EXPECT_EQ(reader.drives()[1].errorLog, Data{2});
-    EXPECT_EQ(reader.drives()[1].failure, (ReportedFailure{true, "one"}));
+    EXPECT_EQ(reader.drives()[1].failing, true);
+    EXPECT_EQ(reader.drives()[1].failure, (ReportedFailure{true, true, "one"}));
     EXPECT_EQ(reader.listingFailure(), "all");
     EXPECT_THAT(reader.unknownKeys(), testing::ElementsAre("volumes[0].owner", "host.name", "tool.colour"));
     EXPECT_EQ(open(report()).origin(), ReportOrigin());

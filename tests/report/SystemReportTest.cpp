@@ -69,6 +69,8 @@ protected:
                                       {{"SMART Capable", true}});
         tree.media(sata, "disk0", "WDC Media");
         RecordedDrive ata;
+        ata.identify = Data(512, 3);
+        ata.exceeded = true;
         ata.data = test::readTestData("ata/wd-aaks/data.bin");
         ata.thresholds = test::readTestData("ata/wd-aaks/thresholds.bin");
         recording.drives.emplace(sata - 1, ata);
@@ -184,35 +186,51 @@ TEST_F(SystemReportTest, TellsBesideTheDrivesWhereItWasMadeAndWhatIsMounted)
         << "no volume without its disk";
 }
 
-TEST_F(SystemReportTest, TellsEachDriveBeforeItIsReadAndWhatCouldNotBe)
+TEST_F(SystemReportTest, TellsWhatCouldNotBeReadAndWhatDrivesSayBesideTheirHealth)
 {
     installMachine();
-    std::string told;
-    std::optional<Data> bytes;
-    SystemReportOptions options;
-    options.onDrive = [&](const Drive& drive, std::size_t number, std::size_t count) {
-        told += *drive.bsdName() + " " + std::to_string(number) + "/" + std::to_string(count) + ", ";
-    };
-    options.onUnread = [&](const Drive& drive, const SmartError& error) {
-        told += "not " + *drive.bsdName() + ": " + error.what() + ", ";
-    };
-    options.onFault = [&](const std::string& why) { told += why; };
-    SystemReport::generate([&](std::optional<Data> report) { bytes = std::move(report); }, options);
-    pumpUntil([&] { return bytes.has_value(); });
-    EXPECT_EQ(told, "disk0 0/6, disk1 1/6, disk2 2/6, disk3 3/6, disk4 4/6, "
-                    "not disk4: Unable to get data tresholds., disk5 5/6, "
-                    "not disk5: Unable to create S.M.A.R.T plugin interface., ");
-
-    const ReportReader reader(bytes.value());
+    const ReportReader reader(report().value());
     const auto failure = [&](std::size_t drive) { return reader.drives()[drive].failure; };
-    EXPECT_EQ(failure(4), (ReportedFailure{true, "Unable to get data tresholds."}));
-    EXPECT_EQ(failure(5), (ReportedFailure{false, "Unable to create S.M.A.R.T plugin interface."}));
+    EXPECT_EQ(failure(4), (ReportedFailure{true, false, "Unable to get data tresholds."}));
+    EXPECT_EQ(failure(5), (ReportedFailure{false, false, "Unable to create S.M.A.R.T plugin interface."}));
     EXPECT_EQ(failure(2), std::nullopt) << "it has no SMART";
     EXPECT_EQ(failure(0), std::nullopt);
-    EXPECT_EQ(reader.drives()[1].identify, test::readTestData("nvme/identify.bin"));
-    EXPECT_EQ(reader.drives()[1].errorLog, Data(64, 7)) << "as many entries as the controller keeps";
-    EXPECT_FALSE(reader.drives()[0].identify || reader.drives()[0].errorLog);
     EXPECT_EQ(reader.listingFailure(), "");
+
+    const ReportDrive& sata = reader.drives()[0];
+    EXPECT_EQ(sata.identify, Data(512, 3));
+    EXPECT_EQ(sata.failing, true);
+    EXPECT_FALSE(sata.errorLog);
+    const ReportDrive& nvme = reader.drives()[1];
+    EXPECT_EQ(nvme.identify, test::readTestData("nvme/identify.bin"));
+    EXPECT_EQ(nvme.errorLog, Data(64, 7)) << "as many entries as the controller keeps";
+    EXPECT_EQ(nvme.failing, std::nullopt);
+}
+
+TEST_F(SystemReportTest, TakesTheReadingsOfItsHost)
+{
+    test::DiskTree tree;
+    tree.media(tree.driver("AppleAHCI", "One", {}, {{"SMART Capable", true}}), "disk0", "One");
+    tree.media(tree.driver("AppleAHCI", "Two", {}, {}), "disk1", "Two");
+    tree.media(tree.driver("AppleAHCI", "Three", {}, {{"SMART Capable", true}}), "disk2", "Three");
+    load(std::move(tree)).obstacle = {{system::kIOReturnNotReady, "It sleeps.", ""}};
+    std::optional<Data> bytes;
+    SystemReportOptions options;
+    options.read = [](const Drive& drive) {
+        if (drive.bsdName() == "disk2")
+            throw SmartOpenError("not told");
+        ATASmartObject result;
+        result.rawData = Data(512, 9);
+        return DriveReading{result, Data(4, 4), false};
+    };
+    SystemReport::generate([&](std::optional<Data> report) { bytes = std::move(report); }, options);
+    pumpUntil([&] { return bytes.has_value(); });
+    const ReportReader reader(bytes.value());
+    EXPECT_EQ(reader.drives()[0].smartData, Data(512, 9));
+    EXPECT_EQ(reader.drives()[0].identify, Data(4, 4));
+    EXPECT_EQ(reader.drives()[0].failing, false);
+    EXPECT_FALSE(reader.drives()[1].smartData) << "no SMART, not read";
+    EXPECT_EQ(reader.drives()[2].failure, (ReportedFailure{false, true, "It sleeps."}));
 }
 
 TEST_F(SystemReportTest, AListingThatTakesTooLongIsLeftOutAndTold)

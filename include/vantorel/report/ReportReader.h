@@ -22,6 +22,7 @@ public:
 /// Why the SMART data of a drive are not in a report.
 struct ReportedFailure {
     bool opened = false; ///< whether the drive was sent a command at all
+    bool asleep = false; ///< it slept and was left asleep, which is no fault of it
     std::string error;
 
     bool operator==(const ReportedFailure&) const = default;
@@ -40,7 +41,8 @@ struct ReportDrive {
     std::optional<Data> thresholdsData;          ///< the ATA thresholds sector
     std::optional<PropertyTable> processedSmart; ///< the values as they were shown when the report was made
     std::optional<ReportedFailure> failure;      ///< of a drive that has SMART and could not be read
-    std::optional<Data> identify;                ///< NVMe: the controller's identify data
+    std::optional<Data> identify;                ///< IDENTIFY DEVICE or Identify Controller data
+    std::optional<bool> failing;                 ///< ATA: as the drive judges itself
     std::optional<Data> errorLog;                ///< NVMe: log page 1
 
     bool operator==(const ReportDrive&) const = default;

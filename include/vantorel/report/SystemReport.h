@@ -4,7 +4,7 @@
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
 #include "vantorel/disks/Drive.h"
-#include "vantorel/smart/records/SmartError.h"
+#include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/records/SmartObject.h"
 #include "vantorel/system/DispatchQueue.h"
 
@@ -17,12 +17,11 @@
 
 namespace vantorel {
 
-/// What a host wants to hear of a report while it is made, and what it may cost. A function that is empty is not called.
+/// What a host may have to say to the making of a report. A function that is empty is not called.
 struct SystemReportOptions {
-    /// Before each drive is read: the drive, its number from 0 on and how many there are. On the caller's thread.
-    std::function<void(const Drive& drive, std::size_t number, std::size_t count)> onDrive;
-    /// A drive that has SMART could not be read. On the caller's thread.
-    std::function<void(const Drive& drive, const SmartError& error)> onUnread;
+    /// Reads a drive that has SMART, in the place of `readDrive`: for a host that has read all of them side by side, or
+    /// tells of each. Called on the caller's thread in the order of the drives; throws `SmartError` as `readDrive` does.
+    std::function<DriveReading(const Drive& drive)> read;
     /// Before the completion: why there is no report, or no listing of the registry in it. On the main queue, or before
     /// `generate` returns.
     std::function<void(const std::string& why)> onFault;
@@ -33,7 +32,7 @@ struct SystemReportOptions {
 /// The state of the machine's storage as one buffer, a keyed archive of one table: the library's "version", the
 /// "drives" with their identity and their SMART data, raw and processed, and "ioreg", a gzip-compressed listing of the
 /// I/O registry; and what helps to understand them later: when, where and by what the report was made, the volumes, why
-/// drives could not be read, and what NVMe controllers tell beside their health. The format: docs/formats/report.md.
+/// drives could not be read, and what drives told beside their health. The format: docs/formats/report.md.
 /// `ReportReader` opens it on any computer. Nothing is kept from one report to the next.
 class SystemReport {
 public:
