@@ -40,7 +40,10 @@ public:
     {
         return at(key).value<bool>("neither true nor false");
     }
-    [[nodiscard]] std::optional<double> number(std::string_view key) const { return at(key).value<double>("no number"); }
+    [[nodiscard]] std::optional<double> number(std::string_view key) const
+    {
+        return at(key).value<double>("no number");
+    }
     [[nodiscard]] std::optional<std::uint64_t> count(std::string_view key) const { return at(key).count(); }
 
     /// The text here, or the digits of the integer here; else empty.

@@ -107,7 +107,8 @@ private:
     {
         const auto address = static_cast<std::uint8_t>(command.lba & 0xFFU);
         const auto log = drive_->logs.find(address);
-        return answer(logCommand(RecordedDrive::Kind::ata, address), log == drive_->logs.end() ? nullptr : &log->second, command);
+        return answer(logCommand(RecordedDrive::Kind::ata, address), log == drive_->logs.end() ? nullptr : &log->second,
+                      command);
     }
 
     std::shared_ptr<const RecordedDrive> drive_;

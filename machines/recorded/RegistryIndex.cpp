@@ -16,9 +16,9 @@ void RegistryIndex::add(std::span<const RegistryEntry> entries)
         const auto isCapable = [&](RecordedDrive::Kind kind) {
             return entry.properties.get<bool>(capabilityKey(kind)) == true;
         };
-        entries_.insert_or_assign(entry.id, Known{entry.parents.empty() ? 0 : entry.parents.front(),
-                                                  isCapable(RecordedDrive::Kind::ata),
-                                                  isCapable(RecordedDrive::Kind::nvme)});
+        entries_.insert_or_assign(entry.id,
+                                  Known{entry.parents.empty() ? 0 : entry.parents.front(),
+                                        isCapable(RecordedDrive::Kind::ata), isCapable(RecordedDrive::Kind::nvme)});
     }
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace vantorel::recorded {
@@ -20,9 +21,11 @@ void putText(Data& image, std::size_t offset, std::size_t size, std::string_view
     std::ranges::copy(text.substr(0, size), image.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
-/// Controller data with nothing in them but the identity.
-Data controllerData(const DeviceIdentity& identity)
+/// Controller data with nothing in them but the identity; absent where there is none.
+std::optional<Data> controllerData(const DeviceIdentity& identity)
 {
+    if (identity.model.empty() && identity.serial.empty() && identity.firmware.empty())
+        return std::nullopt;
     Data image(sizeof(NVMeControllerData));
     putText(image, offsetof(NVMeControllerData, sn), sizeof(NVMeControllerData::sn), identity.serial);
     putText(image, offsetof(NVMeControllerData, mn), sizeof(NVMeControllerData::mn), identity.model);
@@ -34,14 +37,20 @@ RecordedDrive recordedDrive(const SavedSmart& saved, const DeviceIdentity& ident
 {
     RecordedDrive drive;
     drive.kind = saved.kind;
+    drive.identify = saved.identify;
     if (saved.kind == RecordedDrive::Kind::nvme) {
-        if (!identity.model.empty() || !identity.serial.empty() || !identity.firmware.empty())
+        if (!drive.identify)
             drive.identify = controllerData(identity);
-        drive.logs.emplace(smartLogPage, saved.data);
+        if (saved.data)
+            drive.logs.emplace(smartLogPage, *saved.data);
+        if (saved.errorLog)
+            drive.logs.emplace(errorLogPage, *saved.errorLog);
     } else {
         drive.data = saved.data;
         drive.thresholds = saved.thresholds;
-        drive.failures.emplace("status", system::kIOReturnUnsupported); // not to be taken for a good verdict
+        drive.exceeded = saved.failing.value_or(false);
+        if (!saved.failing)
+            drive.failures.emplace("status", system::kIOReturnUnsupported); // not to be taken for a good verdict
     }
     return drive;
 }

@@ -29,9 +29,9 @@ void tellOrigin(PropertyTable& root, std::string_view version)
     root.emplace("created", now());
     utsname system{};
     if (uname(&system) == 0)
-        root.emplace("host", PropertyTable{{"system", system.sysname},
-                                           {"kernel", system.release},
-                                           {"architecture", system.machine}});
+        root.emplace(
+            "host",
+            PropertyTable{{"system", system.sysname}, {"kernel", system.release}, {"architecture", system.machine}});
     root.emplace("tool", PropertyTable{{"version", version}, {"table", builtin_knowndrives[0].modelfamily}});
 }
 

@@ -68,9 +68,10 @@ public:
             return std::move(reading.result);
         } catch (const SmartOpenError& error) {
             const auto obstacle = system::machine()->whyNotOpened(readable.service);
-            note(errors, number, {{"opened", false},
-                                  {"asleep", obstacle && obstacle->status == system::kIOReturnNotReady},
-                                  {"error", obstacle ? obstacle->reason : error.errorDescription()}});
+            note(errors, number,
+                 {{"opened", false},
+                  {"asleep", obstacle && obstacle->status == system::kIOReturnNotReady},
+                  {"error", obstacle ? obstacle->reason : error.errorDescription()}});
         } catch (const SmartError& error) {
             note(errors, number, {{"opened", true}, {"error", error.errorDescription()}});
         }

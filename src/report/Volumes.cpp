@@ -26,8 +26,7 @@ Tables mountedVolumes()
     Tables tables;
     std::unordered_map<std::string, std::size_t> places;
     for (const std::string& path : paths.value_or(std::vector<std::string>())) {
-        const system::DADiskRef disk =
-            system::DADiskCreateFromVolumePath(system::kCFAllocatorDefault, session, path);
+        const system::DADiskRef disk = system::DADiskCreateFromVolumePath(system::kCFAllocatorDefault, session, path);
         const auto name = disk ? system::DADiskGetBSDName(disk) : std::nullopt;
         if (!name)
             continue; // of the network, or gone by now
@@ -48,8 +47,7 @@ Tables mountedVolumes()
 /// Adds what the disk's description tells of its volume; nothing when there is none on it.
 void describe(const PropertyTable& description, PropertyTable& table)
 {
-    constexpr std::pair<std::string_view, const char*> keys[] = {
-        {"DAVolumeKind", "kind"}, {"DAVolumeName", "name"}};
+    constexpr std::pair<std::string_view, const char*> keys[] = {{"DAVolumeKind", "kind"}, {"DAVolumeName", "name"}};
     for (const auto& [key, ours] : keys) {
         if (const PropertyValue* const value = description.lookUp(key))
             table.emplace(ours, *value);

@@ -143,8 +143,7 @@ TEST(Recording, NamesThePlaceOfEveryFault)
         faultsOf(
             R"({"volumes": [{"kind": "hfs"}, {"disk": "disk0", "uuid": "x", "mountPoint": "a", "size": 1, "free": 2, "name": 5}], "oops": 1})"),
         ElementsAre("machine.json: oops: nothing of this name is known here",
-                    "machine.json: volumes[0]: a volume without \"disk\"",
-                    "machine.json: volumes[1].name: no text",
+                    "machine.json: volumes[0]: a volume without \"disk\"", "machine.json: volumes[1].name: no text",
                     "machine.json: volumes[1].uuid: no UUID", "machine.json: volumes[1].mountPoint: no absolute path",
                     "machine.json: volumes[1].free: more than \"size\""));
     EXPECT_THAT(faultsOf(R"({"drives": [{"disk": "disk7", "ata": {}}, {"disk": "disk0", "nvme": {}}, {"disk": "disk0"},

@@ -113,16 +113,17 @@ TEST(ReportReader, GivesWhatStandsBesideTheDrives)
                                                   {"writable", false},
                                                   {"owner", "me"}},
                                     PropertyTable{}};
-    root["readings"] = PropertyArray{PropertyTable{{"drive", 1}, {"identify", Data{1}}, {"errorLog", Data{2}}, {"failing", true}},
-                                     PropertyTable{{"drive", 2}, {"identify", Data{3}}}};
+    root["readings"] =
+        PropertyArray{PropertyTable{{"drive", 1}, {"identify", Data{1}}, {"errorLog", Data{2}}, {"failing", true}},
+                      PropertyTable{{"drive", 2}, {"identify", Data{3}}}};
     root["errors"] = PropertyArray{PropertyTable{{"drive", 1}, {"opened", true}, {"asleep", true}, {"error", "one"}},
                                    PropertyTable{{"drive", 2}, {"error", "nobody's"}}, PropertyTable{{"error", "all"}}};
     const ReportReader reader = open(root);
     EXPECT_EQ(reader.origin(), (ReportOrigin{"2026-01-31T23:59:59Z", "Linux", "6.1", "arm64", "1.2.3", "T 7"}));
     EXPECT_THAT(reader.volumes(),
-                testing::ElementsAre(ReportVolume{"disk1s1", "apfs", "HD", "U", true, {"/", "/b"},
-                                                  std::uint64_t{1} << 63, 2, false},
-                                     ReportVolume()));
+                testing::ElementsAre(
+                    ReportVolume{"disk1s1", "apfs", "HD", "U", true, {"/", "/b"}, std::uint64_t{1} << 63, 2, false},
+                    ReportVolume()));
     EXPECT_EQ(reader.drives()[1].identify, Data{1});
     EXPECT_EQ(reader.drives()[1].errorLog, Data{2});
     EXPECT_EQ(reader.drives()[1].failing, true);
@@ -158,8 +159,10 @@ TEST(ReportReader, SaysWhichValueIsWrong)
         {changedDrive("processedSmart", PropertyArray{}), R"(the report's "drives[0].processedSmart" is not a table)"},
         {changed("created", 5), R"(the report's "created" is not a text)"},
         {changed("host", PropertyTable{{"kernel", 6}}), R"(the report's "host.kernel" is not a text)"},
-        {changed("errors", PropertyArray{PropertyTable{{"drive", -1}}}), R"(the report's "errors[0].drive" is not a co)"},
-        {changed("volumes", PropertyArray{PropertyTable{{"writable", 1}}}), R"("volumes[0].writable" is not a truth v)"},
+        {changed("errors", PropertyArray{PropertyTable{{"drive", -1}}}),
+         R"(the report's "errors[0].drive" is not a co)"},
+        {changed("volumes", PropertyArray{PropertyTable{{"writable", 1}}}),
+         R"("volumes[0].writable" is not a truth v)"},
         {changed("ioreg", Data{}), "gzip data cut short"},
         {changed("ioreg", Data(registry.begin(), registry.end() - 1)), "gzip data cut short"},
         {changed("ioreg", damaged), "damaged gzip data"},

@@ -95,10 +95,9 @@ protected:
         tree.media(shut, "disk5", "Shut Media");
         ata.failures.emplace("open", system::kIOReturnNotPrivileged);
         recording.drives.emplace(shut - 1, ata);
-        recording.volumes = {
-            {"disk2", {.kind = "msdos", .name = "STICK", .mountable = true}, 0, 0, true},
-            {"disk3", {.mountPoints = {"/", "/Volumes/HD"}}, 900, 70, false},
-            {"disk9", {.kind = "hfs", .mountPoints = {"/gone"}}, 1, 1, true}};
+        recording.volumes = {{"disk2", {.kind = "msdos", .name = "STICK", .mountable = true}, 0, 0, true},
+                             {"disk3", {.mountPoints = {"/", "/Volumes/HD"}}, 900, 70, false},
+                             {"disk9", {.kind = "hfs", .mountPoints = {"/gone"}}, 1, 1, true}};
         recording.entries = std::move(tree.entries);
         system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), recorded::Playback::byHand));
         settle();
@@ -180,8 +179,12 @@ TEST_F(SystemReportTest, TellsBesideTheDrivesWhereItWasMadeAndWhatIsMounted)
     EXPECT_FALSE(reader.origin().kernel.value().empty() || reader.origin().architecture.value().empty());
 
     EXPECT_THAT(reader.volumes(),
-                ElementsAre(ReportVolume{.disk = "disk3", .mountable = false, .mountPoints = {"/", "/Volumes/HD"},
-                                         .size = 900, .free = 70, .writable = false},
+                ElementsAre(ReportVolume{.disk = "disk3",
+                                         .mountable = false,
+                                         .mountPoints = {"/", "/Volumes/HD"},
+                                         .size = 900,
+                                         .free = 70,
+                                         .writable = false},
                             ReportVolume{.disk = "disk2", .kind = "msdos", .name = "STICK", .mountable = true}))
         << "no volume without its disk";
 }
@@ -212,8 +215,9 @@ TEST_F(SystemReportTest, TakesTheReadingsOfItsHost)
     test::DiskTree tree;
     tree.media(tree.driver("AppleAHCI", "One", {}, {{"SMART Capable", true}}), "disk0", "One");
     tree.media(tree.driver("AppleAHCI", "Two", {}, {}), "disk1", "Two");
-    tree.media(tree.driver("AppleAHCI", "Three", {}, {{"SMART Capable", true}}), "disk2", "Three");
-    load(std::move(tree)).obstacle = {{system::kIOReturnNotReady, "It sleeps.", ""}};
+    const auto three = tree.driver("AppleAHCI", "Three", {}, {{"SMART Capable", true}});
+    tree.media(three, "disk2", "Three");
+    load(std::move(tree)).obstacles[three - 1] = {system::kIOReturnNotReady, "It sleeps.", ""};
     std::optional<Data> bytes;
     SystemReportOptions options;
     options.read = [](const Drive& drive) {
@@ -303,6 +307,13 @@ TEST_F(SystemReportTest, AnEmptyListingIsAnEmptyGzipStreamAndAMissingToolNoRepor
 
     system::provideTool(system::registryToolPath, nullptr);
     EXPECT_EQ(report(), std::nullopt);
+    std::string fault;
+    bool isDone = false;
+    SystemReportOptions options;
+    options.onFault = [&](const std::string& why) { fault = why; };
+    SystemReport::generate([&](const std::optional<Data>&) { isDone = true; }, options);
+    pumpUntil([&] { return isDone; });
+    EXPECT_EQ(fault, "/usr/sbin/ioreg: No such file or directory");
 }
 
 std::size_t count(const char* folder)
