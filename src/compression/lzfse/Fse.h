@@ -103,7 +103,7 @@ private:
 /// Reads bits downwards from the highest of the last byte, the reverse of how they were written.
 class BackwardBitReader {
 public:
-    /// 8 bytes on both sides of the payload must be readable; what they hold is of no weight.
+    /// 8 bytes before the payload and one behind it must be readable; what they hold is of no weight.
     explicit BackwardBitReader(DataView payload)
         : start_(payload.data()), left_(8 * static_cast<std::ptrdiff_t>(payload.size()))
     {}
@@ -113,17 +113,17 @@ public:
     {
         if (overrun())
             return false;
-        bits_ = load64(start_ + left_ / 8 - 7);
-        count_ = 56 + static_cast<unsigned>(left_ % 8);
+        bits_ = load64(start_ + left_ / 8 - 7) << (8 - left_ % 8);
         return true;
     }
 
-    /// The next `count` bits, the first read on top.
+    /// The next `count` bits, fewer than 64, the first read on top.
     [[nodiscard]] std::uint32_t pull(unsigned count)
     {
-        count_ -= count;
+        const auto pulled = static_cast<std::uint32_t>(bits_ >> 1 >> (63 - count));
+        bits_ <<= count;
         left_ -= count;
-        return static_cast<std::uint32_t>(bits_ >> count_ & ((std::uint64_t{1} << count) - 1));
+        return pulled;
     }
 
     /// Whether bits were pulled from before the payload.
@@ -132,8 +132,7 @@ public:
 private:
     const std::uint8_t* start_;
     std::ptrdiff_t left_;    ///< bits of the payload not pulled
-    std::uint64_t bits_ = 0; ///< of which the lowest `count_` are not pulled
-    unsigned count_ = 0;
+    std::uint64_t bits_ = 0; ///< the next of them, from the highest downwards
 };
 
 } // namespace vantorel::system::compression::lzfse

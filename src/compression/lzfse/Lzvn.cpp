@@ -8,98 +8,71 @@ namespace vantorel::system::compression::lzfse {
 
 namespace {
 
-enum class Form : std::uint8_t {
-    shortDistance,    ///< LLMMMDDD DDDDDDDD, the distance's high bits 0 to 5
-    longDistance,     ///< LLMMM111 and two bytes of distance
-    mediumDistance,   ///< 101LLMMM and two bytes: 14 bits of distance above 2 of length
-    previousDistance, ///< LLMMM110
-    literals,         ///< 1110LLLL
-    manyLiterals,     ///< 11100000 and a byte
-    match,            ///< 1111MMMM, previous distance
-    longMatch,        ///< 11110000 and a byte, previous distance
-    nothing,
-    end, ///< 00000110 and seven zero bytes
-    undefined,
-};
-
-/// What the first byte of an opcode tells.
-constexpr Form formOf(std::uint8_t first)
-{
-    if (first >= 0xf0)
-        return first == 0xf0 ? Form::longMatch : Form::match;
-    if (first >= 0xe0)
-        return first == 0xe0 ? Form::manyLiterals : Form::literals;
-    if (first >= 0xd0 || (first >= 0x70 && first < 0x80))
-        return Form::undefined;
-    if (first >= 0xa0 && first < 0xc0)
-        return Form::mediumDistance;
-    if ((first & 7) == 7)
-        return Form::longDistance;
-    if ((first & 7) != 6)
-        return Form::shortDistance;
-    if (first >= 0x40)
-        return Form::previousDistance;
-    if (first == 0x06)
-        return Form::end;
-    return first == 0x0e || first == 0x16 ? Form::nothing : Form::undefined;
-}
-
-constexpr std::array<Form, 256> forms = [] {
-    std::array<Form, 256> table{};
-    for (std::size_t first = 0; first < table.size(); ++first)
-        table[first] = formOf(static_cast<std::uint8_t>(first));
-    return table;
-}();
-
 constexpr std::array<std::uint8_t, 8> endOpcode = {0x06};
 
 /// The most bytes an opcode has with its literals.
 constexpr std::size_t longestOpcode = 2 + 271;
 
-constexpr std::uint32_t manyBase = 16; ///< added to the byte of the forms with many literals or a long match
+constexpr std::uint8_t manyBase = 16; ///< added to the byte of the forms with many literals or a long match
 constexpr std::uint32_t mostMany = manyBase + 255;
-constexpr std::uint32_t shortestMatch = 3; ///< added to the length field of the forms that have a distance
+constexpr std::uint8_t shortestMatch = 3; ///< added to the length field of the forms that have a distance
 
+/// What the first byte of an opcode tells. Each of the three numbers is what stands here and some bits of the pair of
+/// bytes that follows.
 struct Opcode {
-    std::size_t size = 1; ///< without the literals
-    std::uint32_t literals = 0;
-    std::uint32_t length = 0;
-    std::uint32_t distance = 0; ///< 0: as before
+    std::uint8_t size = 0; ///< without the literals; 0: there is no such opcode
+    std::uint8_t literals = 0;
+    std::uint8_t literalsMask = 0;
+    std::uint8_t length = 0;
+    std::uint8_t lengthMask = 0;
+    std::uint8_t distanceShift = 0;
+    std::uint16_t distance = 0;
+    std::uint16_t distanceMask = 0; ///< 0: the distance is that of the match before
 };
 
-/// Reads an opcode that is none of end, nothing and undefined. `bytes` has at least 3.
-Opcode readOpcode(Form form, const std::uint8_t* bytes)
+constexpr Opcode opcodeOf(std::uint8_t first)
 {
-    const std::uint32_t first = bytes[0];
-    const std::uint32_t second = bytes[1];
-    const std::uint32_t pair = second | static_cast<std::uint32_t>(bytes[2]) << 8;
-    const std::uint32_t literals = first >> 6;
-    const std::uint32_t length = (first >> 3 & 7) + shortestMatch;
-    switch (form) {
-    case Form::shortDistance:
-        return {2, literals, length, (first & 7) << 8 | second};
-    case Form::longDistance:
-        return {3, literals, length, pair};
-    case Form::mediumDistance:
-        return {3, first >> 3 & 3, ((first & 7) << 2 | (pair & 3)) + shortestMatch, pair >> 2};
-    case Form::previousDistance:
-        return {1, literals, length, 0};
-    case Form::literals:
-        return {1, first & 15, 0, 0};
-    case Form::manyLiterals:
-        return {2, second + manyBase, 0, 0};
-    case Form::match:
-        return {1, 0, first & 15, 0};
-    default: // longMatch
-        return {2, 0, second + manyBase, 0};
-    }
+    const auto high = static_cast<std::uint8_t>(first >> 6);
+    const auto middle = static_cast<std::uint8_t>((first >> 3 & 7) + shortestMatch);
+    const auto low = static_cast<std::uint8_t>(first & 15);
+    if (first == 0xf0) // a long match at the distance before
+        return {.size = 2, .length = manyBase, .lengthMask = 0xff};
+    if (first > 0xf0) // a short one
+        return {.size = 1, .length = low};
+    if (first == 0xe0) // many literals
+        return {.size = 2, .literals = manyBase, .literalsMask = 0xff};
+    if (first > 0xe0) // a few
+        return {.size = 1, .literals = low};
+    if (first >= 0xd0 || (first >= 0x70 && first < 0x80))
+        return {};
+    if (first >= 0xa0 && first < 0xc0) // 101LLMMM and a pair: 14 bits of distance above 2 of length
+        return {.size = 3,
+                .literals = static_cast<std::uint8_t>(first >> 3 & 3),
+                .length = static_cast<std::uint8_t>((first & 7) * 4 + shortestMatch),
+                .lengthMask = 3,
+                .distanceShift = 2,
+                .distanceMask = 0x3fff};
+    if ((first & 7) == 7) // LLMMM111 and a pair of distance
+        return {.size = 3, .literals = high, .length = middle, .distanceMask = 0xffff};
+    if ((first & 7) != 6) // LLMMMDDD DDDDDDDD
+        return {.size = 2,
+                .literals = high,
+                .length = middle,
+                .distance = static_cast<std::uint16_t>((first & 7) << 8),
+                .distanceMask = 0xff};
+    if (first >= 0x40) // LLMMM110, the distance before
+        return {.size = 1, .literals = high, .length = middle};
+    if (first == 0x0e || first == 0x16) // nothing at all
+        return {.size = 1};
+    return {};
 }
 
-/// A distance that is spelled out must not be 0, which would read as "as before".
-bool spellsDistance(Form form)
-{
-    return form == Form::shortDistance || form == Form::longDistance || form == Form::mediumDistance;
-}
+constexpr std::array<Opcode, 256> opcodes = [] {
+    std::array<Opcode, 256> table{};
+    for (std::size_t first = 0; first < table.size(); ++first)
+        table[first] = opcodeOf(static_cast<std::uint8_t>(first));
+    return table;
+}();
 
 } // namespace
 
@@ -112,54 +85,72 @@ void LzvnReader::begin(std::uint32_t plainSize, std::uint32_t payloadSize)
 
 LzvnReader::Result LzvnReader::decode(compression_stream& stream, Gathered& gathered, SlidingWindow& window)
 {
-    if (!gathered.gather(stream, std::min<std::size_t>(payloadLeft_, 4096)))
+    const bool isWhole = gathered.empty() && stream.src_size >= payloadLeft_;
+    if (!isWhole && !gathered.gather(stream, std::min<std::size_t>(payloadLeft_, 4096)))
         return Result::starved;
+    const DataView bytes = isWhole ? DataView(stream.src_ptr, payloadLeft_) : gathered.view();
     std::size_t used = 0;
-    const Result result = decodeGathered(gathered.view(), window, used);
-    gathered.drop(used);
+    const Result result = decodeOpcodes(bytes, window, used);
+    if (isWhole)
+        passSource(stream, used);
+    else
+        gathered.drop(used);
     payloadLeft_ -= static_cast<std::uint32_t>(used);
-    if (result == Result::done && payloadLeft_ > 0)
+    if (result == Result::done && (payloadLeft_ > 0 || plainLeft_ > 0))
         return Result::damaged;
     return result;
 }
 
-LzvnReader::Result LzvnReader::decodeGathered(DataView bytes, SlidingWindow& window, std::size_t& used)
+LzvnReader::Result LzvnReader::decodeOpcodes(DataView bytes, SlidingWindow& window, std::size_t& used)
 {
-    while (window.pending() < SlidingWindow::batch) {
-        const DataView rest = bytes.subspan(used);
-        if (rest.size() < longestOpcode && rest.size() < payloadLeft_ - used)
-            return Result::more;
+    // Copies of the members, of which the compiler knows that the bytes put out do not lie in them.
+    std::uint32_t distance = distance_;
+    const std::uint8_t* const oldest = window.history();
+    std::uint8_t* const start = window.next();
+    std::uint8_t* to = start;
+    const std::uint8_t* const stop = start + SlidingWindow::batch;
+    const std::uint8_t* const end = start + std::min<std::size_t>(plainLeft_, room);
+    const bool isAll = bytes.size() == payloadLeft_;
+    Result result = Result::more;
+    DataView rest = bytes;
+    while (to < stop && (isAll || rest.size() >= longestOpcode)) {
         // No opcode is longer than the end opcode that has to follow, so that each may be read without further looks.
         if (rest.size() < endOpcode.size())
             return Result::damaged;
-        const Form form = forms[rest[0]];
-        if (form == Form::undefined)
-            return Result::damaged;
-        if (form == Form::end) {
-            used += endOpcode.size();
-            const bool whole = std::equal(endOpcode.begin(), endOpcode.end(), rest.begin()) && plainLeft_ == 0;
-            return whole ? Result::done : Result::damaged;
-        }
-        if (form == Form::nothing) {
-            ++used;
-            continue;
-        }
-        const Opcode opcode = readOpcode(form, rest.data());
-        if (opcode.literals > rest.size() - opcode.size || opcode.literals + opcode.length > plainLeft_ ||
-            (spellsDistance(form) && opcode.distance == 0))
-            return Result::damaged;
-        window.append(rest.data() + opcode.size, opcode.literals);
-        if (opcode.distance != 0)
-            distance_ = opcode.distance;
-        if (opcode.length > 0) {
-            if (!window.reaches(distance_))
+        if (rest[0] == endOpcode[0]) {
+            if (!std::equal(endOpcode.begin(), endOpcode.end(), rest.begin()))
                 return Result::damaged;
-            window.copyMatch(distance_, opcode.length);
+            rest = rest.subspan(endOpcode.size());
+            result = Result::done;
+            break;
         }
-        plainLeft_ -= opcode.literals + opcode.length;
-        used += opcode.size + opcode.literals;
+        const Opcode opcode = opcodes[rest[0]];
+        const std::uint32_t pair = rest[1] | std::uint32_t{rest[2]} << 8;
+        const std::uint32_t literals = opcode.literals + (pair & opcode.literalsMask);
+        const std::uint32_t length = opcode.length + (pair & opcode.lengthMask);
+        const std::uint32_t spelled = opcode.distance + (pair >> opcode.distanceShift & opcode.distanceMask);
+        if (opcode.size == 0 || literals > rest.size() - opcode.size || literals + length > end - to ||
+            (opcode.distanceMask != 0 && spelled == 0))
+            return Result::damaged;
+        rest = rest.subspan(opcode.size);
+        if (rest.size() >= literals + 16)
+            copyInSteps<16>(to, rest.data(), literals);
+        else
+            std::memcpy(to, rest.data(), literals);
+        rest = rest.subspan(literals);
+        to += literals;
+        distance = spelled != 0 ? spelled : distance;
+        if (std::size_t{distance} - 1 < static_cast<std::size_t>(to - oldest))
+            repeatBytes(to, distance, length);
+        else if (length > 0)
+            return Result::damaged;
+        to += length;
     }
-    return Result::more;
+    distance_ = distance;
+    used = bytes.size() - rest.size();
+    plainLeft_ -= static_cast<std::uint32_t>(to - start);
+    window.grow(static_cast<std::size_t>(to - start));
+    return result;
 }
 
 namespace {

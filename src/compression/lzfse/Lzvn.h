@@ -29,7 +29,7 @@ public:
     [[nodiscard]] Result decode(compression_stream& stream, Gathered& gathered, SlidingWindow& window);
 
 private:
-    [[nodiscard]] Result decodeGathered(DataView bytes, SlidingWindow& window, std::size_t& used);
+    [[nodiscard]] Result decodeOpcodes(DataView bytes, SlidingWindow& window, std::size_t& used);
 
     std::uint32_t plainLeft_ = 0;
     std::uint32_t payloadLeft_ = 0;
