@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "EntropyReader.h"
-#include "Lzvn.h"
+#include "LzvnReader.h"
 #include "compression/StreamBuffers.h"
 #include "compression/WindowDecoder.h"
 

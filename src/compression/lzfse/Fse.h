@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Format.h"
+#include "compression/Load.h"
 
 #include <array>
 #include <bit>
@@ -42,23 +43,15 @@ struct ValueEntry {
 [[nodiscard]] std::optional<std::size_t> makeDecoderTable(Frequencies frequencies, std::span<const ValueSymbol> values,
                                                           std::span<ValueEntry> table);
 
-/// What the encoder does on a symbol: from `firstLong` upwards a state gives off `bits` bits, below one less.
+/// What the encoder does on a symbol. Its states are counted from 2^n upwards, so that one addition tells how many bits
+/// a state gives off, and another leads on to the next one.
 struct EncoderEntry {
-    std::int16_t firstLong;
-    std::int16_t bits;
-    std::int16_t longDelta;
-    std::int16_t shortDelta;
+    std::int32_t bitsOffset; ///< added to the state it gives the number of bits, in the upper half
+    std::int32_t delta;      ///< from what is left of the state to the next one
 };
 
 /// `frequencies` add up to at most `states`. Entries of symbols that do not occur are left alone.
 void makeEncoderTable(Frequencies frequencies, std::size_t states, std::span<EncoderEntry> table);
-
-[[nodiscard]] inline std::uint64_t load64(const std::uint8_t* from)
-{
-    le64 value;
-    std::memcpy(&value, from, sizeof value);
-    return value;
-}
 
 /// Writes bits upwards from the lowest of the first byte.
 class BitWriter {
