@@ -65,7 +65,7 @@ std::optional<system::DriveObstacle> SmartController::whyNotOpened(const Drive& 
     return system::machine()->whyNotOpened(entry);
 }
 
-std::vector<NVMeSmartError> SmartController::getNVMeErrorLog(const Drive& drive) const
+std::vector<NVMeSmartError> SmartController::getNvmeErrorLog(const Drive& drive) const
 {
     return nvmeSmartController_.getErrorLog(openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }

@@ -49,7 +49,7 @@ public:
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;
     /// The errors that an NVMe controller keeps, newest first; unused entries are left out.
-    [[nodiscard]] std::vector<NVMeSmartError> getNVMeErrorLog(const Drive& drive) const;
+    [[nodiscard]] std::vector<NVMeSmartError> getNvmeErrorLog(const Drive& drive) const;
     /// Whether an ATA drive itself says that it fails: one of its attributes has reached its threshold (SMART RETURN
     /// STATUS). Absent when the drive does not say, or cannot be asked. Throws nothing.
     [[nodiscard]] std::optional<bool> isFailing(const Drive& drive) const;
