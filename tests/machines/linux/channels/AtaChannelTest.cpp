@@ -64,11 +64,8 @@ AtaCommand smart(std::uint8_t feature, std::span<std::uint8_t> to = {}, std::uin
 /// The look-up of a table with one row.
 ChannelOptions knowing(std::optional<std::string> words)
 {
-    return {.wake = false,
-            .usbBridge = [words](const std::string& vendor, const std::string& product,
-                                 const std::string& version) -> std::optional<std::string> {
-                EXPECT_EQ(vendor + product + version, "152d0578"
-                                                      "0204");
+    return {.wake = false, .usbBridge = [words](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
+                EXPECT_EQ(std::tuple(vendor, product, version), std::tuple(0x152D, 0x0578, 0x0204));
                 return words;
             }};
 }
