@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
+#include "host/console/Output.h"
+#include "host/files/InputFile.h"
 #include "host/views/ResultView.h"
 #include "vantorel/base/Bytes.h"
 #include "vantorel/layouts/Nvme.h"

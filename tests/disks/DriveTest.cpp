@@ -27,6 +27,7 @@ TEST_F(DriveTest, NamesTheVendorByTheFirstWordOfTheModelThatIsOne)
         {"Samsung SSD 850", "Samsung"},
         {"APPLE SSD AP0512Q", "Apple"},
         {"WD Blue", "WD"},
+        {"SSD\u00A0Intel\u2003X", "Intel"},
         {"WDC WD10", "Unknown"},
         {"Western Digital Elements", "Unknown"},
         {"Elements\tibm  disk", "IBM"},

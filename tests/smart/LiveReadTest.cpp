@@ -3,6 +3,7 @@
 #include "smart/SmartService.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
+#include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/system/CallGate.h"
 #include "vantorel/system/PlugIn.h"
@@ -133,6 +134,46 @@ TEST_F(LiveReads, OfAnNvmeDriveTellItsIdentityAndKeepTheLog)
     EXPECT_EQ(result.rawData, Data(log.begin(), log.begin() + 512));
     EXPECT_FALSE(result.rawThresholds);
     expectNothingLeft();
+}
+
+TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
+{
+    loadBoth();
+    machine->ataDrives[ataDevice] = [this](const AtaCommand& command) {
+        if (command.command == 0xEC)
+            std::ranges::fill(command.read, std::uint8_t{0xEC});
+        AtaResult result = answer(command);
+        if (command.feature == 0xDA)
+            result.lba = 0x2CF400;
+        return result;
+    };
+    const auto ataDrive = tracked<Drive>("disk0");
+    const auto nvmeDrive = tracked<Drive>("disk1");
+    const auto ata = ReadableDrive::of(*ataDrive);
+    const auto nvme = ReadableDrive::of(*nvmeDrive);
+    EXPECT_EQ(ata.service, ataDevice);
+    EXPECT_FALSE(ata.isNvme);
+    EXPECT_TRUE(ata.isSSD);
+    std::optional<DriveReading> ofAta;
+    std::optional<DriveReading> ofNvme;
+    std::thread([&] { ofAta = readDrive(ata); }).join();
+    std::thread([&] { ofNvme = readDrive(nvme); }).join();
+    EXPECT_EQ(ofAta->result, SmartObject(SmartController::shared().getATASmartData(*ataDrive)));
+    EXPECT_EQ(ofAta->saysFailing, true);
+    EXPECT_EQ(ofAta->identify, Data(512, 0xEC));
+    EXPECT_EQ(ofNvme->result, SmartObject(SmartController::shared().getNVMeSmartData(*nvmeDrive)));
+    EXPECT_EQ(ofNvme->identify, identify);
+    EXPECT_EQ(ofNvme->saysFailing, std::nullopt);
+    expectNothingLeft();
+
+    const auto failure = [](const ReadableDrive& drive) { return failureOf([&] { return readDrive(drive).result; }); };
+    machine->remove(ataDevice);
+    settle();
+    EXPECT_EQ(failure(ata), "Unable to find S.M.A.R.T service.");
+    EXPECT_EQ(ReadableDrive::of(*ataDrive).service, 0U);
+    EXPECT_EQ(failure(ReadableDrive::of(*ataDrive)), "Unable to find S.M.A.R.T service.");
+    machine->nvmeDrives[nvmeDevice] = [](const NvmeCommand&) { return NvmeResult{kIOReturnIOError, 0, 0}; };
+    EXPECT_EQ(failure(nvme), "Unable to read S.M.A.R.T data.");
 }
 
 TEST_F(LiveReads, FindTheNearestEntryThatDeclaresItselfCapable)
@@ -315,6 +356,38 @@ TEST_F(LiveReads, TellThroughWhatTheDriveItselfDoes)
     EXPECT_EQ(result.rawData.size(), 512U);
     EXPECT_EQ(livePlugInReferences(), 0U);
     EXPECT_EQ(machine->openChannels, 0);
+}
+
+TEST_F(LiveReads, AskTheDriveForItsOwnJudgementAndTheMachineForWhatStandsInTheWay)
+{
+    loadBoth();
+    const auto ata = tracked<Drive>("disk0");
+    const auto nvme = tracked<Drive>("disk1");
+    const SmartController& controller = SmartController::shared();
+    AtaResult told;
+    std::vector<std::uint8_t> features;
+    machine->ataDrives[ataDevice] = [&](const AtaCommand& command) {
+        features.push_back(command.feature);
+        return told;
+    };
+    for (const auto& [status, lba, expected] : {std::tuple(kIOReturnSuccess, 0x2CF400U, std::optional(true)),
+                                                std::tuple(kIOReturnSuccess, 0xC24F00U, std::optional(false)),
+                                                std::tuple(kIOReturnUnsupported, 0x2CF400U, std::optional<bool>())}) {
+        told = {status, 0, lba};
+        EXPECT_EQ(controller.isFailing(*ata), expected);
+    }
+    EXPECT_EQ(features, std::vector<std::uint8_t>(3, 0xDA));
+    EXPECT_EQ(controller.isFailing(*nvme), std::nullopt);
+    machine->openStatus = kIOReturnNotReady;
+    EXPECT_EQ(controller.isFailing(*ata), std::nullopt);
+
+    EXPECT_FALSE(controller.whyNotOpened(*ata));
+    machine->obstacles[ataDevice] = {kIOReturnNotReady, "asleep", "wake it"};
+    ASSERT_TRUE(controller.whyNotOpened(*ata));
+    EXPECT_EQ(controller.whyNotOpened(*ata)->status, kIOReturnNotReady);
+    EXPECT_EQ(controller.whyNotOpened(*ata)->remedy, "wake it");
+    EXPECT_FALSE(controller.whyNotOpened(*nvme));
+    expectNothingLeft();
 }
 
 TEST_F(LiveReads, OfTheErrorLogGiveTheErrorsNewestFirst)

@@ -66,11 +66,12 @@ struct AtaCommand {
 
 /// How an ATA command ended. `status` is `kIOReturnSuccess`, `kIOReturnUnsupported` when the drive aborted it,
 /// `kIOReturnNotReadable`, `kIOReturnNotWritable`, `kIOReturnIOError`, `kIOReturnTimeout` or `kIOReturnNoDevice`;
-/// `kIOReturnNotPermitted` for a command that the machine sends to no drive.
+/// `kIOReturnNotPermitted` for a command that the machine sends to no drive. SMART RETURN STATUS, which has no answer
+/// but the address, ends with `kIOReturnUnsupported` where the address cannot be had.
 struct AtaResult {
     IOReturn status = kIOReturnSuccess;
     std::size_t received = 0; ///< bytes put into `read`
-    std::uint32_t lba = 0;    ///< the 24 bits the drive left in low, mid and high; 0 when the road to it hides them
+    std::uint32_t lba = 0;    ///< the 24 bits the drive left in low, mid and high
 };
 
 /// One NVMe admin command (NVM Express Base Specification, submission queue entry).

@@ -35,6 +35,8 @@ struct ChannelOptions {
     UsbBridgeLookUp usbBridge;
 };
 
+class AtaDrive;
+
 /// Which commands a drive can be sent.
 enum class DriveCommands { none, ata, nvme };
 
@@ -76,9 +78,32 @@ public:
     [[nodiscard]] std::optional<DriveIdentity> readIdentity(const DeviceNode& node);
 
 private:
+    struct Way;
+    struct Finding;
+    /// A finding and the disk it is of, as the path may be another one's next time.
+    struct Found {
+        std::string disk;
+        std::optional<DriveCommands> commands; ///< absent while it is being asked
+    };
+    template <typename Drive>
+    struct Attempt {
+        system::IOReturn status = system::kIOReturnUnsupported;
+        std::unique_ptr<Drive> drive;
+        std::string reason; ///< why there is none, where the status does not say it
+    };
+
+    [[nodiscard]] Way wayTo(const DeviceNode& node) const;
+    [[nodiscard]] bool isLeftAsleep(const DeviceNode& node) const;
+    [[nodiscard]] Finding find(const DeviceNode& node, const Way& way);
+    [[nodiscard]] Finding ask(const DeviceNode& node, const Way& way) const;
+    [[nodiscard]] Attempt<AtaDrive> openAtaDrive(const DeviceNode& node);
+    [[nodiscard]] Attempt<system::NvmeChannel> openNvmeDrive(const DeviceNode& node);
+    void note(const DeviceNode& node, system::IOReturn status, std::string reason);
+
     const ChannelOptions options_;
     mutable std::mutex mutex_;
     std::map<std::string, system::DriveObstacle> obstacles_; ///< by path
+    std::map<std::string, Found> found_;                     ///< by path
 };
 
 } // namespace vantorel::channels
