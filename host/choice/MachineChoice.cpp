@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "MachineChoice.h"
 
-#include "host/Command.h"
+#include "host/console/Output.h"
 #include "host/files/ReportFile.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/disks/Vantorel.h"
@@ -10,29 +10,46 @@
 #include "vantorel/system/RunLoop.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace vantorel::host {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr const char* machineOption = "--machine";
 
-/// The laptop sample: as installed beside this program, or else in the source tree that it was built from.
-std::string samplePath()
+constexpr std::string_view samplePrefix = "sample:";
+
+/// Where the samples lie, told from where this program lies.
+fs::path samplesFolder()
 {
     std::error_code ignored;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    const auto installed = (program.parent_path() / VANTOREL_INSTALLED_MACHINES / "laptop").lexically_normal();
-    if (std::filesystem::exists(installed, ignored))
-        return installed;
-    return VANTOREL_SOURCE_MACHINES "/laptop";
+    return (fs::read_symlink("/proc/self/exe", ignored).parent_path() / VANTOREL_SAMPLE_MACHINES).lexically_normal();
+}
+
+std::string samplePath(std::string_view name)
+{
+    const fs::path folder = samplesFolder();
+    std::vector<std::string> names;
+    std::error_code failure;
+    for (const auto& entry : fs::directory_iterator(folder, failure))
+        names.push_back(entry.path().filename().string());
+    if (std::ranges::find(names, name) != names.end())
+        return folder / name;
+    std::ranges::sort(names);
+    throw CommandError(fmt::format("{}{}", samplePrefix, name),
+                       names.empty() ? fmt::format("there are no samples in {}", folder.string())
+                                     : fmt::format("there is no such sample; there are {}", fmt::join(names, ", ")));
 }
 
 void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& path)
@@ -48,20 +65,21 @@ void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& p
 
 void addMachineOption(CLI::App& app)
 {
-    app.add_option(machineOption, "The machine to look at: a recording, a registry listing or a report; else a sample")
+    app.add_option(machineOption,
+                   "The machine to look at: a recording, a registry listing or a report; sample:NAME is one that comes "
+                   "with this program")
         ->type_name("PATH");
 }
 
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
 {
-    system::setMessageSink([](std::string_view line) { fmt::print(stderr, "{}\n", line); });
-    std::string path;
-    if (const auto* const option = app.get_option(machineOption); option->count() > 0) {
-        path = option->as<std::string>();
-    } else {
-        path = samplePath();
-        fmt::print(stderr, "vantorel: no --machine given: this is the sample {}\n", path);
-    }
+    system::setMessageSink([](std::string_view line) { tell(line); });
+    const auto* const option = app.get_option(machineOption);
+    if (option->count() == 0)
+        throw CommandError("this computer", "cannot be read yet; name a machine, such as --machine sample:tower");
+    auto path = option->as<std::string>();
+    if (path.starts_with(samplePrefix))
+        path = samplePath(std::string_view(path).substr(samplePrefix.size()));
     auto recording = loadRecordingOrReport(path);
     tellFaults(recording.faults, path);
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "OutputFile.h"
 
-#include "host/Command.h"
+#include "host/console/Output.h"
 
 #include <atomic>
 #include <cerrno>

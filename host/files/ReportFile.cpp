@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportFile.h"
 
-#include "host/Command.h"
+#include "host/console/Output.h"
+#include "host/files/InputFile.h"
 #include "machines/recorded/RegistryListing.h"
 #include "machines/recorded/SavedMachine.h"
 #include "vantorel/smart/SmartController.h"

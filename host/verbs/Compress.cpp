@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
 #include "host/files/OutputFile.h"
 #include "vantorel/compression/Compression.h"
 #include "vantorel/compression/CompressionStream.h"
@@ -77,38 +79,29 @@ private:
     std::unique_ptr<std::uint8_t[]> block_ = std::make_unique_for_overwrite<std::uint8_t[]>(blockSize);
 };
 
-/// How far a long run got, on standard error when that is a terminal.
+/// How far a long run got.
 class Progress {
 public:
-    explicit Progress(std::optional<std::int64_t> whole) : whole_(whole), shown_(isatty(STDERR_FILENO) != 0) {}
-    ~Progress()
-    {
-        if (started_)
-            fmt::print(stderr, "\r{:40}\r", "");
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
+    explicit Progress(std::optional<std::int64_t> whole) : whole_(whole) {}
 
     void add(std::size_t count)
     {
         done_ += static_cast<std::int64_t>(count);
         const auto now = std::chrono::steady_clock::now();
-        if (!shown_ || now < next_)
+        if (!line_.isSeen() || now < next_)
             return;
         next_ = now + std::chrono::milliseconds(200);
-        started_ = true;
         const auto megabytes = static_cast<double>(done_) / 1e6;
-        if (whole_)
-            fmt::print(stderr, "\r{:.1f} MB, {} %", megabytes, std::min<std::int64_t>(100, 100 * done_ / *whole_));
-        else
-            fmt::print(stderr, "\r{:.1f} MB", megabytes);
-        std::fflush(stderr);
+        line_.show(whole_ ? fmt::format(
+                                "{:.1f} MB, {} %", megabytes,
+                                std::min<std::int64_t>(100, static_cast<std::int64_t>(100 * static_cast<double>(done_) /
+                                                                                      static_cast<double>(*whole_))))
+                          : fmt::format("{:.1f} MB", megabytes));
     }
 
 private:
+    ProgressLine line_;
     std::optional<std::int64_t> whole_;
-    bool shown_;
-    bool started_ = false;
     std::int64_t done_ = 0;
     std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
 };

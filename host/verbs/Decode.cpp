@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
+#include "host/console/Output.h"
+#include "host/files/InputFile.h"
 #include "host/views/ResultView.h"
 #include "vantorel/base/Bytes.h"
 #include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NVMePowerStates.h"
+#include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "host/files/ReportDiff.h"
 #include "host/files/ReportFile.h"
 #include "host/views/DiskJson.h"
-#include "host/views/Text.h"
 
 #include <fmt/format.h>
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
 #include "host/choice/DriveChoice.h"
 #include "host/choice/MachineChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "host/views/DiskJson.h"
-#include "host/views/Text.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
 
@@ -66,9 +68,7 @@ std::string errorsText(const std::vector<NVMeSmartError>& errors)
 int errors(const CLI::App& app, const ErrorsArguments& arguments)
 {
     const std::string path = loadMachine(app);
-    const auto drive = driveNamed(arguments.disk);
-    if (!drive)
-        throw CommandError(printable(arguments.disk), "there is no such drive");
+    const auto drive = drivesNamed({arguments.disk}).front();
     if (drive->interface() != Disk::DriveInterface::nvme)
         throw CommandError(driveName(*drive), "only NVMe drives have an error log that is shown here");
 
@@ -77,7 +77,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     std::string failure;
     int status = success;
     try {
-        const std::vector<NVMeSmartError> found = SmartController::shared().getNVMeErrorLog(*drive);
+        const std::vector<NVMeSmartError> found = SmartController::shared().getNvmeErrorLog(*drive);
         text = errorsText(found);
         document["errors"] = Json::array();
         for (const NVMeSmartError& error : found)

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Text.h"
 #include "host/views/DiskJson.h"
 #include "host/views/DiskTree.h"
 #include "host/views/DiskWords.h"
-#include "host/views/Text.h"
-#include "vantorel/system/ByteCountFormatter.h"
+#include "host/views/Quantity.h"
 
 #include <memory>
 
@@ -18,8 +19,7 @@ std::string freeText(const DiskNode& node)
     const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
     if (!volume || !volume->isMounted())
         return {};
-    return system::stringFromByteCount(static_cast<std::int64_t>(volume->freeSpace()),
-                                       system::ByteCountFormatterCountStyle::file);
+    return sizeText(wholeNumber(volume->freeSpace()));
 }
 
 std::string mountText(const DiskNode& node)
@@ -34,8 +34,8 @@ void draw(Table& table, const DiskNode& node, const std::string& branch, const s
     std::string kind = kindText(*node.disk);
     if (node.raidSet)
         kind += ", in " + node.raidSet->bsdName().value_or("a RAID set");
-    table.add({branch + printable(node.disk->bsdName().value_or("-")), node.disk->formattedSize().value_or(""),
-               std::move(kind), printable(nameText(*node.disk)), printable(mountText(node)), freeText(node)},
+    table.add({branch + printable(node.disk->bsdName().value_or("-")), sizeText(*node.disk), std::move(kind),
+               printable(nameText(*node.disk)), printable(mountText(node)), freeText(node)},
               branch.empty() ? Emphasis::strong : Emphasis::none);
     for (const DiskNode& child : node.children) {
         const bool isLast = &child == &node.children.back();

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "host/files/ReportFile.h"
-#include "host/views/Text.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/system/DiskArbitration.h"

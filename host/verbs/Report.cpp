@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Text.h"
 #include "host/files/OutputFile.h"
-#include "host/views/Text.h"
+#include "host/views/Quantity.h"
 #include "host/views/Time.h"
 #include "vantorel/report/SystemReport.h"
-#include "vantorel/system/ByteCountFormatter.h"
 
 #include <fmt/format.h>
 
@@ -27,27 +28,9 @@ struct ReportArguments {
     bool force = false;
 };
 
-/// A line on standard error that says what a long run is doing, gone when it is done. None where nobody watches.
-class ProgressLine {
-public:
-    ProgressLine() = default;
-    ProgressLine(const ProgressLine&) = delete;
-    ProgressLine& operator=(const ProgressLine&) = delete;
-    ~ProgressLine() { tell(""); }
-
-    void tell(const std::string& text) const
-    {
-        if (isTerminal_)
-            fmt::print(stderr, "\r\x1B[K{}", text);
-    }
-
-private:
-    bool isTerminal_ = isatty(STDERR_FILENO) == 1;
-};
-
 Data makeReport()
 {
-    const ProgressLine progress;
+    ProgressLine progress;
     std::optional<Data> report;
     bool isDone = false;
     SystemReport::generate(
@@ -56,10 +39,10 @@ Data makeReport()
             isDone = true;
         },
         [&](const Drive& drive, std::size_t number, std::size_t count) {
-            progress.tell(
+            progress.show(
                 fmt::format("Reading {}, drive {} of {}", printable(drive.bsdName().value_or("-")), number + 1, count));
         });
-    progress.tell("Listing the registry");
+    progress.show("Listing the registry");
     pumpEvents(std::nullopt, [&] { return isDone; });
     if (!report)
         throw CommandError("report", "the registry could not be listed");
@@ -81,9 +64,7 @@ void report(const CLI::App& app, const ReportArguments& arguments)
     file.write(bytes);
     file.commit();
     if (isFile)
-        print(fmt::format("{}: {}\n", printable(arguments.output),
-                          system::stringFromByteCount(static_cast<std::int64_t>(bytes.size()),
-                                                      system::ByteCountFormatterCountStyle::file)));
+        print(fmt::format("{}: {}\n", printable(arguments.output), sizeText(bytes.size())));
 }
 
 } // namespace

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
+#include "host/choice/DriveChoice.h"
 #include "host/choice/MachineChoice.h"
+#include "host/choice/SecondsChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Text.h"
 #include "host/views/DiskJson.h"
-#include "host/views/Text.h"
+#include "host/views/Quantity.h"
 #include "host/views/Time.h"
 #include "vantorel/disks/Vantorel.h"
-#include "vantorel/system/ByteCountFormatter.h"
 
 #include <fmt/format.h>
 
@@ -37,7 +40,7 @@ constexpr CounterName counters[] = {
 };
 
 struct StatsArguments {
-    std::string disk;
+    std::vector<std::string> names;
     std::optional<double> interval;
     std::uint64_t count = std::numeric_limits<std::uint64_t>::max();
     bool json = false;
@@ -50,16 +53,13 @@ struct Snapshot {
     std::chrono::steady_clock::time_point taken;
 };
 
-std::vector<Snapshot> snapshots(const std::string& disk)
+std::vector<Snapshot> snapshots(const std::vector<std::string>& names)
 {
-    const Vantorel& registry = Vantorel::shared();
     std::vector<Snapshot> taken;
-    for (const auto& drive : registry.drives()) {
-        if (disk.empty() || drive->bsdName() == disk)
-            taken.push_back({drive, drive->statistics(), std::chrono::steady_clock::now()});
+    for (auto& drive : drivesNamed(names)) {
+        auto statistics = drive->statistics();
+        taken.push_back({std::move(drive), statistics, std::chrono::steady_clock::now()});
     }
-    if (taken.empty() && !disk.empty())
-        throw CommandError(disk, "no such drive");
     return taken;
 }
 
@@ -77,10 +77,7 @@ std::optional<double> rate(const Snapshot& before, const Snapshot& after, Counte
 
 std::string bytesText(std::optional<double> bytes)
 {
-    if (!bytes)
-        return "-";
-    const double limited = std::min(*bytes, 9.2e18); // what a byte count can hold
-    return system::stringFromByteCount(static_cast<std::int64_t>(limited), system::ByteCountFormatterCountStyle::file);
+    return bytes ? sizeText(wholeNumber(*bytes)) : "-";
 }
 
 std::string numberText(std::optional<double> number, int digits)
@@ -157,7 +154,7 @@ Json roundJson(const std::vector<Snapshot>& before, const std::vector<Snapshot>&
         const Snapshot* const first = earlier(before, snapshot);
         for (const auto& [counter, name] : counters) {
             if (const auto value = snapshot.statistics ? (*snapshot.statistics).*counter : std::nullopt)
-                drive["statistics"][name] = *value;
+                drive["statistics"][name] = wholeNumber(*value);
             if (const auto perSecond = first ? rate(*first, snapshot, counter) : std::nullopt)
                 drive["perSecond"][name] = *perSecond;
         }
@@ -169,12 +166,12 @@ Json roundJson(const std::vector<Snapshot>& before, const std::vector<Snapshot>&
 void stats(const CLI::App& app, const StatsArguments& arguments)
 {
     loadMachine(app, LaterEvents::happen);
-    std::vector<Snapshot> last = snapshots(arguments.disk);
+    std::vector<Snapshot> last = snapshots(arguments.names);
     print(arguments.json ? jsonLine(roundJson({}, last)) : countersText(last));
     for (std::uint64_t round = 0; arguments.interval && round < arguments.count; ++round) {
         flush();
         pumpEvents(arguments.interval, [] { return false; });
-        std::vector<Snapshot> now = snapshots(arguments.disk);
+        std::vector<Snapshot> now = snapshots(arguments.names);
         print(arguments.json ? jsonLine(roundJson(last, now)) : '\n' + ratesText(last, now));
         last = std::move(now);
     }
@@ -186,10 +183,10 @@ void addStats(CLI::App& app, int& /*status*/)
 {
     CLI::App* const verb = app.add_subcommand("stats", "The I/O counters of drives, and how fast they grow");
     const auto arguments = std::make_shared<StatsArguments>();
-    verb->add_option("DISK", arguments->disk, "A drive such as disk0; all of them unless named");
+    verb->add_option("DISK", arguments->names, "Drives by device name or serial number; all of them unless named");
     auto* const interval =
         verb->add_option("--interval", arguments->interval, "Go on with rates, every so many seconds")
-            ->check(CLI::PositiveNumber);
+            ->check(secondsFrom(0.01));
     verb->add_option("--count", arguments->count, "End after so many rates")
         ->check(CLI::PositiveNumber)
         ->needs(interval);

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/Command.h"
+#include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
+#include "host/choice/SecondsChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Text.h"
 #include "host/views/DiskJson.h"
 #include "host/views/DiskWords.h"
-#include "host/views/Text.h"
 #include "host/views/Time.h"
 #include "vantorel/disks/Vantorel.h"
 
@@ -61,7 +63,7 @@ private:
     static std::string text(const Disk& disk, DiskEvent event)
     {
         return fmt::format("{}  {:<11}  {:<10}  {:>10}  {:<16}  {}\n", localTime(), rawValue(event),
-                           printable(disk.bsdName().value_or("-")), disk.formattedSize().value_or(""), kindText(disk),
+                           printable(disk.bsdName().value_or("-")), sizeText(disk), kindText(disk),
                            printable(nameText(disk)));
     }
 
@@ -86,7 +88,7 @@ void addWatch(CLI::App& app, int& /*status*/)
     CLI::App* const verb =
         app.add_subcommand("watch", "Tell of every disk that arrives, changes or goes; those already there first");
     const auto arguments = std::make_shared<WatchArguments>();
-    verb->add_option("--for", arguments->seconds, "End after this many seconds")->check(CLI::NonNegativeNumber);
+    verb->add_option("--for", arguments->seconds, "End after this many seconds")->check(secondsFrom(0));
     verb->add_option("--count", arguments->count, "End after this many events")->check(CLI::PositiveNumber);
     verb->add_flag("--json", arguments->json, "Print one JSON document a line");
     verb->callback([&app, arguments] { watch(app, *arguments); });

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DiskJson.h"
 
+#include "Quantity.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/Drive.h"
@@ -53,7 +54,7 @@ void putVolume(Json& json, const Volume& volume)
     put(json, "volumeUuid", volume.volumeUuid());
     if (const auto mountPoint = volume.mountPoint()) {
         json["mountPoint"] = *mountPoint;
-        json["freeSpace"] = volume.freeSpace();
+        json["freeSpace"] = wholeNumber(volume.freeSpace());
     }
     putLink(json, "coreStorageVolume", volume.coreStorageVolume());
     putLink(json, "apfsMedia", volume.apfsMedia());

@@ -4,7 +4,6 @@
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 
-#include <algorithm>
 #include <map>
 #include <set>
 #include <string_view>
@@ -13,36 +12,14 @@ namespace vantorel::host {
 
 namespace {
 
-using RaidSets = std::map<const Disk*, std::shared_ptr<RaidStorage>>;
-
-/// The RAID set of every partition that is a member of one. A drive's volumes end with the sets that stand for its
-/// members, in the order of these.
-RaidSets raidSets(const Vantorel& registry)
-{
-    RaidSets sets;
-    const auto volumes = registry.volumes();
-    for (const auto& drive : registry.drives()) {
-        const auto listed = registry.getVolumes(*drive);
-        std::vector<const Disk*> members;
-        for (const auto& volume : volumes) {
-            if (volume->bsdUnit() == drive->bsdUnit() && std::ranges::find(listed, volume) == listed.end())
-                members.push_back(volume.get());
-        }
-        for (std::size_t i = 0; i < members.size() && i < listed.size(); ++i) {
-            if (auto set = std::dynamic_pointer_cast<RaidStorage>(listed[listed.size() - members.size() + i]))
-                sets[members[i]] = std::move(set);
-        }
-    }
-    return sets;
-}
-
 constexpr int deepestLevel = 40;
 
 class TreeBuilder {
 public:
-    explicit TreeBuilder(const Vantorel& registry) : disks_(registry.disks()), raidSets_(raidSets(registry))
+    explicit TreeBuilder(const Vantorel& registry) : registry_(registry), disks_(registry.disks())
     {
         for (const auto& disk : disks_) {
+            tracked_.insert(disk.get());
             if (disk->bsdName())
                 named_.try_emplace(*disk->bsdName(), disk.get());
         }
@@ -69,7 +46,7 @@ private:
             below = container->bsdVolume();
         else if (const auto* const logical = dynamic_cast<const CoreStorage*>(&disk))
             below = logical->logicalVolume();
-        if (below && std::ranges::find(disks_, below) != disks_.end())
+        if (below && tracked_.contains(below.get()))
             return below.get();
         // A partition carries the name of its whole disk, and an APFS snapshot that of its volume.
         const std::string_view name = disk.bsdName() ? std::string_view(*disk.bsdName()) : std::string_view();
@@ -94,13 +71,13 @@ private:
     DiskNode node(const std::shared_ptr<Disk>& disk, int level)
     {
         placed_.insert(disk.get());
-        const auto set = raidSets_.find(disk.get());
-        return {disk, set == raidSets_.end() ? nullptr : set->second,
+        return {disk, disk->diskType() == Disk::DiskType::volume ? registry_.raidMember(disk->diskObject()) : nullptr,
                 level == deepestLevel ? std::vector<DiskNode>() : nodesUnder(disk.get(), level + 1)};
     }
 
+    const Vantorel& registry_;
     const std::vector<std::shared_ptr<Disk>> disks_;
-    const RaidSets raidSets_;
+    std::set<const Disk*> tracked_;
     std::map<std::string, const Disk*, std::less<>> named_;
     std::map<const Disk*, std::vector<std::shared_ptr<Disk>>> children_;
     std::set<const Disk*> placed_;

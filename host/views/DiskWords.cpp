@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DiskWords.h"
 
+#include "Quantity.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/Drive.h"
 
@@ -51,6 +52,12 @@ std::string kindText(const Disk& disk)
         return volume ? volumeText(*volume) : "disk";
     }
     }
+}
+
+std::string sizeText(const Disk& disk)
+{
+    const auto size = disk.size();
+    return size && *size >= 0 ? sizeText(static_cast<std::uint64_t>(*size)) : "";
 }
 
 std::string nameText(const Disk& disk)

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportView.h"
 
+#include "Quantity.h"
 #include "ResultView.h"
-#include "Text.h"
-#include "host/Command.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/records/RecordJson.h"
-#include "vantorel/system/ByteCountFormatter.h"
 
 #include <fmt/format.h>
 
@@ -95,7 +95,9 @@ std::string shownBoth(const ValuePair& pair, std::string_view key)
 bool isFailing(const ValuePair& pair)
 {
     const std::string state = pair.either().get<std::string>("state").value_or("");
-    return state == "failedNow" || state == "failedInPast" || state == "failed" || state == "warning";
+    const auto ata = fromRawValue<ATASmartAttributeState>(state);
+    const auto nvme = fromRawValue<NVMeSmartAttributeState>(state);
+    return (ata && hasFailed(*ata)) || (nvme && hasFailed(*nvme));
 }
 
 std::string valuesText(const std::vector<ValuePair>& pairs)
@@ -259,10 +261,7 @@ std::string reportText(const ReportFile& report)
     std::string text = emphasised(printable(report.path), Emphasis::strong) + '\n' +
                        fact("Made by", "vantorel " + report.version.value_or("of an unknown version"));
     if (report.listingFault.empty())
-        text +=
-            fact("Registry", fmt::format("{} entries, {}", report.entries,
-                                         system::stringFromByteCount(static_cast<std::int64_t>(report.listing.size()),
-                                                                     system::ByteCountFormatterCountStyle::file)));
+        text += fact("Registry", fmt::format("{} entries, {}", report.entries, sizeText(report.listing.size())));
     text += fact("Drives", std::to_string(report.drives.size()));
     for (const std::string& key : report.unknownKeys)
         text += fact("Unknown key", key);

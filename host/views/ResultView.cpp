@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ResultView.h"
 
-#include "Text.h"
-#include "host/Command.h"
-#include "vantorel/ata/DriveDatabase.h"
+#include "host/console/Status.h"
+#include "host/console/Text.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
@@ -43,24 +43,17 @@ constexpr const char* mark = "!";
 
 std::string family(const ATADeviceInfo& info)
 {
-    const drive_settings* const row = getDriveSettings(info);
+    const drive_settings* const row = knownDrive(info).row;
     if (!row)
         return fact("Family", "not in the drive table");
     std::string text = fact("Family", row->modelfamily.empty() ? "(unnamed)" : row->modelfamily);
     std::string_view rest = row->warningmsg;
-    if (row == &builtin_knowndrives[0] || row == &builtin_knowndrives[1])
-        rest = {}; // these two rows have a note of the table's own there
     for (std::string_view name = "Warning"; !rest.empty(); name = "") {
         const auto end = std::min(rest.find('\n'), rest.size());
         text += fact(name, rest.substr(0, end), Emphasis::warning);
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
     return text;
-}
-
-bool hasFailed(const ATASmartValue& value)
-{
-    return value.state == ATASmartAttributeState::failedNow || value.state == ATASmartAttributeState::failedInPast;
 }
 
 std::string ataText(const ATASmartObject& result)
@@ -76,15 +69,16 @@ std::string ataText(const ATASmartObject& result)
                  {"State"}});
     for (const ATASmartValue& value : result.smartValues) {
         const bool now = value.state == ATASmartAttributeState::failedNow;
-        table.add({hasFailed(value) ? mark : "", std::to_string(value.id), printable(value.name),
+        table.add({hasFailed(value.state) ? mark : "", std::to_string(value.id), printable(value.name),
                    printable(value.formattedValue), std::to_string(value.current), std::to_string(value.worst),
                    std::to_string(value.theshold), std::string(rawValue(value.type)),
                    std::string(rawValue(value.state))},
-                  now                ? Emphasis::bad
-                  : hasFailed(value) ? Emphasis::warning
-                                     : Emphasis::none);
+                  now                      ? Emphasis::bad
+                  : hasFailed(value.state) ? Emphasis::warning
+                                           : Emphasis::none);
     }
-    const auto failing = std::ranges::count_if(result.smartValues, hasFailed);
+    const auto failing =
+        std::ranges::count_if(result.smartValues, hasFailed<ATASmartAttributeState>, &ATASmartValue::state);
     return identity(result.deviceInfo) + family(result.deviceInfo) + judgement(result, Emphasis::none) +
            fact("Attributes", fmt::format("{}, of them failed: {}", result.smartValues.size(), failing),
                 failing > 0 ? Emphasis::bad : Emphasis::none) +
@@ -114,12 +108,12 @@ std::string nvmeText(const NVMeSmartObject& result)
 {
     Table table({{""}, {"Value"}, {"", Table::Align::right}, {"State"}});
     for (const NVMeSmartValue& value : result.smartValues) {
-        const bool bad = value.state != NVMeSmartAttributeState::ok;
+        const bool bad = hasFailed(value.state);
         table.add({bad ? mark : "", printable(value.name), printable(value.formattedValue),
                    std::string(rawValue(value.state))},
                   bad ? Emphasis::bad : Emphasis::none);
     }
-    const bool failed = result.status == NVMeSmartAttributeState::failed;
+    const bool failed = hasFailed(result.status);
     return identity(result.deviceInfo) + judgement(result, failed ? Emphasis::bad : Emphasis::good) + '\n' +
            table.text() + powerStates(result.deviceInfo.powerStates);
 }
@@ -136,13 +130,13 @@ std::string resultText(const SmartObject& result)
 int statusOf(const SmartObject& result)
 {
     if (const auto* nvme = result.as<NVMeSmartObject>())
-        return nvme->status == NVMeSmartAttributeState::failed ? driveFailing : success;
+        return hasFailed(nvme->status) ? driveFailing : success;
     int status = success;
     for (const ATASmartValue& value : result.as<ATASmartObject>()->smartValues) {
         const bool now = value.state == ATASmartAttributeState::failedNow;
         if (now && value.type == SmartAttributeType::preFail)
             status |= driveFailing | preFailReached;
-        else if (hasFailed(value))
+        else if (hasFailed(value.state))
             status |= attributeReached;
     }
     return status;

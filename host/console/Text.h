@@ -8,8 +8,8 @@
 
 namespace vantorel::host {
 
-/// The text as it may go to a terminal: control characters become blanks, bytes that are no UTF-8 U+FFFD. Texts of
-/// drives and files pass through here before they are printed.
+/// The text as it may go to a terminal: control characters, those that change the direction of writing included, become
+/// blanks, and bytes that are no UTF-8 U+FFFD. Texts of drives and files pass through here before they are printed.
 [[nodiscard]] std::string printable(std::string_view text);
 
 /// How a text stands out. Nothing does where standard output is no terminal or `NO_COLOR` is set.
@@ -17,7 +17,7 @@ enum class Emphasis { none, strong, good, warning, bad };
 
 [[nodiscard]] std::string emphasised(std::string_view text, Emphasis emphasis);
 
-/// Columns of text, as wide as their widest cell, two blanks apart.
+/// Columns of text, as wide as their widest cell up to 80 characters, two blanks apart.
 class Table {
 public:
     enum class Align { left, right };

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "Command.h"
+#include "InputFile.h"
+
+#include "host/console/Output.h"
 
 #include <fmt/format.h>
 
@@ -7,37 +9,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
-#include <system_error>
 
 #include <sys/stat.h>
 
 namespace vantorel::host {
-
-std::string reason(int error)
-{
-    return std::generic_category().message(error);
-}
-
-CommandError::CommandError(std::string_view what, std::string_view why)
-    : std::runtime_error(fmt::format("{}: {}", what, why))
-{}
-
-void complain(std::string_view what, std::string_view why)
-{
-    fmt::print(stderr, "vantorel: {}: {}\n", what, why);
-}
-
-void print(std::string_view text)
-{
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-        throw CommandError("standard output", reason(errno));
-}
-
-void flush()
-{
-    if (std::fflush(stdout) != 0)
-        throw CommandError("standard output", reason(errno));
-}
 
 Data readFile(const std::string& path, std::size_t limit)
 {
