@@ -148,6 +148,10 @@ TEST_F(DriveTest, ReadsItsCountersAfreshAndAMissingOneAsZero)
     EXPECT_EQ(drive->statistics(), expected);
 
     const std::uint64_t driver = 3;
+    machine.current[driver] = {{"Statistics", PropertyTable{{"Operations (Read)", 8}}}};
+    EXPECT_EQ(drive->statistics()->readOperations, 8) << "although no event was told";
+    machine.current.clear();
+
     const PropertyTable beyondDouble = {{"Operations (Read)", (std::uint64_t{1} << 53U) + 1}};
     machine.change(driver, {{"Statistics", beyondDouble}});
     settle();

@@ -7,7 +7,6 @@
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/smart/records/SmartError.h"
 #include "vantorel/smart/records/SmartObject.h"
-#include "vantorel/system/Machine.h"
 
 #include <optional>
 #include <string>
@@ -43,19 +42,17 @@ public:
     // The reads of live drives. Each looks for the nearest registry entry above the drive's own that declares itself
     // SMART capable, opens a plug-in there and is finished with it at return. Which of the two fits is for the caller
     // to say, by `Drive::interface`. They throw `SmartError`, of the kind
-    // `SmartOpenError` as long as no command was sent, and block the calling thread; reads of different drives may
-    // run on different threads at once, of one drive the second fails.
+    // `SmartOpenError` as long as no command was sent, and block the calling thread. Of one drive the second read at a
+    // time fails.
+    //
+    // A read looks at the drive without a lock, and the registry changes its drives while it handles events: a drive
+    // that it tracks is read on its thread. For reads on other threads, any number at once, make for each a drive that
+    // the registry does not know, on its thread: `Disk::create<Drive>(drive.diskObject())`.
 
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;
     /// The errors that an NVMe controller keeps, newest first; unused entries are left out.
-    [[nodiscard]] std::vector<NVMeSmartError> getNVMeErrorLog(const Drive& drive) const;
-    /// Whether an ATA drive itself says that it fails: one of its attributes has reached its threshold (SMART RETURN
-    /// STATUS). Absent when the drive does not say, or cannot be asked. Throws nothing.
-    [[nodiscard]] std::optional<bool> isFailing(const Drive& drive) const;
-    /// After a `SmartOpenError`: what stood in the way, such as missing rights or that the drive sleeps. Absent when the
-    /// machine has no more to say. Throws nothing.
-    [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(const Drive& drive) const;
+    [[nodiscard]] std::vector<NVMeSmartError> getNvmeErrorLog(const Drive& drive) const;
 
 private:
     SmartController() = default;
