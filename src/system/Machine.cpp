@@ -23,6 +23,11 @@ std::optional<std::string> Machine::bundleLocation(std::string_view /*identifier
     return std::nullopt;
 }
 
+std::optional<PropertyTable> Machine::currentProperties(std::uint64_t /*entry*/)
+{
+    return std::nullopt;
+}
+
 OpenedChannel<AtaChannel> Machine::openAta(std::uint64_t /*entry*/)
 {
     return {};

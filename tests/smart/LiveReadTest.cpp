@@ -209,8 +209,7 @@ TEST_F(LiveReads, FindTheNearestEntryThatDeclaresItselfCapable)
         load(std::move(tree));
         const std::size_t before = liveHandleCount();
         {
-            const auto media = DADiskRef(std::make_shared<DADisk>(DADisk{"disk0", parent[0] + 1}));
-            const auto drive = Disk::create<Drive>(media);
+            const auto drive = tracked<Drive>("disk0");
             const IOHandle service = getSmartService(*drive);
             std::uint64_t id = 0;
             if (service)
@@ -434,6 +433,22 @@ TEST_F(LiveReads, OfTwoDrivesRunSideBySide)
     for (int i = 0; i < 50; ++i)
         EXPECT_EQ(SmartController::shared().getATASmartData(*ata), ataResult);
     other.join();
+    expectNothingLeft();
+}
+
+TEST_F(LiveReads, OnAnotherThreadAreOfADriveThatTheRegistryDoesNotChange)
+{
+    loadBoth();
+    const auto own = Disk::create<Drive>(tracked<Drive>("disk0")->diskObject());
+    std::jthread reader([&] {
+        for (int i = 0; i < 50; ++i)
+            EXPECT_EQ(SmartController::shared().getATASmartData(*own).deviceInfo.model, wdModel);
+    });
+    for (int i = 0; i < 50; ++i) { // meanwhile the registry loads its own anew
+        machine->setVolume("disk0", {std::nullopt, std::to_string(i), std::nullopt, std::nullopt, {}});
+        settle();
+    }
+    reader.join();
     expectNothingLeft();
 }
 

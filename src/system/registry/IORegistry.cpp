@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/IORegistry.h"
 
+#include "CurrentProperties.h"
 #include "HandleTable.h"
 #include "RegistryTree.h"
 #include "vantorel/system/CallGate.h"
@@ -19,8 +20,14 @@ bool isKnownPlane(std::string_view plane)
 
 PropertyTableRef propertiesOf(const RegistryNode& node)
 {
-    const std::scoped_lock lock(Registry::shared().mutex);
-    return node.properties;
+    PropertyTableRef told;
+    {
+        const std::scoped_lock lock(Registry::shared().mutex);
+        told = node.properties;
+        if (!node.inTree)
+            return told; // of an entry that is gone the machine knows no more
+    }
+    return currentProperties(node.id, told);
 }
 
 /// `IOPropertyMatch`, `IOProviderClass` and the id are what the library and its hosts match by.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/RegistryTool.h"
 
+#include "CurrentProperties.h"
 #include "RegistryTree.h"
 #include "system/propertylist/XmlWriter.h"
 #include "vantorel/system/Process.h"
@@ -32,8 +33,9 @@ struct ListedEntry {
     std::vector<std::size_t> children; ///< indices
 };
 
-/// All entries, the root first. The properties never change once they are handed out, so only this needs the lock.
-std::vector<ListedEntry> currentEntries()
+/// All entries, the root first, with what was told of them. The properties never change once they are handed out, so
+/// only this needs the lock.
+std::vector<ListedEntry> toldEntries()
 {
     Registry& registry = Registry::shared();
     const std::scoped_lock lock(registry.mutex);
@@ -48,6 +50,14 @@ std::vector<ListedEntry> currentEntries()
         for (const auto& [order, child] : node->children)
             entries[index].children.push_back(indices.at(child));
     }
+    return entries;
+}
+
+std::vector<ListedEntry> currentEntries()
+{
+    std::vector<ListedEntry> entries = toldEntries();
+    for (ListedEntry& entry : entries)
+        entry.properties = currentProperties(entry.id, entry.properties);
     return entries;
 }
 
