@@ -61,12 +61,6 @@ std::optional<bool> ata::isFailing(const SmartInterface& smartInterface)
     return exceeded != 0;
 }
 
-std::optional<bool> ATASmartController::isFailing(system::PlugInHandle pluginInterfaceHandle) const
-{
-    const PlugInSession<SmartInterface> session(pluginInterfaceHandle, kIOATASMARTInterfaceID);
-    return ata::isFailing(session.interface());
-}
-
 ATASmartObject ATASmartController::getSmartData(const Drive& drive, system::PlugInHandle pluginInterfaceHandle) const
 {
     const PlugInSession<SmartInterface> session(pluginInterfaceHandle, kIOATASMARTInterfaceID);
