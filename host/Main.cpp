@@ -36,12 +36,13 @@ std::string versionText()
 int run(int argc, char** argv)
 {
     CLI::App app("State and health of a machine's drives", "vantorel");
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.set_version_flag("--version", versionText, "Print the versions of the library and of the drive table");
     app.fallthrough();
     host::addMachineOption(app);
     host::addDriveTables(app);
     int status = host::success;
+    host::addCheck(app, status);
     host::addDecode(app, status);
     host::addDatabase(app, status);
     host::addCompress(app, status);
@@ -54,6 +55,10 @@ int run(int argc, char** argv)
     host::addShow(app, status);
     host::addDiff(app, status);
     host::addMachineCheck(app, status);
+    app.final_callback([&app, &status] {
+        if (app.get_subcommands().empty())
+            status = host::check(app);
+    });
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {

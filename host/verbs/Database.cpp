@@ -119,7 +119,8 @@ std::string plainText(const KnownDrive& drive)
     std::string text = "No row matches; the default definitions hold.\n";
     if (row) {
         text = fact("Table", titleOf(*drive.table)) + fact("Row", std::to_string(drive.rowIndex)) +
-               fact("Family", row->modelfamily.empty() ? "(unnamed)" : row->modelfamily) + fact("Model", row->modelregexp) +
+               fact("Family", row->modelfamily.empty() ? "(unnamed)" : row->modelfamily) +
+               fact("Model", row->modelregexp) +
                fact("Firmware", row->firmwareregexp.empty() ? "(any)" : row->firmwareregexp) +
                fact("Presets", row->presets.empty() ? "(none)" : row->presets);
         if (!row->warningmsg.empty())
