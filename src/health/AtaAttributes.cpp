@@ -13,41 +13,25 @@ namespace {
 constexpr unsigned preFailFlag = 1;
 constexpr std::string_view unknownName = "Unknown_Attribute";
 
-/// The row of the drive table that names a drive's attributes.
-struct Row {
-    const ATASmartAttributeDefinitions* definitions = nullptr;
-    std::string_view family;
-};
-
-Row rowOf(const Reading& reading)
-{
-    if (reading.definitions)
-        return {reading.definitions, reading.family};
-    const drive_settings* const found =
-        getDriveSettings({std::string(reading.model), std::string(reading.serial), std::string(reading.firmware)});
-    return found ? Row{&definitionsOfRow(*found), found->modelfamily} : Row{&getDefaultDefinitions(), {}};
-}
-
 /// How one attribute is named and read.
 struct Naming {
     std::string_view name = unknownName;
     NameSource source = NameSource::nothing;
     bool isDefaultName = false;
-    const ATASmartAttributeDefinition* definition = nullptr;
 };
 
-Naming namingOf(std::uint8_t id, const ATASmartAttributeDefinitions& definitions, bool isSSD)
+Naming namingOf(std::uint8_t id, const KnownDrive& known, bool isSSD)
 {
     using Definition = ATASmartAttributeDefinition;
-    Naming naming{.definition = &resolvedDefinition(id, definitions)};
+    Naming naming;
     // What the default row gives to one kind of drive is no name for the other.
-    const auto& byDefault = getDefaultDefinitions()[id];
+    const auto& byDefault = (*known.defaults)[id];
     const std::int64_t otherKind = isSSD ? Definition::hddOnly : Definition::ssdOnly;
     const bool hasDefault = byDefault && byDefault->name && (byDefault->flags & otherKind) == 0;
 
-    const bool isDefaultRow = &definitions == &getDefaultDefinitions();
-    if (!isDefaultRow && definitions[id] && definitions[id]->name) {
-        naming.name = *definitions[id]->name;
+    const auto& own = (*known.own)[id];
+    if (own && own->name) {
+        naming.name = *own->name;
         naming.source = NameSource::row;
         naming.isDefaultName = hasDefault && naming.name == *byDefault->name;
     } else if (hasDefault) {
@@ -75,12 +59,19 @@ std::optional<std::uint8_t> thresholdOf(std::uint8_t id, std::size_t slot,
 
 std::vector<Attribute> ataAttributesOf(const Reading& reading)
 {
+    if (!reading.known) {
+        const KnownDrive known =
+            knownDrive({std::string(reading.model), std::string(reading.serial), std::string(reading.firmware)});
+        Reading looked = reading;
+        looked.known = &known;
+        return ataAttributesOf(looked);
+    }
     const auto sector = readRecord<SmartVendorSpecificData>(reading.data);
     if (!sector)
         return {};
     const auto limits = readRecord<SmartVendorSpecificThresholds>(reading.thresholds);
-    const Row row = rowOf(reading);
-    const DriveNames drive{row.family, reading.model, reading.isSSD};
+    const KnownDrive& known = *reading.known;
+    const DriveNames drive{known.row ? known.row->modelfamily : "", reading.model, reading.isSSD};
 
     std::vector<Attribute> attributes;
     attributes.reserve(smartAttributeSlots);
@@ -88,21 +79,22 @@ std::vector<Attribute> ataAttributesOf(const Reading& reading)
         const IOATASmartAttribute& bytes = sector->attributes[slot];
         if (bytes.attributeId == 0)
             continue;
-        const Naming naming = namingOf(bytes.attributeId, *row.definitions, reading.isSSD);
+        const Naming naming = namingOf(bytes.attributeId, known, reading.isSSD);
+        const ATASmartAttributeDefinition& definition = known.attribute(bytes.attributeId).definition;
         const MeaningFound meaning =
             meaningOf(naming.name, bytes.attributeId, naming.source, naming.isDefaultName, drive);
         attributes.push_back({
             .id = bytes.attributeId,
-            .name = naming.name,
+            .name = std::string(naming.name),
             .nameSource = naming.source,
             .meaning = meaning.row ? meaning.row->meaning : Meaning::unknown,
             .confidence = meaning.confidence,
-            .value = typedValue(bytes, *naming.definition, meaning.row, drive),
+            .value = typedValue(bytes, definition, meaning.row, drive),
             .current = bytes.current,
             .worst = bytes.worst,
             .threshold = thresholdOf(bytes.attributeId, slot, limits),
             .preFail = (bytes.flag & preFailFlag) != 0,
-            .valueIsRaw = (naming.definition->flags & ATASmartAttributeDefinition::noNormalizedValue) != 0,
+            .valueIsRaw = (definition.flags & ATASmartAttributeDefinition::noNormalizedValue) != 0,
         });
     }
     return attributes;

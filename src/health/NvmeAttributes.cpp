@@ -40,7 +40,7 @@ std::vector<Attribute> nvmeAttributesOf(const Reading& reading)
     std::vector<Attribute> attributes;
     attributes.reserve(25);
     const auto add = [&](std::string_view name, Meaning meaning, const TypedValue& value) {
-        attributes.push_back({.name = name,
+        attributes.push_back({.name = std::string(name),
                               .nameSource = NameSource::standard,
                               .meaning = meaning,
                               .confidence = Confidence::high,

@@ -137,13 +137,10 @@ TEST(JudgeSsd, WearAndReserveCountAndNoRateOfDisksDoes)
 
 TEST(JudgeDisk, RowsOfLowConfidenceGiveNotesAlone)
 {
-    ATASmartAttributeDefinitions definitions{};
-    definitions[248] = {.name = "Remaining_Life", .format = ata_attr_raw_format::raw48};
+    const drive_settings row{"Innodisk 3IE2/3ME2/3MG2/3SE2/3TG6 SSDs", "3IE2-P", "", "", "-v 248,raw48,Remaining_Life"};
+    addDriveTable({.name = "test", .rows = {&row, 1}}, DriveTableUse::override);
     const AtaDrive drive({{248, 0}, {187, 0}}, "3IE2-P", true);
-    Reading reading = drive.reading();
-    reading.definitions = &definitions;
-    reading.family = "Innodisk 3IE2/3ME2/3MG2/3SE2/3TG6 SSDs";
-    const Verdict verdict = judge(reading);
+    const Verdict verdict = judge(drive.reading());
     EXPECT_EQ(verdict.level, good);
     EXPECT_EQ(test::rules(verdict.notes), "ssd.worn");
     EXPECT_FALSE(verdict.wear);

@@ -42,12 +42,10 @@ TEST(VerdictJson, AVerdictIsOneObjectWhateverTheLocale)
 
 TEST(VerdictJson, NamesOfAHostsTableAreEscaped)
 {
-    ATASmartAttributeDefinitions definitions{};
-    definitions[5] = {.name = "a\"b\\c\n\xFF", .format = ata_attr_raw_format::raw48};
+    const drive_settings row{"ACME", "ACME.*", "", "", "-v 5,raw48,a\"b\\c\n\xFF"};
+    addDriveTable({.name = "test", .rows = {&row, 1}}, DriveTableUse::override);
     const test::AtaDrive drive({{5, 0}});
-    Reading reading = drive.reading();
-    reading.definitions = &definitions;
-    EXPECT_NE(toJson(attributesOf(reading))
+    EXPECT_NE(toJson(attributesOf(drive.reading()))
                   .find(R"("name":"a\"b\\c\u000a)"
                         "\uFFFD\""),
               std::string::npos);

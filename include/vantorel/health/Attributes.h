@@ -6,7 +6,7 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
+#include <string>
 #include <vector>
 
 namespace vantorel::health {
@@ -85,8 +85,8 @@ enum class Confidence : std::uint8_t { low, medium, high };
 
 /// One attribute, typed.
 struct Attribute {
-    std::uint8_t id = 0;   ///< ATA: attribute number; NVMe: 0
-    std::string_view name; ///< raw name (`Power_On_Hours`, `MediaErrors`); lives as long as the definitions
+    std::uint8_t id = 0; ///< ATA: attribute number; NVMe: 0
+    std::string name;    ///< raw name (`Power_On_Hours`, `PercentageUsed`)
     NameSource nameSource = NameSource::nothing;
     Meaning meaning = Meaning::unknown;
     Confidence confidence = Confidence::low; ///< of `meaning`

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Data.h"
 #include "vantorel/smart/records/SmartObject.h"
 
@@ -25,10 +25,8 @@ struct Reading {
     std::string_view firmware; ///< empty when unknown
     bool isSSD = false;        ///< ATA: decides which names and which rules hold; an NVMe drive is always one
 
-    /// The names of the attributes, as a row of the drive table gives them, and the row's family. Without definitions
-    /// the library looks model and firmware up itself; a host that knows more tables passes what it found.
-    const ATASmartAttributeDefinitions* definitions = nullptr;
-    std::string_view family;
+    /// ATA: what the drive tables know of the drive. Null to have model and firmware looked up.
+    const KnownDrive* known = nullptr;
 
     /// The drive's own answer to SMART RETURN STATUS; absent when it was not asked or gave none.
     std::optional<bool> saysFailing;
