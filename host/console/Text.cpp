@@ -58,6 +58,16 @@ std::size_t bytesOf(std::string_view text, std::size_t characters)
     return bytes;
 }
 
+/// The last blank up to `end` at which a line may end; a unit stays with its number.
+std::size_t lastBreak(std::string_view text, std::size_t end)
+{
+    std::size_t blank = text.rfind(' ', end);
+    while (blank != std::string_view::npos && blank > 0 &&
+           (text.substr(blank + 1).starts_with('%') || text.substr(blank + 1).starts_with("°")))
+        blank = text.rfind(' ', blank - 1);
+    return blank;
+}
+
 std::string padded(const std::string& text, std::size_t wanted, Table::Align align)
 {
     const std::string blanks(wanted - std::min(widthOf(text), wanted), ' ');
@@ -126,8 +136,8 @@ std::string wrapped(std::string_view text, std::size_t width, std::size_t indent
     do {
         text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
         std::size_t end = bytesOf(text, room);
-        if (end < text.size() && text[end] != ' ') {
-            const std::size_t blank = text.rfind(' ', end);
+        if (end < text.size()) {
+            const std::size_t blank = lastBreak(text, end);
             end = blank == std::string_view::npos ? end : blank;
         }
         lines.append(lead).append(text.substr(0, end)) += '\n';

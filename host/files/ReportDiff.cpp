@@ -83,8 +83,8 @@ int statusOfState(const ATASmartValue& value)
 {
     const int severity = severityOf(value.state);
     if (severity == 2 && value.type == SmartAttributeType::preFail)
-        return driveFailing | preFailReached;
-    return severity == 0 ? 0 : attributeReached;
+        return driveFailing | driveAtRisk;
+    return severity == 0 ? 0 : driveToWatch;
 }
 
 std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
@@ -134,9 +134,9 @@ constexpr std::array<LogField, 14> logFields{{
     {"CriticalWarning", [](const Log& log) { return Number(0, std::popcount(log.critical_warning)); }, Bad::whenItGrows,
      driveFailing, [](const Log& log) { return log.critical_warning != 0; }},
     {"Temperature", [](const Log& log) { return Number(0, le16ToUInt(log.temperature)); }},
-    {"AvailableSpare", [](const Log& log) { return Number(0, log.avail_spare); }, Bad::whenItShrinks, preFailReached,
+    {"AvailableSpare", [](const Log& log) { return Number(0, log.avail_spare); }, Bad::whenItShrinks, driveAtRisk,
      [](const Log& log) { return log.avail_spare <= log.spare_thresh && log.spare_thresh != 0; }},
-    {"PercentageUsed", [](const Log& log) { return Number(0, log.percent_used); }, Bad::never, attributeReached,
+    {"PercentageUsed", [](const Log& log) { return Number(0, log.percent_used); }, Bad::never, driveToWatch,
      [](const Log& log) { return log.percent_used >= 100; }},
     {"DataUnitsRead", [](const Log& log) { return number(log.data_units_read); }},
     {"DataUnitsWritten", [](const Log& log) { return number(log.data_units_written); }},

@@ -22,6 +22,7 @@ health::Reading JudgedReading::view() const
     health::Reading view = health::readingOf(reading.result, isSSD);
     view.data = data;
     view.identify = reading.identify;
+    view.known = known ? &*known : nullptr;
     view.saysFailing = reading.saysFailing;
     return view;
 }

@@ -42,7 +42,7 @@ std::string levelOf(const CheckedDrive& drive)
     return drive.verdict ? levelText(drive.verdict->level) : drive.state;
 }
 
-Emphasis emphasisOf(const CheckedDrive& drive)
+Emphasis emphasisOfLine(const CheckedDrive& drive)
 {
     if (drive.verdict)
         return emphasisOf(drive.verdict->level);
@@ -103,7 +103,7 @@ std::string wideText(const std::vector<CheckedDrive>& drives, std::size_t modelW
         const Cells cells = cellsOf(drive);
         table.add({shortened(cells.name, 16), shortened(cells.model, modelWidth), cells.size, cells.age,
                    cells.temperature, levelOf(drive)},
-                  emphasisOf(drive));
+                  emphasisOfLine(drive));
         table.addBelow(detailsOf(drive));
     }
     return table.text();
@@ -115,9 +115,9 @@ std::string narrowText(const std::vector<CheckedDrive>& drives)
     std::string text;
     for (const CheckedDrive& drive : drives) {
         const Cells cells = cellsOf(drive);
-        text +=
-            emphasised(shortened(fmt::format("{}  {}", cells.name, levelOf(drive)), screenWidth()), emphasisOf(drive)) +
-            '\n';
+        text += emphasised(shortened(fmt::format("{}  {}", cells.name, levelOf(drive)), screenWidth()),
+                           emphasisOfLine(drive)) +
+                '\n';
         std::string facts = cells.model;
         for (const std::string& fact : {cells.size, cells.age, cells.temperature}) {
             if (fact != "-")

@@ -24,10 +24,10 @@ Json rowJson(const KnownDrive& known)
 void putHealth(JsonObject& object, const JudgedReading& judged, bool raw)
 {
     const health::Reading view = judged.view();
-    object.splice("verdict", toJson(judged.verdict));
+    object.splice("verdict", health::toJson(judged.verdict));
     if (judged.known)
         object.put("knownAs", judged.known->row ? rowJson(*judged.known) : Json());
-    object.splice("attributes", toJson(health::attributesOf(view)));
+    object.splice("attributes", health::toJson(health::attributesOf(view)));
     object.splice("record", toJson(judged.reading.result));
     if (!raw)
         return;

@@ -20,8 +20,9 @@ std::string reasonLines(std::string_view name, const std::vector<Reason>& reason
     std::string text;
     for (const Reason& reason : reasons) {
         const std::string source = reason.source.empty() ? "" : fmt::format(" [{}]", reason.source);
-        text += factText(name, reason.sentence + source);
-        name = " ";
+        text += wrapped(printable(reason.sentence + source), screenWidth(), factIndent + 2,
+                        fmt::format("{:<{}}- ", name, factIndent));
+        name = {};
     }
     return text;
 }
@@ -61,9 +62,9 @@ std::string verdictText(const health::Verdict& verdict)
         "{:<{}}{}{}\n", "Verdict", factIndent,
         emphasised(levelText(verdict.level), verdict.level == Level::good ? Emphasis::good : emphasisOf(verdict.level)),
         verdict.doubtful ? ", in doubt: the checksum is wrong" : "");
-    text += reasonLines(" ", verdict.reasons);
+    text += reasonLines("", verdict.reasons);
     if (verdict.level == Level::good)
-        text += factText(" ", fmt::format("{} [{}]", health::Verdict::promise, health::Verdict::promiseSource));
+        text += factText("", fmt::format("{} [{}]", health::Verdict::promise, health::Verdict::promiseSource));
     return text + reasonLines("Set aside", verdict.setAside) + reasonLines("Note", verdict.notes);
 }
 

@@ -51,7 +51,8 @@ TEST(DatabaseCommand, SearchesEveryColumnInAnyCase)
     EXPECT_THAT(runCommand("db search 'APPLE ssd SM'").out, HasSubstr("No row holds"));
     EXPECT_THAT(runCommand("db search unknown_APPLE").out,
                 testing::ContainsRegex("built-in +4  Apple SD/SM/TS...E/F/G SSDs .*\nrecent +10  Apple"));
-    EXPECT_THAT(runCommand("db search 'usb: ; ali'").out, testing::ContainsRegex("built-in  480  USB: ; ALi .*\nrecent +598  USB: ; ALi"));
+    EXPECT_THAT(runCommand("db search 'usb: ; ali'").out,
+                testing::ContainsRegex("built-in  480  USB: ; ALi .*\nrecent +598  USB: ; ALi"));
 }
 
 TEST(DatabaseCommand, LintNamesRowsThatAreNeverReached)

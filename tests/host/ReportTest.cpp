@@ -90,9 +90,9 @@ TEST(ReportCommand, TheControllerOfAReportedNvmeDriveKnowsItsIdentityFromTheList
     const std::string report = makeReport(folder, laptop, "a.vantorel");
     const auto live = json::parse(runCommand("smart --json --machine " + laptop).out)["drives"][0];
     const auto reported = json::parse(runCommand("smart --json --machine " + report).out)["drives"][0];
-    EXPECT_EQ(reported["result"]["smartValues"], live["result"]["smartValues"]);
-    EXPECT_EQ(reported["result"]["rawData"], live["result"]["rawData"]);
-    EXPECT_EQ(reported["result"]["deviceInfo"]["model"], live["model"]);
+    EXPECT_EQ(reported["record"]["smartValues"], live["record"]["smartValues"]);
+    EXPECT_EQ(reported["record"]["rawData"], live["record"]["rawData"]);
+    EXPECT_EQ(reported["record"]["deviceInfo"]["model"], live["model"]);
 }
 
 TEST(ReportCommand, KeepsAFileThatIsThereAndLeavesNoneHalfWritten)
