@@ -39,9 +39,9 @@ TEST(DecodeCommand, PrintsVerdictTypedValuesAndTheRecordInOneDocument)
     EXPECT_EQ(document["verdict"]["level"], "atRisk");
     EXPECT_EQ(document["verdict"]["reasons"][0]["value"]["number"], 529);
     EXPECT_EQ(document["knownAs"]["table"], "built-in");
-    EXPECT_EQ(document["knownAs"]["family"], "Western Digital Caviar SE16 Serial ATA");
+    EXPECT_EQ(document["knownAs"]["family"], "Western Digital Caviar Blue (SATA)");
     EXPECT_EQ(document["attributes"][1]["id"], 3);
-    EXPECT_EQ(document["attributes"][1]["value"]["unit"], "none");
+    EXPECT_EQ(document["attributes"][1]["value"]["unit"], "milliseconds");
     const auto record = fromJson<ATASmartObject>(document["record"].dump());
     EXPECT_EQ(record.smartValues.size(), document["attributes"].size());
     EXPECT_EQ(record.rawThresholds, test::readTestData("ata/wd-aaks/thresholds.bin"));
@@ -53,7 +53,7 @@ TEST(DecodeCommand, LeadsWithTheVerdictAndMarksWhatItNames)
 {
     const auto run = runCommand(decodeAta("wd-aaks") + "--model 'WDC WD5000AAKS-00TMA0'");
     EXPECT_THAT(run.out, StartsWith("WDC WD5000AAKS-00TMA0\nVerdict     at risk\n            - 529 sectors wait"));
-    EXPECT_THAT(run.out, HasSubstr("\nFamily      Western Digital Caviar SE16 Serial ATA (table built-in, row "));
+    EXPECT_THAT(run.out, HasSubstr("\nFamily      Western Digital Caviar Blue (SATA) (table built-in, row 426)"));
     EXPECT_THAT(run.out, HasSubstr("\n!    5  Reallocated Sector Count"));
     EXPECT_THAT(run.out, HasSubstr("\n     9  Power On Hours"));
     EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
@@ -62,21 +62,22 @@ TEST(DecodeCommand, LeadsWithTheVerdictAndMarksWhatItNames)
     const auto old = runCommand(decodeAta("wd-2500jb") + "--model 'WDC WD2500JB-00REA0'");
     EXPECT_THAT(old.out, HasSubstr("Set aside   - "));
     EXPECT_THAT(old.out, HasSubstr("failedInPast"));
-    EXPECT_EQ(runCommand(decodeAta("maxtor-60") + "--model X").status, 0);
+    EXPECT_EQ(runCommand(decodeAta("intel-x25m") + "--ssd --model X").status, 0);
 }
 
 TEST(DecodeCommand, ATextOfTheUserCannotDriveTheTerminal)
 {
     const auto run = runCommand(decodeAta("maxtor-60") + "--model \"$(printf 'A\\033[31mB\\302\\233C\\377')\"");
     EXPECT_THAT(run.out, StartsWith("A [31mB C\uFFFD\n"));
-    EXPECT_EQ(runCommand(decodeAta("maxtor-60") + "--json --model \"$(printf '\\377')\"").status, 0);
+    const auto json = runCommand(decodeAta("maxtor-60") + "--json --model \"$(printf '\\377')\"");
+    EXPECT_EQ(Json::parse(json.out)["record"]["deviceInfo"]["model"], "\uFFFD");
 }
 
 TEST(DecodeCommand, FillsTheIdentityFromControllerData)
 {
     const auto run =
         runCommand("decode nvme " + data + "nvme/smart.bin --json --identify " + data + "nvme/identify.bin");
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.status, 32) << "an emulated drive whose reserve is gone";
     const Json document = Json::parse(run.out);
     EXPECT_FALSE(document.contains("knownAs"));
     EXPECT_FALSE(document.contains("raw"));
