@@ -9,7 +9,7 @@ namespace {
 
 constexpr Measure dataUnits{Unit::bytes, 512'000}; // 1000 blocks of 512 bytes
 
-UInt128 numberOf(const NVMeCounter& counter)
+UInt128 numberOf(const NvmeCounter& counter)
 {
     UInt128 number = 0;
     for (std::size_t i = counter.size(); i-- > 0;)
@@ -46,7 +46,7 @@ std::vector<Attribute> nvmeAttributesOf(const Reading& reading)
                               .confidence = Confidence::high,
                               .value = value});
     };
-    const auto addCounter = [&](std::string_view name, Meaning meaning, const NVMeCounter& counter,
+    const auto addCounter = [&](std::string_view name, Meaning meaning, const NvmeCounter& counter,
                                 const Measure& measure) { add(name, meaning, measured(numberOf(counter), measure)); };
     using enum Meaning;
     constexpr Measure count{Unit::count};
