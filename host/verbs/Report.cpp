@@ -42,24 +42,14 @@ public:
         const auto outcome = std::ranges::find(outcomes_, &drive, [](const auto& each) { return each.drive.get(); });
         if (outcome == outcomes_.end())
             return readDrive(ReadableDrive::of(drive)); // it came meanwhile
-        if (outcome->reading)
-            return *outcome->reading;
+        if (outcome->judged)
+            return outcome->judged->reading;
         if (outcome->kind == DriveOutcome::Kind::failed)
             throw SmartError(outcome->error);
         throw SmartOpenError(outcome->error);
     }
 
-    /// Tells what could not be read; gives the bits of the exit status.
-    [[nodiscard]] int tell() const
-    {
-        int status = success;
-        for (const DriveOutcome& outcome : outcomes_) {
-            status |= outcome.status();
-            if (outcome.status() != success)
-                complain(outcome.name, outcome.error + (outcome.remedy.empty() ? "" : " Try: " + outcome.remedy));
-        }
-        return status;
-    }
+    [[nodiscard]] const std::vector<DriveOutcome>& outcomes() const { return outcomes_; }
 
 private:
     std::vector<DriveOutcome> outcomes_;
@@ -105,7 +95,8 @@ int report(const CLI::App& app, const ReportArguments& arguments)
     file.commit();
     if (isFile)
         print(fmt::format("{}: {}\n", printable(arguments.output), sizeText(bytes.size())));
-    int status = readings.tell();
+    complainOfFaults(readings.outcomes());
+    int status = statusOf(readings.outcomes());
     if (!fault.empty()) {
         complain("report", fault);
         status |= readFailed;

@@ -2,10 +2,10 @@
 #include "ReportView.h"
 
 #include "Quantity.h"
-#include "ResultView.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/StoredValues.h"
+#include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/records/RecordJson.h"
@@ -326,7 +326,10 @@ int statusOf(const ReportedDrive& drive)
         return readFailed;
     if (drive.stored.failure)
         return drive.stored.failure->asleep ? success : drive.stored.failure->opened ? readFailed : driveNotOpened;
-    return drive.decoded ? statusOf(*drive.decoded) : success;
+    if (!drive.decoded)
+        return success;
+    const DriveReading reading{*drive.decoded, drive.stored.identify.value_or(Data()), drive.stored.failing};
+    return JudgedReading(reading, drive.stored.kind == "ssd").status();
 }
 
 } // namespace vantorel::host
