@@ -88,6 +88,11 @@ std::optional<std::string> Machine::bundleLocation(std::string_view /*identifier
     return std::nullopt;
 }
 
+std::optional<PropertyTable> Machine::statistics(std::uint64_t /*entry*/)
+{
+    return std::nullopt;
+}
+
 OpenedChannel<AtaChannel> Machine::openAta(std::uint64_t /*entry*/)
 {
     return {};

@@ -174,6 +174,10 @@ public:
     /// The folder of a bundle, such as the one of "com.apple.iokit.IOStorageFamily" with the disk icons.
     [[nodiscard]] virtual std::optional<std::string> bundleLocation(std::string_view identifier);
 
+    /// The "Statistics" of the entry with this id, which has that property, as they are at this moment; absent when they
+    /// are as told.
+    [[nodiscard]] virtual std::optional<PropertyTable> statistics(std::uint64_t entry);
+
     /// A channel to the drive behind the entry with this id, which declares itself "SMART Capable".
     [[nodiscard]] virtual OpenedChannel<AtaChannel> openAta(std::uint64_t entry);
     /// A channel to the controller behind the entry with this id, which declares itself "NVMe SMART Capable".

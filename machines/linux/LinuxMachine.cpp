@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "LinuxMachine.h"
+
+#include "Statistics.h"
+#include "Superblocks.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <utility>
+
+namespace vantorel::machines {
+
+namespace {
+
+/// Whether `path` is the folder or lies in it.
+bool liesIn(std::string_view path, std::string_view folder)
+{
+    return path.starts_with(folder) &&
+           (path.size() == folder.size() || folder.ends_with('/') || path[folder.size()] == '/');
+}
+
+/// The mount that a path lies on: by the kernel's word, or by the longest name where it gives none.
+const Mount* mountOf(const std::string& path, const std::vector<Mount>& mounts)
+{
+    struct statx status {};
+    if (statx(AT_FDCWD, path.c_str(), AT_NO_AUTOMOUNT, STATX_MNT_ID, &status) != 0)
+        return nullptr;
+    if ((status.stx_mask & STATX_MNT_ID) != 0) {
+        for (const Mount& mount : mounts) {
+            if (mount.id >= 0 && static_cast<std::uint64_t>(mount.id) == status.stx_mnt_id)
+                return &mount;
+        }
+    }
+    const Mount* nearest = nullptr;
+    for (const Mount& mount : mounts) {
+        if (!mount.isHidden && liesIn(path, mount.target) && (!nearest || mount.target.size() > nearest->target.size()))
+            nearest = &mount;
+    }
+    return nearest;
+}
+
+} // namespace
+
+LinuxMachine::LinuxMachine(LinuxOptions options) : options_(std::move(options)), mounts_(options_.mountTable) {}
+
+LinuxMachine::~LinuxMachine() = default;
+
+void LinuxMachine::start(system::MachineEvents& events)
+{
+    events_ = &events;
+    udev_ = std::make_unique<Udev>(options_.events); // before the first look, so that nothing falls between
+    sources_ = {.sysfs = options_.sysfs,
+                .etc = options_.etc,
+                .udev = [this](const BlockDevice& device) { return udev_->properties(device); },
+                .superblocks = readSuperblocks};
+    look(nullptr, {});
+    watch_ = std::make_unique<LinuxEvents>(
+        *udev_,
+        EventHandlers{.devices = [this](const DeviceChanges& changes) { look(&scan_, changes); },
+                      .mounts = [this] { lookAtMounts(); },
+                      .arrays = [this] { look(&scan_, {}); },
+                      .hasArrays = [this] { return hasArrays_.load(); }},
+        options_.times);
+}
+
+void LinuxMachine::look(const SystemScan* before, const DeviceChanges& changes)
+{
+    scan_ = scanSystem(sources_, changes.isIncomplete ? nullptr : before, changes.changed);
+    attachments_.assign(scan_, changes.removed);
+    hasArrays_ = std::ranges::any_of(scan_.devices, [](const BlockDevice& device) { return device.raid.has_value(); });
+
+    auto entries = registryEntries(scan_, [this](const BlockDevice& disk) { return commandsOf(disk); });
+    const auto mounts = mounts_.mounts();
+    auto next = std::make_shared<Known>(Known{MountedDevices(scan_), {}});
+    const VolumesByName volumes = volumesOf(scan_, next->mounted, mounts ? *mounts : std::vector<Mount>());
+    ledger_.tell(std::move(entries), volumes, *events_);
+
+    std::unordered_map<std::string_view, const BlockDevice*> devices;
+    for (const BlockDevice& device : scan_.devices)
+        devices.emplace(device.kernelName, &device);
+    for (const auto& [id, disk] : ledger_.disks())
+        next->paths.emplace(id, devices.at(disk)->path);
+    const std::scoped_lock lock(knownMutex_);
+    known_ = std::move(next);
+}
+
+void LinuxMachine::lookAtMounts()
+{
+    const auto mounts = mounts_.mounts();
+    const auto now = known();
+    if (mounts && now)
+        ledger_.tellVolumes(volumesOf(scan_, now->mounted, *mounts), *events_);
+}
+
+std::shared_ptr<const LinuxMachine::Known> LinuxMachine::known() const
+{
+    const std::scoped_lock lock(knownMutex_);
+    return known_;
+}
+
+Commands LinuxMachine::commandsOf(const BlockDevice& /*disk*/)
+{
+    return Commands::none;
+}
+
+std::optional<std::vector<std::string>> LinuxMachine::mountPoints()
+{
+    const auto mounts = mounts_.mounts();
+    const auto now = known();
+    if (!mounts || !now)
+        return std::nullopt;
+    std::vector<std::string> paths;
+    for (const Mount& mount : *mounts) {
+        if (mount.isWhole && !mount.isHidden && now->mounted.nameOf(mount))
+            paths.push_back(mount.target);
+    }
+    return paths;
+}
+
+std::optional<system::FileSystemFacts> LinuxMachine::fileSystem(const std::string& path)
+{
+    struct statvfs status {};
+    const auto mounts = mounts_.mounts();
+    const auto now = known();
+    if (!mounts || !now || statvfs(path.c_str(), &status) != 0)
+        return std::nullopt;
+    const Mount* const mount = mountOf(path, *mounts);
+    if (!mount)
+        return std::nullopt;
+    const std::string* const device = now->mounted.nameOf(*mount);
+    return system::FileSystemFacts{.bsdName = device ? *device : std::string(),
+                                   .mountPoint = mount->target,
+                                   .size = std::uint64_t{status.f_blocks} * status.f_frsize,
+                                   .free = std::uint64_t{status.f_bavail} * status.f_frsize,
+                                   .writable = (status.f_flag & ST_RDONLY) == 0};
+}
+
+std::string LinuxMachine::temporaryDirectory()
+{
+    const char* const chosen = std::getenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    std::string path = chosen && *chosen == '/' ? chosen : "/tmp";
+    return path.ends_with('/') ? path : path + "/";
+}
+
+std::optional<PropertyTable> LinuxMachine::statistics(std::uint64_t entry)
+{
+    const auto now = known();
+    const auto found = now ? now->paths.find(entry) : decltype(now->paths.find(entry)){};
+    if (!now || found == now->paths.end())
+        return std::nullopt;
+    return readStatistics(Folder(found->second));
+}
+
+} // namespace vantorel::machines
