@@ -2,8 +2,8 @@
 // The compression operations beside direct calls of the libraries under them, in one run on the same bytes: 250 KB
 // of text and 16 MiB of mixed data. The counters `size` (of the result) and `memory` (bytes at the most beside input
 // and result) go with the speeds.
-#include "vantorel/report/Compression.h"
-#include "vantorel/system/CompressionStream.h"
+#include "vantorel/compression/Compression.h"
+#include "vantorel/compression/CompressionStream.h"
 
 #include <benchmark/benchmark.h>
 #include <lz4.h>

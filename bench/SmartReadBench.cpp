@@ -3,6 +3,7 @@
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/smart/SmartController.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"
 
 #include <benchmark/benchmark.h>

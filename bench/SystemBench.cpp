@@ -3,6 +3,7 @@
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"
 #include "vantorel/system/DiskArbitration.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"
 
 #include <benchmark/benchmark.h>

@@ -8,6 +8,8 @@ function(vantorel_library name)
     if(ARG_SOURCES)
         add_library(${target} STATIC ${ARG_SOURCES})
         target_link_libraries(${target} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:vantorel_flags>)
+        # Private headers are named from src, as public ones are from include.
+        target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
         set(scope PUBLIC)
     else()
         add_library(${target} INTERFACE)

@@ -2,6 +2,7 @@
 #include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
 #include "vantorel/system/DiskArbitration.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"
 
 using namespace vantorel;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "machines/recorded/MachineJson.h"
 #include "machines/recorded/RecordedMachine.h"
+#include "vantorel/system/Installation.h"
 
 using namespace vantorel;
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "Command.h"
-#include "MachineChoice.h"
-#include "Text.h"
+#include "host/Verbs.h"
+#include "host/choice/MachineChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Status.h"
 #include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/Version.h"
@@ -12,9 +13,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <new>
+#include <string>
 #include <string_view>
-#include <system_error>
 
 using namespace vantorel;
 
@@ -52,9 +55,8 @@ int run(int argc, char** argv)
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
         const auto unknown = app.remaining();
-        throw host::CommandError("arguments", unknown.empty()
-                                                  ? error.what()
-                                                  : "what is \"" + host::printable(unknown.front()) + "\"? See --help");
+        throw host::CommandError("arguments",
+                                 unknown.empty() ? error.what() : "what is \"" + unknown.front() + "\"? See --help");
     }
     return status;
 }
@@ -69,17 +71,27 @@ bool wantsJson(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    host::holdStandardStreams();
+    // A document is read by a program, which must find the same texts in it wherever the run takes place.
+    if (wantsJson(argc, argv))
+        setenv("LC_ALL", "C", 1);
     int status = host::usageError;
+    std::string failure;
     try {
         status = run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        failure = "memory: there is not enough of it";
     } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    if (!failure.empty()) {
         std::fflush(stdout);
-        std::fprintf(stderr, "vantorel: %s\n", error.what());
+        host::tell("vantorel: " + failure);
         if (wantsJson(argc, argv))
-            fmt::print("{}\n", nlohmann::json{{"error", base::toUtf8(error.what())}}.dump());
+            std::puts(nlohmann::json{{"error", base::toUtf8(failure)}}.dump().c_str());
     }
     if (std::fflush(stdout) != 0) {
-        host::complain("standard output", std::generic_category().message(errno));
+        host::complain("standard output", host::reason(errno));
         return host::usageError;
     }
     return status;

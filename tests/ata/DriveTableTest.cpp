@@ -71,8 +71,8 @@ TEST(LiteralAlternatives, ListsWhatAnExpressionStandsFor)
     EXPECT_THAT(*literalAlternatives("M4-(0[12]|X)?", 10), UnorderedElementsAre("M4-01", "M4-02", "M4-X", "M4-"));
     EXPECT_THAT(*literalAlternatives("AB.*|C\\.[x-z]{2}D", 20), testing::SizeIs(10));
     EXPECT_THAT(*literalAlternatives("", 10), ElementsAre(""));
-    for (const char* open :
-         {"a.b", "a*", "[^a]", "a+", "(a.*)b", "(a", "a)", "[a", "a{2", "a{1,2}", "\\d", "^a", "[a-z]{3}", "[b-a]", "[\u00E9]"})
+    for (const char* open : {"a.b", "a*", "[^a]", "a+", "(a.*)b", "(a", "a)", "[a", "a{2", "a{1,2}", "\\d", "^a",
+                             "[a-z]{3}", "[b-a]", "[\u00E9]"})
         EXPECT_FALSE(literalAlternatives(open, 1000)) << open;
     EXPECT_FALSE(literalAlternatives(std::string(5000, '('), 10));
 }

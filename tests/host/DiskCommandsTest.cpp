@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+#include <cstdlib>
 #include <sstream>
 #include <vector>
 
@@ -54,29 +56,86 @@ TEST(ListCommand, PrintsTheTreeAsJson)
     EXPECT_FALSE(document["disks"][1]["children"][0].contains("raidSet"));
 }
 
-TEST(ListCommand, ShowsTheSampleAndSaysSoWhenNoMachineIsGiven)
+TEST(ListCommand, ASampleIsShownWhenItIsAskedFor)
 {
-    const auto run = runCommand("list --json");
-    EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.err, HasSubstr("no --machine given: this is the sample "));
-    EXPECT_EQ(Json::parse(run.out)["disks"].size(), 1U);
+    EXPECT_EQ(runCommand("list --machine sample:tower").out, runCommand("list" + tower).out);
+    const auto unknown = runCommand("list --machine sample:../machines");
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_EQ(unknown.err, "vantorel: sample:../machines: there is no such sample; there are laptop, tower\n");
+    for (const std::string verb : {"list", "smart --json", "stats", "watch --for 0"})
+        EXPECT_EQ(runCommand(verb).status, 1) << verb;
+}
+
+TEST(ListCommand, WritesNumbersTheSameInEveryLocale)
+{
+    const std::string json = runCommand("list --json" + tower).out;
+    const std::string health = runCommand("smart --json" + tower).out;
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    EXPECT_EQ(runCommand("list" + tower).out, test::contentsOf(VANTOREL_TEST_DATA "/command/tower-list.txt"));
+    EXPECT_EQ(runCommand("list --json" + tower).out, json);
+    EXPECT_EQ(runCommand("smart --json" + tower).out, health);
+    const Json volume = Json::parse(json)["disks"][0]["children"][1]["children"][0];
+    EXPECT_TRUE(volume["freeSpace"].is_number_integer());
+    EXPECT_EQ(volume["freeSpace"], 21474836480);
+}
+
+/// The text of a listing of one drive with this many partitions.
+std::string listingOf(const std::string& model, int partitions)
+{
+    std::string text =
+        "+-o Root  <class IORegistryEntry, id 0x1>\n"
+        "  +-o IOBlockStorageDevice  <class IOBlockStorageDevice, id 0x2>\n"
+        "    | {\n    |   \"Device Characteristics\" = {\"Product Name\"=\"" +
+        model +
+        "\"}\n    | }\n    | \n"
+        "    +-o IOBlockStorageDriver  <class IOBlockStorageDriver, id 0x3>\n"
+        "      +-o Media  <class IOMedia, id 0x4>\n"
+        "        | {\n        |   \"BSD Name\" = \"disk0\"\n        |   \"Whole\" = Yes\n        | }\n        | \n";
+    for (int i = 1; i <= partitions; ++i)
+        text += "        +-o Part  <class IOMedia, id 0x" + std::to_string(1000 + i) +
+                ">\n            {\n              \"BSD Name\" = \"disk0s" + std::to_string(i) +
+                "\"\n              \"Whole\" = No\n            }\n";
+    return text;
 }
 
 TEST(ListCommand, AHostileNameCannotDriveTheTerminal)
 {
     const test::TemporaryFolder folder;
-    const std::string listing = folder.write(
-        "ioreg.txt", "+-o Root  <class IORegistryEntry, id 0x1>\n"
-                     "  +-o IOBlockStorageDevice  <class IOBlockStorageDevice, id 0x2>\n"
-                     "    | {\n    |   \"Device Characteristics\" = {\"Product Name\"=\"A\x1B[31mB\xff\"}\n    | }\n"
-                     "    | \n"
-                     "    +-o IOBlockStorageDriver  <class IOBlockStorageDriver, id 0x3>\n"
-                     "      +-o Media  <class IOMedia, id 0x4>\n"
-                     "          {\n            \"BSD Name\" = \"disk0\"\n            \"Whole\" = Yes\n          }\n");
+    const std::string listing =
+        folder.write("ioreg.txt", listingOf("A\x1B[31mB\xff\u202EC\u2069D\u061CE\u009BF\u2028G\u00E9\u200A", 0));
     const auto run = runCommand("list --machine " + listing);
-    EXPECT_THAT(run.out, HasSubstr("A [31mB\uFFFD"));
-    EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
-    EXPECT_THAT(runCommand("list --json --machine " + listing).out, HasSubstr("A\\u001b[31mB\uFFFD"));
+    EXPECT_THAT(run.out, HasSubstr("A [31mB\uFFFD C D E F G\u00E9\u200A"));
+    EXPECT_THAT(runCommand("list --json --machine " + listing).out, HasSubstr("A\\u001b[31mB\uFFFD\u202E"));
+    EXPECT_EQ(runCommand("list --machine \"$(printf 'no\\033[31m\\342\\200\\256ne')\"").err,
+              "vantorel: no [31m ne: No such file or directory\n");
+}
+
+TEST(ListCommand, ALongNameNeitherFillsTheOtherLinesNorTakesLong)
+{
+    std::string model;
+    for (int i = 0; i < 500'000; ++i)
+        model += "\u0085";
+    const test::TemporaryFolder folder;
+    const std::string listing = folder.write("ioreg.txt", listingOf(model + "end", 300));
+    const auto begin = std::chrono::steady_clock::now();
+    const auto run = runCommand("list --machine " + listing);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    EXPECT_EQ(std::ranges::count(run.out, '\n'), 302);
+    EXPECT_THAT(run.out, HasSubstr(" end"));
+    EXPECT_LT(run.out.size(), 600'000U);
+}
+
+TEST(Command, LosesNoOutputToAStandardErrorThatTakesNothing)
+{
+    const auto run = runCommand("smart" + tower);
+    ASSERT_FALSE(run.err.empty());
+    for (const std::string redirection : {"2>/dev/full", "2>&-"}) {
+        const auto other = runCommand("smart" + tower, redirection);
+        EXPECT_EQ(other.status, run.status) << redirection;
+        EXPECT_EQ(other.out, run.out) << redirection;
+        EXPECT_EQ(runCommand("frobnicate", redirection).status, 1);
+    }
+    EXPECT_EQ(runCommand("list" + tower, ">&-").err, "vantorel: standard output: Bad file descriptor\n");
 }
 
 TEST(WatchCommand, TellsArrivalChangeAndRemovalInOrder)
@@ -97,16 +156,22 @@ TEST(WatchCommand, EndsInTimeOrWithTheEvents)
     EXPECT_THAT(runCommand("watch --for 0" + tower).out, HasSubstr("appeared     disk0 "));
     EXPECT_EQ(jsonLines(runCommand("watch --json --count 2" + tower).out).size(), 2U);
     EXPECT_EQ(runCommand("watch --count 0" + tower).status, 1);
-    EXPECT_EQ(runCommand("watch --for soon" + tower).status, 1);
+    for (const std::string time : {"soon", "-1", "nan", "inf", "86400.5", "1s"}) {
+        const auto run = runCommand("watch --for " + time + tower);
+        EXPECT_EQ(run.status, 1) << time;
+        EXPECT_THAT(run.err, HasSubstr(time + " is no number of seconds from 0 to 86400\n"));
+    }
 }
 
 TEST(StatsCommand, ShowsCountersAndTheirRates)
 {
     EXPECT_THAT(runCommand("stats disk0" + laptop).out, HasSubstr("disk0  read       615801  14.16 GB"));
+    EXPECT_EQ(jsonLines(runCommand("stats --json WD-WCAPW0TOWER1 /dev/disk0" + tower).out)[0]["drives"][0]["bsdName"],
+              "disk1");
     const auto documents = jsonLines(runCommand("stats --json --interval 0.01 --count 2" + laptop).out);
     ASSERT_EQ(documents.size(), 3U);
     const Json& drive = documents[2]["drives"][0];
-    EXPECT_EQ(drive["statistics"]["readOperations"], 615801);
+    EXPECT_EQ(drive["statistics"]["readOperations"].dump(), "615801");
     EXPECT_EQ(drive["perSecond"]["readOperations"], 0);
     EXPECT_FALSE(documents[0]["drives"][0].contains("perSecond"));
 }
@@ -114,9 +179,9 @@ TEST(StatsCommand, ShowsCountersAndTheirRates)
 TEST(StatsCommand, WrongUseIsOneLineAndStatusOne)
 {
     const std::pair<std::string, std::string> cases[] = {
-        {"stats disk0s1" + laptop, "vantorel: disk0s1: no such drive\n"},
+        {"stats disk0s1" + laptop, "vantorel: disk0s1: there is no such drive\n"},
         {"list --machine /nowhere", "vantorel: /nowhere: No such file or directory\n"},
-        {"stats --interval 0" + laptop, ""},
+        {"stats --interval 0.001" + laptop, "0.001 is no number of seconds from 0.01 to 86400\n"},
         {"stats --count 3" + laptop, ""},
     };
     for (const auto& [arguments, error] : cases) {

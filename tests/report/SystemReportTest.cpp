@@ -11,6 +11,7 @@
 #include "vantorel/smart/Version.h"
 #include "vantorel/system/CallGate.h"
 #include "vantorel/system/IORegistry.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/Process.h"
 #include "vantorel/system/RegistryTool.h"
 

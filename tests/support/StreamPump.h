@@ -2,7 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
-#include "vantorel/system/CompressionStream.h"
+#include "vantorel/compression/CompressionStream.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/system/Machine.h"
+#include "vantorel/system/Installation.h"
 
 #include <atomic>
 #include <cstdint>

@@ -56,6 +56,9 @@ public:
     /// The volumes of one drive: those of its first APFS container, its CoreStorage volumes, its plain partitions, and
     /// the RAID sets that other partitions of it are members of, in this order; a set with two members twice.
     [[nodiscard]] std::vector<std::shared_ptr<Volume>> getVolumes(const Drive& drive) const;
+    /// The RAID set that a partition is a member of, by the entry under its media entry; none for none, or while the set
+    /// has not arrived.
+    [[nodiscard]] std::shared_ptr<RaidStorage> raidMember(const system::DADiskRef& disk) const;
     /// The first of `drives` with this name; none for none.
     [[nodiscard]] std::shared_ptr<Drive> getDrive(std::string_view bsdName) const;
     /// The first of `volumes` with this name; none for none, also for a disk that `volumes` leaves out.
@@ -79,7 +82,6 @@ private:
     void diskUpdated(const system::Notification& notification);
     void tellListeners(const std::shared_ptr<Disk>& disk, DiskEvent event) const;
     [[nodiscard]] std::shared_ptr<RaidStorage> getRaidStorageFromMember(const base::Uuid& uuid) const;
-    [[nodiscard]] std::shared_ptr<RaidStorage> raidMember(const system::DADiskRef& disk) const;
 
     std::vector<std::shared_ptr<DiskListener>> listeners_;
     DiskList disks_;

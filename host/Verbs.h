@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace vantorel::host {
+
+// Every verb adds itself under its name; its action leaves what the run ends with in `status`.
+void addDecode(CLI::App& app, int& status);
+void addDatabase(CLI::App& app, int& status);
+void addErrors(CLI::App& app, int& status);
+void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
+void addDiff(CLI::App& app, int& status);
+void addList(CLI::App& app, int& status);
+void addReport(CLI::App& app, int& status);
+void addShow(CLI::App& app, int& status);
+void addSmart(CLI::App& app, int& status);
+void addStats(CLI::App& app, int& status);
+void addWatch(CLI::App& app, int& status);
+void addMachineCheck(CLI::App& app, int& status);
+
+} // namespace vantorel::host

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "MachineChoice.h"
+
+#include "host/console/Output.h"
+#include "host/files/ReportFile.h"
+#include "machines/recorded/RecordedMachine.h"
+#include "vantorel/disks/Vantorel.h"
+#include "vantorel/system/Installation.h"
+#include "vantorel/system/MessageSink.h"
+#include "vantorel/system/RunLoop.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace vantorel::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* machineOption = "--machine";
+
+constexpr std::string_view samplePrefix = "sample:";
+
+/// Where the samples lie, told from where this program lies.
+fs::path samplesFolder()
+{
+    std::error_code ignored;
+    return (fs::read_symlink("/proc/self/exe", ignored).parent_path() / VANTOREL_SAMPLE_MACHINES).lexically_normal();
+}
+
+std::string samplePath(std::string_view name)
+{
+    const fs::path folder = samplesFolder();
+    std::vector<std::string> names;
+    std::error_code failure;
+    for (const auto& entry : fs::directory_iterator(folder, failure))
+        names.push_back(entry.path().filename().string());
+    if (std::ranges::find(names, name) != names.end())
+        return folder / name;
+    std::ranges::sort(names);
+    throw CommandError(fmt::format("{}{}", samplePrefix, name),
+                       names.empty() ? fmt::format("there are no samples in {}", folder.string())
+                                     : fmt::format("there is no such sample; there are {}", fmt::join(names, ", ")));
+}
+
+void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& path)
+{
+    constexpr std::size_t most = 3;
+    for (std::size_t i = 0; i < std::min(faults.size(), most); ++i)
+        complain(faults[i].file, faults[i].place + ": " + faults[i].fault);
+    if (faults.size() > most)
+        complain(path, fmt::format("{} more faults; `vantorel machine check` tells all", faults.size() - most));
+}
+
+} // namespace
+
+void addMachineOption(CLI::App& app)
+{
+    app.add_option(machineOption,
+                   "The machine to look at: a recording, a registry listing or a report; sample:NAME is one that comes "
+                   "with this program")
+        ->type_name("PATH");
+}
+
+std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
+{
+    system::setMessageSink([](std::string_view line) { tell(line); });
+    const auto* const option = app.get_option(machineOption);
+    if (option->count() == 0)
+        throw CommandError("this computer", "cannot be read yet; name a machine, such as --machine sample:tower");
+    auto path = option->as<std::string>();
+    if (path.starts_with(samplePrefix))
+        path = samplePath(std::string_view(path).substr(samplePrefix.size()));
+    auto recording = loadRecordingOrReport(path);
+    tellFaults(recording.faults, path);
+    const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
+    system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), playback));
+    static_cast<void>(Vantorel::shared());
+    return path;
+}
+
+std::string loadMachine(const CLI::App& app, LaterEvents laterEvents)
+{
+    std::string path = startMachine(app, laterEvents);
+    while (system::performPendingWork()) {
+    }
+    return path;
+}
+
+} // namespace vantorel::host

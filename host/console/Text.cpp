@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "Text.h"
+
+#include "vantorel/base/Text.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <unistd.h>
+
+namespace vantorel::host {
+
+namespace {
+
+bool usesColour()
+{
+    static const bool uses = [] {
+        const char* const noColour = std::getenv("NO_COLOR");
+        return isatty(STDOUT_FILENO) == 1 && (!noColour || !*noColour);
+    }();
+    return uses;
+}
+
+/// The places that a text takes on the screen: one a character.
+std::size_t width(std::string_view text)
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+/// How many bytes the control character takes that `text` begins with; 0 where it begins with none. Besides those of
+/// ASCII a terminal may obey those of Latin-1 (U+0080 to U+009F), and it may show what stands behind a line separator
+/// or a change of direction (U+061C, U+200E, U+200F, U+2028 to U+202E, U+2066 to U+2069) where it does not belong.
+std::size_t controlLength(std::string_view text)
+{
+    const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
+    const auto isBetween = [](unsigned value, unsigned first, unsigned last) {
+        return value >= first && value <= last;
+    };
+    if (byte(0) < 0x20 || byte(0) == 0x7F)
+        return 1;
+    if ((byte(0) == 0xC2 && isBetween(byte(1), 0x80, 0x9F)) || text.starts_with("\u061C"))
+        return 2;
+    const bool isChange =
+        (text.starts_with("\xE2\x80") && (isBetween(byte(2), 0x8E, 0x8F) || isBetween(byte(2), 0xA8, 0xAE))) ||
+        (text.starts_with("\xE2\x81") && isBetween(byte(2), 0xA6, 0xA9));
+    return isChange ? 3 : 0;
+}
+
+/// A column is not made wider than this for a cell that is: one long text must not fill every other line with blanks.
+constexpr std::size_t widestColumn = 80;
+
+std::string padded(const std::string& text, std::size_t wanted, Table::Align align)
+{
+    const std::string blanks(wanted - std::min(width(text), wanted), ' ');
+    return align == Table::Align::left ? text + blanks : blanks + text;
+}
+
+} // namespace
+
+std::string printable(std::string_view text)
+{
+    const std::string characters = base::toUtf8(text);
+    std::string result;
+    result.reserve(characters.size());
+    for (std::string_view rest = characters; !rest.empty();) {
+        const std::size_t control = controlLength(rest);
+        result += control > 0 ? ' ' : rest.front();
+        rest.remove_prefix(std::max<std::size_t>(control, 1));
+    }
+    return result;
+}
+
+std::string emphasised(std::string_view text, Emphasis emphasis)
+{
+    if (emphasis == Emphasis::none || !usesColour())
+        return std::string(text);
+    constexpr std::string_view codes[] = {"", "\x1B[1m", "\x1B[32m", "\x1B[33m", "\x1B[1;31m"};
+    return std::string(codes[static_cast<std::size_t>(emphasis)]).append(text) + "\x1B[0m";
+}
+
+Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+
+void Table::add(std::vector<std::string> cells, Emphasis emphasis)
+{
+    lines_.push_back({std::move(cells), emphasis});
+}
+
+std::string Table::text(std::size_t indent) const
+{
+    std::vector<std::size_t> widths;
+    std::vector<std::string> titles;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        std::size_t widest = width(columns_[i].title);
+        for (const Line& line : lines_)
+            widest = std::max(widest, width(line.cells[i]));
+        widths.push_back(std::min(widest, widestColumn));
+        titles.push_back(columns_[i].title);
+    }
+    const auto line = [&](const std::vector<std::string>& cells, Emphasis emphasis) {
+        std::string joined;
+        for (std::size_t i = 0; i < cells.size(); ++i)
+            joined += (i == 0 ? "" : "  ") + padded(cells[i], widths[i], columns_[i].align);
+        joined.erase(joined.find_last_not_of(' ') + 1);
+        return std::string(indent, ' ') + emphasised(joined, emphasis) + '\n';
+    };
+    std::string text = line(titles, Emphasis::strong);
+    for (const Line& each : lines_)
+        text += line(each.cells, each.emphasis);
+    return text;
+}
+
+} // namespace vantorel::host

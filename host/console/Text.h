@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantorel::host {
+
+/// The text as it may go to a terminal: control characters, those that change the direction of writing included, become
+/// blanks, and bytes that are no UTF-8 U+FFFD. Texts of drives and files pass through here before they are printed.
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// How a text stands out. Nothing does where standard output is no terminal or `NO_COLOR` is set.
+enum class Emphasis { none, strong, good, warning, bad };
+
+[[nodiscard]] std::string emphasised(std::string_view text, Emphasis emphasis);
+
+/// Columns of text, as wide as their widest cell up to 80 characters, two blanks apart.
+class Table {
+public:
+    enum class Align { left, right };
+
+    struct Column {
+        std::string title;
+        Align align = Align::left;
+    };
+
+    explicit Table(std::vector<Column> columns);
+
+    /// One line; as many cells as there are columns. The texts are printed as they are given.
+    void add(std::vector<std::string> cells, Emphasis emphasis = Emphasis::none);
+
+    /// The title line and all others, each behind `indent` blanks.
+    [[nodiscard]] std::string text(std::size_t indent = 0) const;
+
+private:
+    struct Line {
+        std::vector<std::string> cells;
+        Emphasis emphasis;
+    };
+
+    std::vector<Column> columns_;
+    std::vector<Line> lines_;
+};
+
+} // namespace vantorel::host

@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "ReportDiff.h"
+
+#include "host/console/Status.h"
+#include "vantorel/ata/AttributeFormat.h"
+#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/base/Text.h"
+#include "vantorel/layouts/AtaSmart.h"
+#include "vantorel/layouts/Nvme.h"
+#include "vantorel/nvme/NVMeFormat.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <utility>
+
+namespace vantorel::host {
+
+namespace {
+
+/// Up to 128 bits, the high half first.
+using Number = std::pair<std::uint64_t, std::uint64_t>;
+
+enum class Bad { never, whenItGrows, whenItShrinks };
+
+/// One value of one drive, in the form in which two can be compared.
+struct Reading {
+    std::string key; ///< what it is known by in both reports
+    std::string id;
+    std::string name;
+    std::string text;
+    Number number;
+    Bad bad = Bad::never;
+    int severity = 0;  ///< of its state, 0 for a good one
+    std::string state; ///< in words
+    int status = 0;    ///< bits of `Status` that its state asks for
+};
+
+/// In the raw names of attributes that count damage, as the drive table spells them: a drive that is well does not
+/// count them up.
+constexpr std::array<std::string_view, 14> damageWords{
+    "Realloc", "Pending",    "Uncorr",     "UECC",       "_Unc_",      "UNC_",
+    "CRC",     "Bad_Bl",     "Retired_Bl", "End-to-End", "Spin_Retry", "Calibration_Retry",
+    "_Fail",   "Undetected",
+};
+
+/// The bits of a raw value that are the number; what lies above is something else, such as a count a day.
+int numberWidth(ata_attr_raw_format format)
+{
+    using enum ata_attr_raw_format;
+    switch (format) {
+    case raw16_raw16:
+    case raw16_avg16:
+    case tempminmax:
+    case temp10x:
+        return 16;
+    case raw24_raw8:
+    case raw24_div_raw24:
+    case raw24_div_raw32:
+        return 24;
+    case msec24hour32:
+        return 32;
+    default:
+        return 48;
+    }
+}
+
+Number rawNumber(const IOATASmartAttribute& attribute, ata_attr_raw_format format)
+{
+    std::uint64_t number = 0;
+    for (std::size_t i = attribute.rawvalue.size(); i-- > 0;)
+        number = number << 8 | attribute.rawvalue[i];
+    return {0, number & ((std::uint64_t{1} << numberWidth(format)) - 1)};
+}
+
+int severityOf(ATASmartAttributeState state)
+{
+    return state == ATASmartAttributeState::failedNow ? 2 : state == ATASmartAttributeState::failedInPast ? 1 : 0;
+}
+
+int statusOfState(const ATASmartValue& value)
+{
+    const int severity = severityOf(value.state);
+    if (severity == 2 && value.type == SmartAttributeType::preFail)
+        return driveFailing | preFailReached;
+    return severity == 0 ? 0 : attributeReached;
+}
+
+std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
+{
+    std::vector<Reading> readings;
+    const auto sector = readRecord<SmartVendorSpecificData>(result.rawData);
+    const drive_settings* const row = getDriveSettings(result.deviceInfo);
+    const ATASmartAttributeDefinitions& definitions = row ? definitionsOfRow(*row) : getDefaultDefinitions();
+    auto value = result.smartValues.begin(); // one for each slot in use, in their order
+    for (const IOATASmartAttribute& attribute : sector.value().attributes) {
+        if (attribute.attributeId == 0)
+            continue;
+        const ATASmartAttributeDefinition& definition = resolvedDefinition(attribute.attributeId, definitions);
+        const std::string_view rawName = definition.name ? std::string_view(*definition.name)
+                                                         : GetDefaultAttributeName(attribute.attributeId, isSSD);
+        const bool countsDamage = std::ranges::any_of(
+            damageWords, [&](std::string_view word) { return rawName.find(word) != std::string_view::npos; });
+        const std::string id = std::to_string(attribute.attributeId);
+        readings.push_back({id, id, value->name, value->formattedValue, rawNumber(attribute, definition.format),
+                            countsDamage ? Bad::whenItGrows : Bad::never, severityOf(value->state),
+                            std::string(rawValue(value->state)), statusOfState(*value)});
+        ++value;
+    }
+    return readings;
+}
+
+Number number(const NVMeCounter& counter)
+{
+    Number halves;
+    for (std::size_t i = 8; i-- > 0;) {
+        halves.first = halves.first << 8 | counter[8 + i];
+        halves.second = halves.second << 8 | counter[i];
+    }
+    return halves;
+}
+
+/// What is compared of a health log, and how it can go wrong.
+struct LogField {
+    std::string_view key;
+    Number (*number)(const NVMeSMARTLog& log);
+    Bad bad = Bad::never;
+    int status = 0; ///< bits of `Status` while `isBad`
+    bool (*isBad)(const NVMeSMARTLog& log) = nullptr;
+};
+
+using Log = NVMeSMARTLog;
+
+constexpr std::array<LogField, 14> logFields{{
+    {"CriticalWarning", [](const Log& log) { return Number(0, std::popcount(log.critical_warning)); }, Bad::whenItGrows,
+     driveFailing, [](const Log& log) { return log.critical_warning != 0; }},
+    {"Temperature", [](const Log& log) { return Number(0, le16ToUInt(log.temperature)); }},
+    {"AvailableSpare", [](const Log& log) { return Number(0, log.avail_spare); }, Bad::whenItShrinks, preFailReached,
+     [](const Log& log) { return log.avail_spare <= log.spare_thresh && log.spare_thresh != 0; }},
+    {"PercentageUsed", [](const Log& log) { return Number(0, log.percent_used); }, Bad::never, attributeReached,
+     [](const Log& log) { return log.percent_used >= 100; }},
+    {"DataUnitsRead", [](const Log& log) { return number(log.data_units_read); }},
+    {"DataUnitsWritten", [](const Log& log) { return number(log.data_units_written); }},
+    {"HostReadCommands", [](const Log& log) { return number(log.host_reads); }},
+    {"HostWriteCommands", [](const Log& log) { return number(log.host_writes); }},
+    {"ControllerBusyTime", [](const Log& log) { return number(log.ctrl_busy_time); }},
+    {"PowerCycles", [](const Log& log) { return number(log.power_cycles); }},
+    {"PowerOnHours", [](const Log& log) { return number(log.power_on_hours); }},
+    {"UnsafeShutdowns", [](const Log& log) { return number(log.unsafe_shutdowns); }},
+    {"MediaAndDataIntegrityErrors", [](const Log& log) { return number(log.media_errors); }, Bad::whenItGrows},
+    {"ErrorInformationLogEntries", [](const Log& log) { return number(log.num_err_log_entries); }},
+}};
+
+std::vector<Reading> readingsOf(const NVMeSmartObject& result, bool /*isSSD*/)
+{
+    const auto log = readRecord<NVMeSMARTLog>(result.rawData);
+    std::vector<Reading> readings;
+    for (const LogField& field : logFields) {
+        const NVMeSmartValue value = processSmartValue(field.key, log.value());
+        const bool isBad = field.isBad && field.isBad(*log);
+        readings.push_back({std::string(field.key), "", value.name, value.formattedValue, field.number(*log), field.bad,
+                            isBad ? 1 : 0, isBad ? "warning" : "ok", isBad ? field.status : 0});
+    }
+    return readings;
+}
+
+std::vector<Reading> readingsOf(const ReportedDrive& drive)
+{
+    return drive.decoded->visit([&](const auto& result) { return readingsOf(result, drive.stored.kind == "ssd"); });
+}
+
+/// What a reading did; absent when it is as it was.
+std::optional<ValueChange> compareReadings(const Reading& before, const Reading& after)
+{
+    using enum ValueChange::Kind;
+    ValueChange change{changed, after.id, after.name, before.text, after.text, 0};
+    if (before.severity != after.severity) {
+        change.kind = after.severity > before.severity ? crossed : recovered;
+        change.status = change.kind == crossed ? after.status : 0;
+        change.before += " (" + before.state + ')';
+        change.after += " (" + after.state + ')';
+    } else if (before.number != after.number) {
+        change.kind = after.number > before.number ? grew : shrank;
+        const bool isBad = change.kind == grew ? after.bad == Bad::whenItGrows : after.bad == Bad::whenItShrinks;
+        change.status = isBad ? damageGrew : 0;
+    } else if (before.text == after.text) {
+        return std::nullopt;
+    }
+    return change;
+}
+
+/// Each attribute number counts once: a sector may hold one twice, and the first is then meant.
+const Reading* find(const std::vector<Reading>& readings, const std::string& key)
+{
+    const auto found = std::ranges::find(readings, key, &Reading::key);
+    return found == readings.end() ? nullptr : &*found;
+}
+
+std::vector<ValueChange> compareValues(const std::vector<Reading>& before, const std::vector<Reading>& after)
+{
+    using enum ValueChange::Kind;
+    std::vector<ValueChange> changes;
+    for (const Reading& reading : after) {
+        if (find(after, reading.key) != &reading)
+            continue;
+        const Reading* const last = find(before, reading.key);
+        if (!last)
+            changes.push_back({appeared, reading.id, reading.name, "", reading.text, reading.status});
+        else if (std::optional<ValueChange> change = compareReadings(*last, reading))
+            changes.push_back(*std::move(change));
+    }
+    for (const Reading& reading : before) {
+        if (!find(after, reading.key) && find(before, reading.key) == &reading)
+            changes.push_back({vanished, reading.id, reading.name, reading.text, "", 0});
+    }
+    return changes;
+}
+
+DriveChange describe(const ReportedDrive& drive, DriveChange::Kind kind)
+{
+    return {kind, drive.name, drive.stored.model.value_or(""), std::string(base::trimmed(drive.identity.serial)),
+            {},   0};
+}
+
+DriveChange compareDrives(const ReportedDrive& before, const ReportedDrive& after)
+{
+    DriveChange change = describe(after, DriveChange::Kind::stayed);
+    const auto isAta = [](const ReportedDrive& drive) { return drive.decoded->as<ATASmartObject>() != nullptr; };
+    const bool areComparable = before.decoded && after.decoded && isAta(before) == isAta(after);
+    if (areComparable)
+        change.values = compareValues(readingsOf(before), readingsOf(after));
+    else if (after.decoded)
+        change.values = {{ValueChange::Kind::appeared, "", "S.M.A.R.T. data", "", "readable", 0}};
+    else if (before.decoded)
+        change.values = {{ValueChange::Kind::vanished, "", "S.M.A.R.T. data", "readable", "", readFailed}};
+    for (const ValueChange& value : change.values)
+        change.status |= value.status;
+    return change;
+}
+
+bool isSameDrive(const ReportedDrive& one, const ReportedDrive& other)
+{
+    const std::string_view serial = base::trimmed(one.identity.serial);
+    const std::string_view otherSerial = base::trimmed(other.identity.serial);
+    if (!serial.empty() && !otherSerial.empty())
+        return serial == otherSerial;
+    return one.stored.model == other.stored.model && one.name == other.name;
+}
+
+} // namespace
+
+std::string_view rawValue(ValueChange::Kind kind)
+{
+    constexpr std::string_view names[] = {"appeared", "vanished", "grew", "shrank", "changed", "crossed", "recovered"};
+    return names[static_cast<std::size_t>(kind)];
+}
+
+std::string_view rawValue(DriveChange::Kind kind)
+{
+    constexpr std::string_view names[] = {"appeared", "vanished", "stayed"};
+    return names[static_cast<std::size_t>(kind)];
+}
+
+std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after)
+{
+    std::vector<DriveChange> changes;
+    std::vector<const ReportedDrive*> left;
+    for (const ReportedDrive& drive : before.drives)
+        left.push_back(&drive);
+    for (const ReportedDrive& drive : after.drives) {
+        const auto same =
+            std::ranges::find_if(left, [&](const ReportedDrive* other) { return isSameDrive(*other, drive); });
+        if (same == left.end()) {
+            changes.push_back(describe(drive, DriveChange::Kind::appeared));
+            continue;
+        }
+        changes.push_back(compareDrives(**same, drive));
+        left.erase(same);
+    }
+    for (const ReportedDrive* const drive : left) {
+        changes.push_back(describe(*drive, DriveChange::Kind::vanished));
+        changes.back().status = driveNotOpened;
+    }
+    return changes;
+}
+
+} // namespace vantorel::host

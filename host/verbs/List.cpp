@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "host/Verbs.h"
+#include "host/choice/MachineChoice.h"
+#include "host/console/Output.h"
+#include "host/console/Text.h"
+#include "host/views/DiskJson.h"
+#include "host/views/DiskTree.h"
+#include "host/views/DiskWords.h"
+#include "host/views/Quantity.h"
+
+#include <memory>
+
+namespace vantorel::host {
+
+namespace {
+
+std::string freeText(const DiskNode& node)
+{
+    const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
+    if (!volume || !volume->isMounted())
+        return {};
+    return sizeText(wholeNumber(volume->freeSpace()));
+}
+
+std::string mountText(const DiskNode& node)
+{
+    const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
+    return volume ? volume->mountPoint().value_or("") : "";
+}
+
+/// One line for the node and one for each below it, drawn behind `stem`, which runs down to them.
+void draw(Table& table, const DiskNode& node, const std::string& branch, const std::string& stem)
+{
+    std::string kind = kindText(*node.disk);
+    if (node.raidSet)
+        kind += ", in " + node.raidSet->bsdName().value_or("a RAID set");
+    table.add({branch + printable(node.disk->bsdName().value_or("-")), sizeText(*node.disk), std::move(kind),
+               printable(nameText(*node.disk)), printable(mountText(node)), freeText(node)},
+              branch.empty() ? Emphasis::strong : Emphasis::none);
+    for (const DiskNode& child : node.children) {
+        const bool isLast = &child == &node.children.back();
+        draw(table, child, stem + (isLast ? "└─ " : "├─ "), stem + (isLast ? "   " : "│  "));
+    }
+}
+
+std::string treeText(const std::vector<DiskNode>& roots)
+{
+    Table table(
+        {{"DISK"}, {"SIZE", Table::Align::right}, {"KIND"}, {"NAME"}, {"MOUNT POINT"}, {"FREE", Table::Align::right}});
+    for (const DiskNode& root : roots)
+        draw(table, root, "", "");
+    return table.text();
+}
+
+Json nodeJson(const DiskNode& node)
+{
+    Json json = diskJson(*node.disk);
+    if (node.raidSet && node.raidSet->bsdName())
+        json["raidSet"] = *node.raidSet->bsdName();
+    json["children"] = Json::array();
+    for (const DiskNode& child : node.children)
+        json["children"].push_back(nodeJson(child));
+    return json;
+}
+
+void list(const CLI::App& app, bool json)
+{
+    const std::string path = loadMachine(app);
+    const std::vector<DiskNode> roots = diskTree(Vantorel::shared());
+    if (!json) {
+        print(roots.empty() ? "No disks.\n" : treeText(roots));
+        return;
+    }
+    Json document = {{"machine", path}, {"disks", Json::array()}};
+    for (const DiskNode& root : roots)
+        document["disks"].push_back(nodeJson(root));
+    print(jsonLine(document));
+}
+
+} // namespace
+
+void addList(CLI::App& app, int& /*status*/)
+{
+    CLI::App* const verb = app.add_subcommand("list", "The tree of a machine's disks");
+    const auto json = std::make_shared<bool>(false);
+    verb->add_flag("--json", *json, "Print as JSON");
+    verb->callback([&app, json] { list(app, *json); });
+}
+
+} // namespace vantorel::host

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "DiskTree.h"
+
+#include "vantorel/disks/AppleStorage.h"
+#include "vantorel/disks/CoreStorage.h"
+
+#include <map>
+#include <set>
+#include <string_view>
+
+namespace vantorel::host {
+
+namespace {
+
+constexpr int deepestLevel = 40;
+
+class TreeBuilder {
+public:
+    explicit TreeBuilder(const Vantorel& registry) : registry_(registry), disks_(registry.disks())
+    {
+        for (const auto& disk : disks_) {
+            tracked_.insert(disk.get());
+            if (disk->bsdName())
+                named_.try_emplace(*disk->bsdName(), disk.get());
+        }
+        for (const auto& disk : disks_)
+            children_[parentOf(*disk)].push_back(disk);
+    }
+
+    std::vector<DiskNode> build()
+    {
+        std::vector<DiskNode> roots = nodesUnder(nullptr, 0);
+        // What tells of itself that it lies on something that lies on it, or lies too deep.
+        for (const auto& disk : disks_) {
+            if (!placed_.contains(disk.get()))
+                roots.push_back(node(disk, 0));
+        }
+        return roots;
+    }
+
+private:
+    const Disk* parentOf(const Disk& disk) const
+    {
+        std::shared_ptr<Volume> below;
+        if (const auto* const container = dynamic_cast<const AppleStorage*>(&disk))
+            below = container->bsdVolume();
+        else if (const auto* const logical = dynamic_cast<const CoreStorage*>(&disk))
+            below = logical->logicalVolume();
+        if (below && tracked_.contains(below.get()))
+            return below.get();
+        // A partition carries the name of its whole disk, and an APFS snapshot that of its volume.
+        const std::string_view name = disk.bsdName() ? std::string_view(*disk.bsdName()) : std::string_view();
+        const std::size_t slice = name.rfind('s');
+        const auto found = slice == std::string_view::npos ? named_.end() : named_.find(name.substr(0, slice));
+        return found == named_.end() ? nullptr : found->second;
+    }
+
+    std::vector<DiskNode> nodesUnder(const Disk* parent, int level)
+    {
+        std::vector<DiskNode> nodes;
+        const auto found = children_.find(parent);
+        if (found != children_.end()) {
+            for (const auto& disk : found->second) {
+                if (!placed_.contains(disk.get()))
+                    nodes.push_back(node(disk, level));
+            }
+        }
+        return nodes;
+    }
+
+    DiskNode node(const std::shared_ptr<Disk>& disk, int level)
+    {
+        placed_.insert(disk.get());
+        return {disk, disk->diskType() == Disk::DiskType::volume ? registry_.raidMember(disk->diskObject()) : nullptr,
+                level == deepestLevel ? std::vector<DiskNode>() : nodesUnder(disk.get(), level + 1)};
+    }
+
+    const Vantorel& registry_;
+    const std::vector<std::shared_ptr<Disk>> disks_;
+    std::set<const Disk*> tracked_;
+    std::map<std::string, const Disk*, std::less<>> named_;
+    std::map<const Disk*, std::vector<std::shared_ptr<Disk>>> children_;
+    std::set<const Disk*> placed_;
+};
+
+} // namespace
+
+std::vector<DiskNode> diskTree(const Vantorel& registry)
+{
+    return TreeBuilder(registry).build();
+}
+
+} // namespace vantorel::host

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/system/FileManager.h"
+
+#include "vantorel/system/CallGate.h"
+#include "vantorel/system/Installation.h"
+
+namespace vantorel::system {
+
+FileManager& FileManager::defaultManager()
+{
+    static FileManager manager;
+    return manager;
+}
+
+std::optional<std::vector<std::string>>
+FileManager::mountedVolumeURLsIncludingResourceValuesForKeys(std::nullptr_t /*keys*/, std::uint32_t /*options*/) const
+{
+    if (!callPasses("mountedVolumeURLsIncludingResourceValuesForKeys:options:"))
+        return std::nullopt;
+    return machine()->mountPoints();
+}
+
+PropertyTableRef FileManager::attributesOfFileSystemForPath(const std::string& path) const
+{
+    if (!callPasses("attributesOfFileSystemForPath:error:"))
+        return nullptr;
+    const std::optional<FileSystemFacts> facts = machine()->fileSystem(path);
+    if (!facts)
+        return nullptr;
+    return std::make_shared<PropertyTable>(PropertyTable{
+        {std::string(NSFileSystemSize), facts->size},
+        {std::string(NSFileSystemFreeSize), facts->free},
+    });
+}
+
+bool FileManager::isWritableFileAtPath(const std::string& path) const
+{
+    if (!callPasses("isWritableFileAtPath:"))
+        return false;
+    const std::optional<FileSystemFacts> facts = machine()->fileSystem(path);
+    return facts && facts->writable;
+}
+
+std::string NSTemporaryDirectory()
+{
+    return machine()->temporaryDirectory();
+}
+
+} // namespace vantorel::system

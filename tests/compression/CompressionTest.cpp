@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "vantorel/compression/Compression.h"
+
+#include "support/TestData.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+#include <unordered_set>
+
+namespace vantorel {
+namespace {
+
+using enum CompressionAlgorithm;
+
+constexpr CompressionAlgorithm algorithms[] = {lz4, zlib, lzma, lzfse};
+
+Data noise(std::size_t size)
+{
+    std::mt19937 random(7);
+    Data bytes(size);
+    for (std::uint8_t& byte : bytes)
+        byte = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+Data text(std::size_t size)
+{
+    Data bytes = test::readTestData("lzfse/table.tsv");
+    while (bytes.size() < size)
+        bytes.insert(bytes.end(), bytes.begin(), bytes.begin() + 59'999);
+    bytes.resize(size);
+    return bytes;
+}
+
+/// The case that a call throws; absent when it does not.
+template <typename Call>
+std::optional<CompressionError::Case> thrownBy(Call call)
+try {
+    (void)call();
+    return std::nullopt;
+} catch (const CompressionError& error) {
+    return error.reason();
+}
+
+TEST(Compression, EveryAlgorithmGivesTheInputBackWhateverTheSizeAndTheBlock)
+{
+    for (const std::size_t size : {1, 2, 7, 8, 9, 4095, 4096, 4097, 65'535, 65'536, 65'537, 400'000})
+        for (const Data& plain : {text(size), noise(size), Data(size)})
+            for (const CompressionAlgorithm algorithm : algorithms) {
+                const auto packed = compress(plain, algorithm);
+                ASSERT_TRUE(packed);
+                EXPECT_EQ(decompress(*packed, algorithm), plain) << size << ' ' << int(algorithm);
+                EXPECT_LT(packed->size(), size + size / 100 + 80);
+            }
+}
+
+TEST(Compression, TheBlockSizeChangesNothingInTheResult)
+{
+    const Data plain = text(30'000);
+    for (const CompressionAlgorithm algorithm : algorithms) {
+        const Data packed = *compress(plain, algorithm);
+        const auto whole = static_cast<std::ptrdiff_t>(packed.size());
+        for (const std::ptrdiff_t size : {std::ptrdiff_t{1}, std::ptrdiff_t{997}, whole, 2 * whole})
+            EXPECT_EQ(compress(plain, algorithm, size), packed);
+        for (const std::ptrdiff_t size : {1, 4096, 15'000, 30'000, 30'001})
+            EXPECT_EQ(decompress(packed, algorithm, size), plain);
+    }
+}
+
+TEST(Compression, LzfseIsWhatIsUsedUnlessAskedOtherwise)
+{
+    const Data plain = text(20'000);
+    EXPECT_EQ(compress(plain), compress(plain, lzfse, 4096));
+    EXPECT_EQ(decompress(*compress(plain, lzfse)), plain);
+}
+
+TEST(Compression, WrongArgumentsAreRefusedInOrder)
+{
+    const Data some = {1, 2, 3};
+    const auto none = static_cast<CompressionAlgorithm>(0x300);
+    for (const CompressionAlgorithm algorithm : algorithms) {
+        EXPECT_EQ(thrownBy([&] { return compress({}, algorithm, 0); }), CompressionError::emptyData);
+        EXPECT_EQ(thrownBy([&] { return decompress({}, algorithm); }), CompressionError::emptyData);
+        EXPECT_EQ(thrownBy([&] { return compress(some, algorithm, 0); }), CompressionError::initError);
+        EXPECT_EQ(thrownBy([&] { return decompress(some, algorithm, -4096); }), CompressionError::initError);
+    }
+    constexpr auto tooMuch = std::numeric_limits<std::ptrdiff_t>::max();
+    EXPECT_EQ(thrownBy([&] { return decompress(some, lz4, tooMuch); }), CompressionError::processError);
+    EXPECT_EQ(thrownBy([&] { return compress(some, none); }), CompressionError::initError);
+    EXPECT_EQ(thrownBy([&] { return decompress(some, none); }), CompressionError::initError);
+}
+
+TEST(Compression, InputThatStopsAnywhereBeforeTheEndIsAProcessError)
+{
+    for (const std::size_t size : {5, 600, 6000})
+        for (const CompressionAlgorithm algorithm : algorithms) {
+            const Data packed = *compress(text(size), algorithm);
+            for (std::size_t kept = 1; kept < packed.size(); ++kept)
+                ASSERT_EQ(thrownBy([&] { return decompress(DataView(packed).first(kept), algorithm); }),
+                          CompressionError::processError)
+                    << int(algorithm) << ' ' << kept;
+        }
+}
+
+TEST(Compression, ForeignBytesAreAProcessErrorAndBytesBehindTheEndAreIgnored)
+{
+    const Data plain = text(6000);
+    const Data foreign(100, 0xff);
+    for (const CompressionAlgorithm algorithm : algorithms) {
+        EXPECT_EQ(thrownBy([&] { return decompress(foreign, algorithm); }), CompressionError::processError);
+        Data packed = *compress(plain, algorithm);
+        packed.insert(packed.end(), foreign.begin(), foreign.end());
+        EXPECT_EQ(decompress(packed, algorithm), plain);
+    }
+}
+
+TEST(CompressionError, IsComparedAndHashedByItsCase)
+{
+    const std::unordered_set<CompressionError> seen = {CompressionError::emptyData, CompressionError::processError,
+                                                       CompressionError::emptyData};
+    EXPECT_EQ(seen.size(), 2U);
+    EXPECT_TRUE(seen.contains(CompressionError::processError));
+    EXPECT_FALSE(seen.contains(CompressionError::initError));
+    EXPECT_STREQ(CompressionError(CompressionError::initError).what(), "initError");
+}
+
+} // namespace
+} // namespace vantorel
