@@ -112,6 +112,7 @@ void identifyScsi(const Folder& folder, const DeviceProperties& properties, Hard
     hardware.isAta = hardware.isAta || vendor == "ATA";
     if (!identifyByPage89(folder, hardware))
         identifyByUdevAta(properties, hardware);
+    hardware.isCut = hardware.isAta && hardware.product.empty();
     setIfEmpty(hardware.product, folder.text("device/model").value_or(""));
     setIfEmpty(hardware.revision, folder.text("device/rev").value_or(""));
     setIfEmpty(hardware.serial, pageSerial(folder));

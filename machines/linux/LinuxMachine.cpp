@@ -42,9 +42,22 @@ const Mount* mountOf(const std::string& path, const std::vector<Mount>& mounts)
     return nearest;
 }
 
+channels::DeviceNode deviceNode(const BlockDevice& disk, const std::optional<Hardware>& hardware)
+{
+    channels::DeviceNode node{.path = "/dev/" + disk.name, .sysfs = disk.path, .diskSequence = disk.sequence};
+    if (hardware && hardware->usb) {
+        node.usbVendor = hardware->usb->vendorId;
+        node.usbProduct = hardware->usb->productId;
+        node.usbVersion = hardware->usb->version;
+    }
+    return node;
+}
+
 } // namespace
 
-LinuxMachine::LinuxMachine(LinuxOptions options) : options_(std::move(options)), mounts_(options_.mountTable) {}
+LinuxMachine::LinuxMachine(LinuxOptions options)
+    : options_(std::move(options)), mounts_(options_.mountTable), channels_(options_.channels)
+{}
 
 LinuxMachine::~LinuxMachine() = default;
 
@@ -55,7 +68,8 @@ void LinuxMachine::start(system::MachineEvents& events)
     sources_ = {.sysfs = options_.sysfs,
                 .etc = options_.etc,
                 .udev = [this](const BlockDevice& device) { return udev_->properties(device); },
-                .superblocks = readSuperblocks};
+                .superblocks = readSuperblocks,
+                .identity = [this](const BlockDevice& disk, Hardware& hardware) { completeIdentity(disk, hardware); }};
     look(nullptr, {});
     watch_ = std::make_unique<LinuxEvents>(
         *udev_,
@@ -82,7 +96,7 @@ void LinuxMachine::look(const SystemScan* before, const DeviceChanges& changes)
     for (const BlockDevice& device : scan_.devices)
         devices.emplace(device.kernelName, &device);
     for (const auto& [id, disk] : ledger_.disks())
-        next->paths.emplace(id, devices.at(disk)->path);
+        next->nodes.emplace(id, deviceNode(*devices.at(disk), devices.at(disk)->hardware));
     const std::scoped_lock lock(knownMutex_);
     known_ = std::move(next);
 }
@@ -101,9 +115,68 @@ std::shared_ptr<const LinuxMachine::Known> LinuxMachine::known() const
     return known_;
 }
 
-Commands LinuxMachine::commandsOf(const BlockDevice& /*disk*/)
+std::optional<channels::DeviceNode> LinuxMachine::nodeOf(std::uint64_t entry) const
 {
+    const auto now = known();
+    if (!now)
+        return std::nullopt;
+    const auto found = now->nodes.find(entry);
+    return found == now->nodes.end() ? std::nullopt : std::optional(found->second);
+}
+
+Commands LinuxMachine::commandsOf(const BlockDevice& disk)
+{
+    const Hardware& hardware = *disk.hardware;
+    if (hardware.road == Road::nvme)
+        return hardware.nvme ? Commands::nvme : Commands::none;
+    if (hardware.road != Road::usb)
+        return hardware.isAta && hardware.hasSmart != false ? Commands::ata : Commands::none;
+    // What a bridge passes on is not in sysfs.
+    switch (channels_.commands(deviceNode(disk, hardware))) {
+    case channels::DriveCommands::ata:
+        return Commands::ata;
+    case channels::DriveCommands::nvme:
+        return Commands::nvme;
+    case channels::DriveCommands::none:
+        break;
+    }
     return Commands::none;
+}
+
+/// Only where neither the kernel nor udev has kept what the drive said of itself.
+void LinuxMachine::completeIdentity(const BlockDevice& disk, Hardware& hardware)
+{
+    if (!hardware.isCut)
+        return;
+    const auto identity = channels_.readIdentity(deviceNode(disk, hardware));
+    if (!identity || identity->model.empty())
+        return;
+    hardware.product = identity->model;
+    hardware.serial = identity->serial;
+    hardware.revision = identity->firmware;
+    hardware.isCut = false;
+}
+
+system::OpenedChannel<system::AtaChannel> LinuxMachine::openAta(std::uint64_t entry)
+{
+    const auto node = nodeOf(entry);
+    if (!node)
+        return {system::kIOReturnNoDevice, nullptr};
+    return channels_.openAta(*node);
+}
+
+system::OpenedChannel<system::NvmeChannel> LinuxMachine::openNvme(std::uint64_t entry)
+{
+    const auto node = nodeOf(entry);
+    if (!node)
+        return {system::kIOReturnNoDevice, nullptr};
+    return channels_.openNvme(*node);
+}
+
+std::optional<system::DriveObstacle> LinuxMachine::whyNotOpened(std::uint64_t entry)
+{
+    const auto node = nodeOf(entry);
+    return node ? channels_.whyNotOpened(*node) : std::nullopt;
 }
 
 std::optional<std::vector<std::string>> LinuxMachine::mountPoints()
@@ -147,11 +220,8 @@ std::string LinuxMachine::temporaryDirectory()
 
 std::optional<PropertyTable> LinuxMachine::statistics(std::uint64_t entry)
 {
-    const auto now = known();
-    const auto found = now ? now->paths.find(entry) : decltype(now->paths.find(entry)){};
-    if (!now || found == now->paths.end())
-        return std::nullopt;
-    return readStatistics(Folder(found->second));
+    const auto node = nodeOf(entry);
+    return node ? readStatistics(Folder(node->sysfs)) : std::nullopt;
 }
 
 } // namespace vantorel::machines

@@ -9,6 +9,7 @@
 #include "MountTable.h"
 #include "RegistryEntries.h"
 #include "Udev.h"
+#include "channels/LinuxChannels.h"
 #include "vantorel/system/Machine.h"
 
 #include <atomic>
@@ -28,6 +29,7 @@ struct LinuxOptions {
     std::string mountTable = "/proc/self/mountinfo";
     Udev::Source events = Udev::speaker();
     EventTimes times;
+    channels::ChannelOptions channels;
 };
 
 /// The computer that this process runs on, when that runs Linux: its registry made from sysfs and udev, its volumes
@@ -45,21 +47,27 @@ public:
     [[nodiscard]] std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override;
     [[nodiscard]] std::string temporaryDirectory() override;
     [[nodiscard]] std::optional<PropertyTable> statistics(std::uint64_t entry) override;
+    [[nodiscard]] system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override;
+    [[nodiscard]] system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override;
+    [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(std::uint64_t entry) override;
 
 private:
     /// What other threads may ask about, replaced as a whole after each look.
     struct Known {
         MountedDevices mounted;
-        std::unordered_map<std::uint64_t, std::string> paths; ///< folder in sysfs of the disk behind an entry
+        std::unordered_map<std::uint64_t, channels::DeviceNode> nodes; ///< the disk behind an entry
     };
 
     void look(const SystemScan* before, const DeviceChanges& changes);
     void lookAtMounts();
     [[nodiscard]] std::shared_ptr<const Known> known() const;
+    [[nodiscard]] std::optional<channels::DeviceNode> nodeOf(std::uint64_t entry) const;
     [[nodiscard]] Commands commandsOf(const BlockDevice& disk);
+    void completeIdentity(const BlockDevice& disk, Hardware& hardware);
 
     const LinuxOptions options_;
     MountTable mounts_;
+    channels::DriveChannels channels_;
     system::MachineEvents* events_ = nullptr;
 
     // Of the thread that looks: the one that starts the machine, and then that of the events.

@@ -70,6 +70,7 @@ struct Hardware {
     bool isAta = false;              ///< takes ATA commands, by itself or behind a translating controller
     bool isOptical = false;
     std::optional<bool> hasSmart;    ///< by the drive's own identity
+    bool isCut = false;              ///< `product` and `revision` may be no more than the ends of the drive's own texts
     std::shared_ptr<const PciFunction> pci;
     std::shared_ptr<const UsbDevice> usb;
     std::shared_ptr<const NvmeController> nvme;

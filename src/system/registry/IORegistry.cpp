@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/IORegistry.h"
 
+#include "CurrentProperties.h"
 #include "HandleTable.h"
 #include "RegistryTree.h"
 #include "vantorel/system/CallGate.h"
@@ -21,6 +22,11 @@ PropertyTableRef propertiesOf(const RegistryNode& node)
 {
     const std::scoped_lock lock(Registry::shared().mutex);
     return node.properties;
+}
+
+PropertyTableRef currentProperties(const RegistryNode& node)
+{
+    return withCurrentStatistics(propertiesOf(node), node.id);
 }
 
 /// `IOPropertyMatch`, `IOProviderClass` and the id are what the library and its hosts match by.
@@ -52,7 +58,7 @@ kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry, Prope
     const RegistryNodeRef node = HandleTable::shared().findEntry(entry);
     if (!node)
         return kIOReturnBadArgument;
-    properties = propertiesOf(*node);
+    properties = currentProperties(*node);
     return KERN_SUCCESS;
 }
 
@@ -64,7 +70,7 @@ std::optional<PropertyValue> IORegistryEntryCreateCFProperty(io_registry_entry_t
     const RegistryNodeRef node = HandleTable::shared().findEntry(entry);
     if (!node)
         return std::nullopt;
-    const PropertyTableRef properties = propertiesOf(*node);
+    const PropertyTableRef properties = key == kStatisticsKey ? currentProperties(*node) : propertiesOf(*node);
     const PropertyValue* const value = properties->lookUp(key);
     return value ? std::optional(*value) : std::nullopt;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/RegistryTool.h"
 
+#include "CurrentProperties.h"
 #include "RegistryTree.h"
 #include "system/propertylist/XmlWriter.h"
 #include "vantorel/system/Process.h"
@@ -113,7 +114,8 @@ private:
             known.emplace("IORegistryEntryLocation", entry.location);
         if (!entry.inheritance.empty())
             known.emplace("IOObjectInheritance", PropertyArray(entry.inheritance.begin(), entry.inheritance.end()));
-        for (const auto& [key, value] : *entry.properties) {
+        const PropertyTableRef properties = withCurrentStatistics(entry.properties, entry.id);
+        for (const auto& [key, value] : *properties) {
             if (known.contains(key) || key == "IORegistryEntryChildren")
                 continue; // the tool's own keys go over an entry's
             xml_.key(key);
