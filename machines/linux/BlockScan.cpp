@@ -34,8 +34,8 @@ bool isNumbered(std::string_view name, std::string_view prefix)
 
 bool isPassedOver(std::string_view name)
 {
-    const bool isBootArea =
-        name.starts_with("mmcblk") && (name.find("boot") != std::string_view::npos || name.find("rpmb") != std::string_view::npos);
+    const bool isBootArea = name.starts_with("mmcblk") && (name.find("boot") != std::string_view::npos ||
+                                                           name.find("rpmb") != std::string_view::npos);
     return isBootArea || isNumbered(name, "fd");
 }
 
@@ -222,9 +222,8 @@ private:
 
     std::vector<BlockDevice> inOrder()
     {
-        std::ranges::sort(wholes_, {}, [](const BlockDevice& device) {
-            return std::tuple(layerOf(device), naturalOrder(device));
-        });
+        std::ranges::sort(wholes_, {},
+                          [](const BlockDevice& device) { return std::tuple(layerOf(device), naturalOrder(device)); });
         for (const auto& [whole, parts] : partitions_) {
             for (const BlockDevice& part : parts)
                 wholeOf_.emplace(part.kernelName, whole);

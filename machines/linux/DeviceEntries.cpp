@@ -14,14 +14,14 @@ namespace {
 std::string_view functionName(std::uint64_t classCode)
 {
     constexpr std::array<std::pair<std::uint64_t, std::string_view>, 9> names{{{0x0100, "SCSI"},
-                                                                              {0x0101, "IDE"},
-                                                                              {0x0104, "RAID"},
-                                                                              {0x0106, "SATA"},
-                                                                              {0x0107, "SAS"},
-                                                                              {0x0108, "SSD"},
-                                                                              {0x0805, "SDXC"},
-                                                                              {0x0C03, "XHC"},
-                                                                              {0x0C04, "FC"}}};
+                                                                               {0x0101, "IDE"},
+                                                                               {0x0104, "RAID"},
+                                                                               {0x0106, "SATA"},
+                                                                               {0x0107, "SAS"},
+                                                                               {0x0108, "SSD"},
+                                                                               {0x0805, "SDXC"},
+                                                                               {0x0C03, "XHC"},
+                                                                               {0x0C04, "FC"}}};
     for (const auto& [code, name] : names) {
         if (classCode >> 8U == code)
             return name;
@@ -37,9 +37,8 @@ void setText(PropertyTable& table, std::string_view key, const std::string& text
 
 std::string addFunction(const PciFunction& function, const std::string& platform, EntryList& entries)
 {
-    PropertyTable properties{{"class-code", function.classCode},
-                             {"vendor-id", function.vendor},
-                             {"device-id", function.device}};
+    PropertyTable properties{
+        {"class-code", function.classCode}, {"vendor-id", function.vendor}, {"device-id", function.device}};
     setText(properties, "IOName", function.driver);
     return entries.add({.parents = {platform},
                         .name = std::string(functionName(function.classCode)),
@@ -159,10 +158,9 @@ std::string_view deviceClass(const BlockDevice& disk, Commands commands)
 
 PropertyTable imageProperties(const BlockDevice& disk)
 {
-    PropertyTable properties{
-        {"Device Characteristics", PropertyTable{{"Product Name", "Disk Image"}}},
-        {"Protocol Characteristics",
-         PropertyTable{{"Physical Interconnect", "Virtual Interface"}, {"Physical Interconnect Location", "File"}}}};
+    PropertyTable properties{{"Device Characteristics", PropertyTable{{"Product Name", "Disk Image"}}},
+                             {"Protocol Characteristics", PropertyTable{{"Physical Interconnect", "Virtual Interface"},
+                                                                        {"Physical Interconnect Location", "File"}}}};
     setText(properties, "image-path", disk.backingFile.value_or(""));
     return properties;
 }
@@ -205,10 +203,9 @@ std::string addPlatform(const Platform& platform, EntryList& entries)
     setText(properties, "IOPlatformSerialNumber", platform.serial);
     setText(properties, "manufacturer", platform.manufacturer);
     setText(properties, "model", platform.model);
-    return entries.addAs("platform",
-                         {.name = platform.model.empty() ? "IOPlatformExpertDevice" : platform.model,
-                          .className = "IOPlatformExpertDevice",
-                          .properties = std::move(properties)});
+    return entries.addAs("platform", {.name = platform.model.empty() ? "IOPlatformExpertDevice" : platform.model,
+                                      .className = "IOPlatformExpertDevice",
+                                      .properties = std::move(properties)});
 }
 
 std::string addDevice(const BlockDevice& disk, Commands commands, const std::string& platform, EntryList& entries)
@@ -223,13 +220,13 @@ std::string addDevice(const BlockDevice& disk, Commands commands, const std::str
     const std::string_view className = deviceClass(disk, commands);
     const bool isNvme = className == "IONVMeBlockStorageDevice";
     const std::string key = "unit:" + std::to_string(disk.unit);
-    const std::string device = entries.addAs(
-        key + "/device", {.parents = {addRoad(disk, platform, entries)},
-                          .name = std::string(className),
-                          .location = isNvme && disk.hardware ? disk.hardware->address : std::string(),
-                          .className = std::string(className),
-                          .properties = std::move(properties),
-                          .disk = disk.kernelName});
+    const std::string device =
+        entries.addAs(key + "/device", {.parents = {addRoad(disk, platform, entries)},
+                                        .name = std::string(className),
+                                        .location = isNvme && disk.hardware ? disk.hardware->address : std::string(),
+                                        .className = std::string(className),
+                                        .properties = std::move(properties),
+                                        .disk = disk.kernelName});
     const char* const driver =
         disk.hardware && disk.hardware->isOptical ? "IODVDBlockStorageDriver" : "IOBlockStorageDriver";
     // The counters themselves are read when they are asked for.

@@ -28,8 +28,9 @@ public:
     /// there already stays as it is. Gives the key.
     std::string add(KeyedEntry entry)
     {
-        std::string own = entry.name + "@" + entry.location;
-        return addAs(entry.parents.empty() ? own : entry.parents.front() + "/" + own, std::move(entry));
+        std::string key = entry.parents.empty() ? std::string() : entry.parents.front() + "/";
+        key += entry.name + "@" + entry.location;
+        return addAs(std::move(key), std::move(entry));
     }
 
     /// Appends the entry under a key of its own.

@@ -17,7 +17,7 @@ constexpr std::size_t identifyOffset = 60;
 constexpr std::size_t pageBytes = identifyOffset + sizeof(ATAIdentifyData);
 
 /// Words of IDENTIFY DEVICE (ATA8-ACS).
-constexpr std::size_t commandSetsWord = 82;    ///< bit 0: SMART
+constexpr std::size_t commandSetsWord = 82;      ///< bit 0: SMART
 constexpr std::size_t commandSetsValidWord = 83; ///< bits 14 and 15 are 01 when the two words count
 constexpr std::size_t rotationWord = 217;
 

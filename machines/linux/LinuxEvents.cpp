@@ -26,7 +26,10 @@ int pollFor(pollfd* what, nfds_t count, std::chrono::milliseconds time)
 } // namespace
 
 LinuxEvents::LinuxEvents(const Udev& udev, EventHandlers handlers, EventTimes times)
-    : udev_(udev), handlers_(std::move(handlers)), times_(times), end_(eventfd(0, EFD_CLOEXEC)),
+    : udev_(udev),
+      handlers_(std::move(handlers)),
+      times_(times),
+      end_(eventfd(0, EFD_CLOEXEC)),
       mounts_(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC))
 {
     if (end_ >= 0) // nothing could end the thread

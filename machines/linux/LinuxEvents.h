@@ -11,8 +11,8 @@ namespace vantorel::machines {
 
 /// How events are waited for.
 struct EventTimes {
-    std::chrono::milliseconds quiet{30};         ///< a burst is over when so long nothing has come
-    std::chrono::milliseconds longestBurst{250}; ///< and is taken up at the latest then
+    std::chrono::milliseconds quiet{30};            ///< a burst is over when so long nothing has come
+    std::chrono::milliseconds longestBurst{250};    ///< and is taken up at the latest then
     std::chrono::milliseconds arrayPolling{10'000}; ///< how often arrays are looked at: they tell no failed member
 };
 

@@ -19,11 +19,8 @@ std::uint64_t number(std::uint64_t major, std::uint64_t minor)
 /// The platform's name of a file system; Linux's own where it has none.
 std::string kindOf(std::string_view type)
 {
-    constexpr std::array<std::pair<std::string_view, std::string_view>, 5> names{{{"vfat", "msdos"},
-                                                                                  {"hfsplus", "hfs"},
-                                                                                  {"ntfs3", "ntfs"},
-                                                                                  {"fuseblk", "ntfs"},
-                                                                                  {"ntfs-3g", "ntfs"}}};
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 5> names{
+        {{"vfat", "msdos"}, {"hfsplus", "hfs"}, {"ntfs3", "ntfs"}, {"fuseblk", "ntfs"}, {"ntfs-3g", "ntfs"}}};
     const auto* const known = std::ranges::find(names, type, [](const auto& row) { return row.first; });
     return std::string(known == names.end() ? type : known->second);
 }

@@ -242,12 +242,10 @@ std::string addRaidSet(const BlockDevice& array, const MediaUse& use, const Devi
                        .name = "AppleRAIDSet",
                        .className = std::string(level == levels.end() ? "AppleRAIDSet" : level->className),
                        .properties = std::move(properties)});
-    return addWhole(array, use,
-                    {.parents = {key},
-                     .name = name,
-                     .className = "IOMedia",
-                     .properties = {{"RAID", true}, {"UUID", set}}},
-                    entries);
+    return addWhole(
+        array, use,
+        {.parents = {key}, .name = name, .className = "IOMedia", .properties = {{"RAID", true}, {"UUID", set}}},
+        entries);
 }
 
 std::string addLogicalVolume(const BlockDevice& mapping, const MediaUse& use, const Mappings& mappings,
@@ -260,9 +258,8 @@ std::string addLogicalVolume(const BlockDevice& mapping, const MediaUse& use, co
         const auto medium = media.find(base->kernelName);
         if (medium == media.end())
             continue;
-        physical.push_back(entries.add({.parents = {medium->second},
-                                        .name = "CoreStoragePhysical",
-                                        .className = "CoreStoragePhysical"}));
+        physical.push_back(entries.add(
+            {.parents = {medium->second}, .name = "CoreStoragePhysical", .className = "CoreStoragePhysical"}));
         groupKey += "|" + medium->second;
     }
     if (physical.empty())

@@ -13,8 +13,8 @@ namespace vantorel::machines {
 
 /// What the rest of the system makes of a block device.
 struct MediaUse {
-    bool isLeaf = true;        ///< nothing stands on it: no partitions, no array, no mapping
-    bool isPhysical = false;   ///< a mapping stands on it, which finds it by its UUID
+    bool isLeaf = true;      ///< nothing stands on it: no partitions, no array, no mapping
+    bool isPhysical = false; ///< a mapping stands on it, which finds it by its UUID
     bool isPartitioned = false;
 };
 

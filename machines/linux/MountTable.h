@@ -15,10 +15,10 @@ struct Mount {
     int id = 0;              ///< as `statx` tells it
     std::uint64_t major = 0; ///< 0 for one without a device, and for file systems that manage several devices
     std::uint64_t minor = 0;
-    std::string source; ///< "/dev/sda2", "tmpfs", …
-    std::string target; ///< where it is mounted
-    std::string type;   ///< "ext4"
-    bool isWhole = false; ///< the file system's own root, or a subvolume's, not a folder bound to another place
+    std::string source;    ///< "/dev/sda2", "tmpfs", …
+    std::string target;    ///< where it is mounted
+    std::string type;      ///< "ext4"
+    bool isWhole = false;  ///< the file system's own root, or a subvolume's, not a folder bound to another place
     bool isHidden = false; ///< something else has been mounted at the same place since
 };
 

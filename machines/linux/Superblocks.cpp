@@ -43,8 +43,7 @@ private:
                    library.bind(setSuperblocksFlags, "blkid_probe_set_superblocks_flags") &&
                    library.bind(enablePartitions, "blkid_probe_enable_partitions") &&
                    library.bind(setPartitionsFlags, "blkid_probe_set_partitions_flags") &&
-                   library.bind(probe, "blkid_do_safeprobe") &&
-                   library.bind(countValues, "blkid_probe_numof_values") &&
+                   library.bind(probe, "blkid_do_safeprobe") && library.bind(countValues, "blkid_probe_numof_values") &&
                    library.bind(value, "blkid_probe_get_value");
     }
 };

@@ -23,9 +23,9 @@ struct PciFunction {
 };
 
 struct UsbDevice {
-    std::string port;          ///< "2-1.4"
-    std::string number;        ///< of the bus; every plugging in gives a new one
-    std::string vendorId;      ///< four hexadecimal digits, as `productId` and `version`
+    std::string port;     ///< "2-1.4"
+    std::string number;   ///< of the bus; every plugging in gives a new one
+    std::string vendorId; ///< four hexadecimal digits, as `productId` and `version`
     std::string productId;
     std::string version;
     std::string manufacturer;
@@ -51,7 +51,7 @@ enum class Road {
     scsi,
     usb,
     nvme,
-    card,   ///< SD and MMC
+    card, ///< SD and MMC
     hypervisor,
     memory, ///< RAM disks
 };
@@ -59,18 +59,18 @@ enum class Road {
 /// What stands behind a whole disk that is a device of its own.
 struct Hardware {
     Road road = Road::unknown;
-    std::string interconnect;        ///< in the platform's words, such as "SATA"
+    std::string interconnect; ///< in the platform's words, such as "SATA"
     std::optional<bool> isInternal;
-    std::string address;             ///< SCSI address "1:0:0:0" or number of the name space
+    std::string address; ///< SCSI address "1:0:0:0" or number of the name space
     std::string product;
     std::string vendor;
     std::string revision;
     std::string serial;
     std::optional<bool> isSolidState;
-    bool isAta = false;              ///< takes ATA commands, by itself or behind a translating controller
+    bool isAta = false; ///< takes ATA commands, by itself or behind a translating controller
     bool isOptical = false;
-    std::optional<bool> hasSmart;    ///< by the drive's own identity
-    bool isCut = false;              ///< `product` and `revision` may be no more than the ends of the drive's own texts
+    std::optional<bool> hasSmart; ///< by the drive's own identity
+    bool isCut = false;           ///< `product` and `revision` may be no more than the ends of the drive's own texts
     std::shared_ptr<const PciFunction> pci;
     std::shared_ptr<const UsbDevice> usb;
     std::shared_ptr<const NvmeController> nvme;
@@ -85,7 +85,7 @@ struct Partition {
 struct RaidSlot {
     std::string device;                ///< kernel name
     std::optional<std::uint64_t> slot; ///< none for a spare and for a failed disk
-    std::string state;  ///< "in_sync", "faulty,write_mostly", "spare", …
+    std::string state;                 ///< "in_sync", "faulty,write_mostly", "spare", …
 };
 
 /// An array of the md driver.
@@ -123,7 +123,7 @@ struct BlockDevice {
     std::vector<std::string> lower;         ///< kernel names of what an array or a mapping lies on
     std::optional<Hardware> hardware;       ///< of a whole disk that is none of these
     DeviceProperties properties;            ///< of `uevent` and udev, or of the superblocks
-    int unit = 0; ///< shared by a whole disk and its partitions; no other attach has had it
+    int unit = 0;                           ///< shared by a whole disk and its partitions; no other attach has had it
 };
 
 struct Platform {
