@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The first byte parts the input: a preset text, and an expression that is read for its literals.
-#include "ata/DriveTable.h"
 #include "ata/LiteralAlternatives.h"
+#include "ata/TableSearch.h"
 #include "vantorel/ata/DriveTableLint.h"
+#include "vantorel/base/Text.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -25,14 +26,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
     // A row that matches a text must not be ruled out by its literals: a table of it alone finds what it stands for.
     const drive_settings row{"", expression, "", "", presets};
-    const auto texts = ata::literalAlternatives(expression, 64);
-    if (texts && !ata::DriveTable::faultOf(expression)) {
-        ata::DriveTable table({&row, 1});
-        for (const std::string& alternative : *texts) {
-            if (table.find(alternative, "") != 0)
-                std::abort();
+    for (const auto matching : {DriveTableMatching::anywhere, DriveTableMatching::whole}) {
+        const DriveTable table{
+            .name = "", .revision = "", .rows = {&row, 1}, .matching = matching, .lines = {}, .texts = {}};
+        const auto texts = ata::literalAlternatives(expression, 64, matching);
+        if (texts && describesDrives(row) && !ata::faultOf(expression)) {
+            ata::TableSearch search(table.rows, matching);
+            for (const std::string& alternative : *texts) {
+                // The blanks at the ends of a whole text do not count.
+                if (base::trimmed(alternative) == alternative && search.find(alternative, "") != 0)
+                    std::abort();
+            }
         }
+        (void)lintDriveTable(table);
     }
-    (void)lintDriveTable({&row, 1});
     return 0;
 }

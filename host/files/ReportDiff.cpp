@@ -3,7 +3,7 @@
 
 #include "host/console/Status.h"
 #include "vantorel/ata/AttributeFormat.h"
-#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/layouts/AtaSmart.h"
 #include "vantorel/layouts/Nvme.h"
@@ -91,15 +91,13 @@ std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
 {
     std::vector<Reading> readings;
     const auto sector = readRecord<SmartVendorSpecificData>(result.rawData);
-    const drive_settings* const row = getDriveSettings(result.deviceInfo);
-    const ATASmartAttributeDefinitions& definitions = row ? definitionsOfRow(*row) : getDefaultDefinitions();
+    const KnownDrive drive = knownDrive(result.deviceInfo);
     auto value = result.smartValues.begin(); // one for each slot in use, in their order
     for (const IOATASmartAttribute& attribute : sector.value().attributes) {
         if (attribute.attributeId == 0)
             continue;
-        const ATASmartAttributeDefinition& definition = resolvedDefinition(attribute.attributeId, definitions);
-        const std::string_view rawName = definition.name ? std::string_view(*definition.name)
-                                                         : GetDefaultAttributeName(attribute.attributeId, isSSD);
+        const ATASmartAttributeDefinition& definition = drive.attribute(attribute.attributeId).definition;
+        const std::string_view rawName = drive.rawName(attribute.attributeId, isSSD);
         const bool countsDamage = std::ranges::any_of(
             damageWords, [&](std::string_view word) { return rawName.find(word) != std::string_view::npos; });
         const std::string id = std::to_string(attribute.attributeId);

@@ -3,8 +3,8 @@
 #include "host/console/Output.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
-#include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/ata/DriveTableLint.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
@@ -52,14 +52,13 @@ struct Resolved {
     bool fromRow;
 };
 
-std::vector<Resolved> resolvedDefinitions(const drive_settings* row)
+std::vector<Resolved> resolvedDefinitions(const KnownDrive& drive)
 {
-    static const ATASmartAttributeDefinitions nothing{};
-    const ATASmartAttributeDefinitions& own = row ? definitionsOfRow(*row) : nothing;
     std::vector<Resolved> all;
-    for (unsigned id = 0; id < own.size(); ++id) {
-        if (own[id] || getDefaultDefinitions()[id])
-            all.push_back({id, &resolvedDefinition(static_cast<std::uint8_t>(id), own), own[id].has_value()});
+    for (unsigned id = 0; id < 256; ++id) {
+        const auto& [definition, source] = drive.attribute(static_cast<std::uint8_t>(id));
+        if (source != DefinitionSource::nothing)
+            all.push_back({id, &definition, source == DefinitionSource::row});
     }
     return all;
 }
@@ -80,35 +79,37 @@ Json jsonOf(const Resolved& resolved)
             {"source", resolved.fromRow ? "row" : "default"}};
 }
 
-std::string jsonText(const drive_settings* row)
+std::string jsonText(const KnownDrive& drive)
 {
+    const drive_settings* const row = drive.row;
     const auto column = [&](std::string_view drive_settings::*member) {
         return row ? Json(row->*member) : Json(nullptr);
     };
-    Json document = {{"row", row ? Json(indexOf(*row)) : Json(nullptr)},
+    Json document = {{"row", row ? Json(drive.rowIndex) : Json(nullptr)},
                      {"modelfamily", column(&drive_settings::modelfamily)},
                      {"modelregexp", column(&drive_settings::modelregexp)},
                      {"firmwareregexp", column(&drive_settings::firmwareregexp)},
                      {"warningmsg", column(&drive_settings::warningmsg)},
                      {"presets", column(&drive_settings::presets)},
                      {"definitions", Json::array()}};
-    for (const Resolved& resolved : resolvedDefinitions(row))
+    for (const Resolved& resolved : resolvedDefinitions(drive))
         document["definitions"].push_back(jsonOf(resolved));
     return document.dump(2) + '\n';
 }
 
-std::string plainText(const drive_settings* row)
+std::string plainText(const KnownDrive& drive)
 {
+    const drive_settings* const row = drive.row;
     std::string text = "No row matches; the default definitions hold.\n";
     if (row) {
         text = fmt::format("Row         {}\nFamily      {}\nModel       {}\nFirmware    {}\nPresets     {}\n",
-                           indexOf(*row), row->modelfamily, row->modelregexp,
+                           drive.rowIndex, row->modelfamily, row->modelregexp,
                            row->firmwareregexp.empty() ? "(any)" : row->firmwareregexp, row->presets);
         if (!row->warningmsg.empty())
             text += fmt::format("Warning     {}\n", base::replacingAll(row->warningmsg, "\n", "\n            "));
     }
     Table table({{"ID", Table::Align::right}, {"Name"}, {"Format"}, {"Byte order"}, {"Flags"}, {"From"}});
-    for (const Resolved& resolved : resolvedDefinitions(row)) {
+    for (const Resolved& resolved : resolvedDefinitions(drive)) {
         const ATASmartAttributeDefinition& definition = *resolved.definition;
         std::string flags;
         for (const auto& [flag, name] : flagNames) {
@@ -146,7 +147,7 @@ void search(const std::string& wanted)
 int lint()
 {
     using Kind = DriveTableFinding::Kind;
-    const auto findings = lintDriveTable(builtin_knowndrives);
+    const auto findings = lintDriveTable(builtInDriveTable());
     bool sound = true;
     for (const DriveTableFinding& finding : findings) {
         print(
@@ -174,8 +175,8 @@ void addDatabase(CLI::App& app, int& status)
     show->add_option("FIRMWARE", arguments->device.firmware, "The drive's firmware revision");
     show->add_flag("--json", arguments->json, "Print as JSON");
     show->callback([arguments] {
-        const drive_settings* const row = getDriveSettings(arguments->device);
-        print(arguments->json ? jsonText(row) : plainText(row));
+        const KnownDrive drive = knownDrive(arguments->device);
+        print(arguments->json ? jsonText(drive) : plainText(drive));
     });
 
     CLI::App* const find = database->add_subcommand("search", "The rows that hold a text, in any case of letters");

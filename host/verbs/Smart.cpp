@@ -1,20 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/Verbs.h"
-#include "host/choice/DriveChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
+#include "host/health/DriveOutcome.h"
 #include "host/views/DiskJson.h"
 #include "host/views/ResultView.h"
-#include "vantorel/disks/Vantorel.h"
-#include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
 
 #include <fmt/format.h>
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,59 +25,23 @@ struct SmartArguments {
     bool brief = false;
 };
 
-/// What reading one drive came to: a result, or why there is none.
-struct Reading {
-    std::string name;             ///< the drive as it was asked for, or its device name
-    std::shared_ptr<Drive> drive; ///< none when there is no such drive
-    std::optional<SmartObject> result;
-    std::string error;
-    int status = success;
-};
-
-Reading read(std::string name, std::shared_ptr<Drive> drive)
+int bitsOf(const DriveOutcome& reading)
 {
-    Reading reading{std::move(name), std::move(drive), {}, {}, success};
-    try {
-        const SmartController& controller = SmartController::shared();
-        if (reading.drive->interface() == Disk::DriveInterface::nvme)
-            reading.result = controller.getNVMeSmartData(*reading.drive);
-        else
-            reading.result = controller.getATASmartData(*reading.drive);
-        reading.status = statusOf(*reading.result);
-    } catch (const SmartOpenError& error) {
-        reading.error = error.errorDescription();
-        reading.status = driveNotOpened;
-    } catch (const SmartError& error) {
-        reading.error = error.errorDescription();
-        reading.status = readFailed;
-    }
-    return reading;
+    return reading.status() | (reading.reading ? statusOf(reading.reading->result) : success);
 }
 
-std::vector<Reading> readAll(const std::vector<std::string>& names)
-{
-    std::vector<Reading> readings;
-    if (names.empty()) {
-        for (auto& drive : Vantorel::shared().drives())
-            readings.push_back(read(driveName(*drive), drive));
-    }
-    for (const std::string& name : names) {
-        if (auto drive = driveNamed(name))
-            readings.push_back(read(driveName(*drive), drive));
-        else
-            readings.push_back({name, nullptr, {}, "There is no such drive.", usageError});
-    }
-    return readings;
-}
-
-std::string screenText(const Reading& reading)
+std::string screenText(const DriveOutcome& reading)
 {
     std::string text = emphasised(printable(reading.name), Emphasis::strong) + "  ";
-    if (reading.result)
-        return text + resultText(*reading.result);
+    if (reading.reading)
+        return text + resultText(reading.reading->result);
     if (reading.drive)
         text += printable(reading.drive->model().value_or("Unnamed drive"));
-    return text + '\n' + emphasised(reading.error, Emphasis::bad) + '\n';
+    text +=
+        '\n' + emphasised(printable(reading.error), bitsOf(reading) == success ? Emphasis::none : Emphasis::bad) + '\n';
+    if (!reading.remedy.empty())
+        text += "    " + printable(reading.remedy) + '\n';
+    return text;
 }
 
 std::string failedAttributes(const ATASmartObject& result)
@@ -98,44 +59,45 @@ std::string failedAttributes(const ATASmartObject& result)
 }
 
 /// The judgement in a few words, from the most pressing down.
-std::string verdict(const Reading& reading)
+std::string verdict(const DriveOutcome& reading)
 {
-    if (!reading.result)
+    if (!reading.reading)
         return reading.error;
-    if (const auto* const nvme = reading.result->as<NVMeSmartObject>())
-        return reading.status == success ? "ok" : "FAILING: " + nvme->assessment;
-    if (reading.status == success)
+    const SmartObject& result = reading.reading->result;
+    if (const auto* const nvme = result.as<NVMeSmartObject>())
+        return bitsOf(reading) == success ? "ok" : "FAILING: " + nvme->assessment;
+    if (bitsOf(reading) == success)
         return "ok";
-    const bool isFailing = (reading.status & driveFailing) != 0;
-    return (isFailing ? "FAILING: " : "worn: ") + failedAttributes(*reading.result->as<ATASmartObject>());
+    const bool isFailing = (bitsOf(reading) & driveFailing) != 0;
+    return (isFailing ? "FAILING: " : "worn: ") + failedAttributes(*result.as<ATASmartObject>());
 }
 
-std::string briefText(const std::vector<Reading>& readings)
+std::string briefText(const std::vector<DriveOutcome>& readings)
 {
     const auto right = Table::Align::right;
     Table table({{""}, {"Disk"}, {"Model"}, {"Temperature", right}, {"Health", right}, {"Verdict"}});
-    for (const Reading& reading : readings) {
+    for (const DriveOutcome& reading : readings) {
         std::string temperature = "-";
         std::string health = "-";
-        if (reading.result) {
-            reading.result->visit([&](const auto& result) {
+        if (reading.reading) {
+            reading.reading->result.visit([&](const auto& result) {
                 health = fmt::format("{} %", result.health);
                 if (result.temperature)
                     temperature = result.temperature->formattedValue;
             });
         }
-        const bool isBad = (reading.status & ~attributeReached) != 0;
-        table.add({reading.status == success ? "" : "!", printable(reading.name),
+        const bool isBad = (bitsOf(reading) & ~attributeReached) != 0;
+        table.add({bitsOf(reading) == success ? "" : "!", printable(reading.name),
                    printable(reading.drive ? reading.drive->model().value_or("-") : "-"), printable(temperature),
                    health, printable(verdict(reading))},
-                  isBad                       ? Emphasis::bad
-                  : reading.status == success ? Emphasis::none
-                                              : Emphasis::warning);
+                  isBad                        ? Emphasis::bad
+                  : bitsOf(reading) == success ? Emphasis::none
+                                               : Emphasis::warning);
     }
     return table.text();
 }
 
-Json readingJson(const Reading& reading)
+Json readingJson(const DriveOutcome& reading)
 {
     Json json = {{"name", reading.name}};
     if (reading.drive) {
@@ -145,28 +107,33 @@ Json readingJson(const Reading& reading)
         if (reading.drive->serial())
             json["serial"] = *reading.drive->serial();
     }
-    json["status"] = reading.status;
-    if (reading.result)
-        json["result"] = Json::parse(toJson(*reading.result));
-    else
+    json["status"] = bitsOf(reading);
+    if (reading.reading) {
+        json["result"] = Json::parse(toJson(reading.reading->result));
+    } else {
         json["error"] = reading.error;
+        if (!reading.remedy.empty())
+            json["remedy"] = reading.remedy;
+        if (reading.kind == DriveOutcome::Kind::asleep)
+            json["isAsleep"] = true;
+    }
     return json;
 }
 
 int smart(const CLI::App& app, const SmartArguments& arguments)
 {
     const std::string path = loadMachine(app);
-    const std::vector<Reading> readings = readAll(arguments.names);
-    int status = success;
-    for (const Reading& reading : readings) {
-        status |= reading.status;
-        if (!reading.result)
-            complain(reading.name, reading.error);
+    const std::vector<DriveOutcome> readings = readDrives(arguments.names);
+    int status = readings.empty() ? usageError : success;
+    for (const DriveOutcome& reading : readings) {
+        status |= bitsOf(reading);
+        if (reading.status() != success)
+            complain(reading.name, reading.error + (reading.remedy.empty() ? "" : " Try: " + reading.remedy));
     }
 
     if (arguments.json) {
         Json document = {{"machine", path}, {"drives", Json::array()}};
-        for (const Reading& reading : readings)
+        for (const DriveOutcome& reading : readings)
             document["drives"].push_back(readingJson(reading));
         print(jsonLine(document));
     } else if (readings.empty()) {
@@ -174,7 +141,7 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     } else if (arguments.brief) {
         print(briefText(readings));
     } else {
-        for (const Reading& reading : readings)
+        for (const DriveOutcome& reading : readings)
             print((&reading == readings.data() ? "" : "\n") + screenText(reading));
     }
     return status;

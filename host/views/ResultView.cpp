@@ -3,7 +3,7 @@
 
 #include "host/console/Status.h"
 #include "host/console/Text.h"
-#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
@@ -43,13 +43,11 @@ constexpr const char* mark = "!";
 
 std::string family(const ATADeviceInfo& info)
 {
-    const drive_settings* const row = getDriveSettings(info);
+    const drive_settings* const row = knownDrive(info).row;
     if (!row)
         return fact("Family", "not in the drive table");
     std::string text = fact("Family", row->modelfamily.empty() ? "(unnamed)" : row->modelfamily);
     std::string_view rest = row->warningmsg;
-    if (row == &builtin_knowndrives[0] || row == &builtin_knowndrives[1])
-        rest = {}; // these two rows have a note of the table's own there
     for (std::string_view name = "Warning"; !rest.empty(); name = "") {
         const auto end = std::min(rest.find('\n'), rest.size());
         text += fact(name, rest.substr(0, end), Emphasis::warning);

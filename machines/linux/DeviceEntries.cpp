@@ -229,12 +229,9 @@ std::string addDevice(const BlockDevice& disk, Commands commands, const std::str
                                         .disk = disk.kernelName});
     const char* const driver =
         disk.hardware && disk.hardware->isOptical ? "IODVDBlockStorageDriver" : "IOBlockStorageDriver";
-    // The counters themselves are read when they are asked for.
-    return entries.addAs(key + "/driver", {.parents = {device},
-                                           .name = driver,
-                                           .className = driver,
-                                           .properties = {{"Statistics", PropertyTable()}},
-                                           .disk = disk.kernelName});
+    return entries.addAs(
+        key + "/driver",
+        {.parents = {device}, .name = driver, .className = driver, .disk = disk.kernelName, .counts = true});
 }
 
 } // namespace vantorel::machines

@@ -113,14 +113,14 @@ void EntryLedger::tell(std::vector<KeyedEntry> entries, const VolumesByName& vol
     }
 }
 
-std::unordered_map<std::uint64_t, std::string> EntryLedger::disks() const
+std::unordered_map<std::uint64_t, const KeyedEntry*> EntryLedger::answered() const
 {
-    std::unordered_map<std::uint64_t, std::string> disks;
+    std::unordered_map<std::uint64_t, const KeyedEntry*> answered;
     for (const auto& [key, told] : told_) {
         if (!told.entry.disk.empty())
-            disks.emplace(told.id, told.entry.disk);
+            answered.emplace(told.id, &told.entry);
     }
-    return disks;
+    return answered;
 }
 
 } // namespace vantorel::machines

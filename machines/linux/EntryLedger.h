@@ -24,8 +24,8 @@ public:
     /// Tells the volumes that are other than before.
     void tellVolumes(const VolumesByName& volumes, system::MachineEvents& events);
 
-    /// The kernel name of the device that answers for each entry which has one, by id.
-    [[nodiscard]] std::unordered_map<std::uint64_t, std::string> disks() const;
+    /// The entries that a device answers for, by id; good until the next telling.
+    [[nodiscard]] std::unordered_map<std::uint64_t, const KeyedEntry*> answered() const;
 
 private:
     struct Told {

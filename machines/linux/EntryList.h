@@ -18,7 +18,8 @@ struct KeyedEntry {
     std::string location;
     std::string className;
     PropertyTable properties;
-    std::string disk; ///< kernel name of the block device that answers for the entry; empty for none
+    std::string disk;    ///< kernel name of the block device that answers for the entry; empty for none
+    bool counts = false; ///< and whether it answers with its counters, not by commands
 };
 
 /// Entries in the order of telling, parents before children.

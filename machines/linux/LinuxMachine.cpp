@@ -95,8 +95,13 @@ void LinuxMachine::look(const SystemScan* before, const DeviceChanges& changes)
     std::unordered_map<std::string_view, const BlockDevice*> devices;
     for (const BlockDevice& device : scan_.devices)
         devices.emplace(device.kernelName, &device);
-    for (const auto& [id, disk] : ledger_.disks())
-        next->nodes.emplace(id, deviceNode(*devices.at(disk), devices.at(disk)->hardware));
+    for (const auto& [id, entry] : ledger_.answered()) {
+        const BlockDevice& device = *devices.at(entry->disk);
+        if (entry->counts)
+            next->counters.emplace(id, device.path);
+        else
+            next->nodes.emplace(id, deviceNode(device, device.hardware));
+    }
     const std::scoped_lock lock(knownMutex_);
     known_ = std::move(next);
 }
@@ -218,10 +223,14 @@ std::string LinuxMachine::temporaryDirectory()
     return path.ends_with('/') ? path : path + "/";
 }
 
-std::optional<PropertyTable> LinuxMachine::statistics(std::uint64_t entry)
+std::optional<PropertyTable> LinuxMachine::currentProperties(std::uint64_t entry)
 {
-    const auto node = nodeOf(entry);
-    return node ? readStatistics(Folder(node->sysfs)) : std::nullopt;
+    const auto now = known();
+    const auto found = now ? now->counters.find(entry) : decltype(now->counters.find(entry)){};
+    if (!now || found == now->counters.end())
+        return std::nullopt;
+    auto statistics = readStatistics(Folder(found->second));
+    return statistics ? std::optional(PropertyTable{{"Statistics", *std::move(statistics)}}) : std::nullopt;
 }
 
 } // namespace vantorel::machines

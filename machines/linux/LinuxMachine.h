@@ -46,7 +46,7 @@ public:
     [[nodiscard]] std::optional<std::vector<std::string>> mountPoints() override;
     [[nodiscard]] std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override;
     [[nodiscard]] std::string temporaryDirectory() override;
-    [[nodiscard]] std::optional<PropertyTable> statistics(std::uint64_t entry) override;
+    [[nodiscard]] std::optional<PropertyTable> currentProperties(std::uint64_t entry) override;
     [[nodiscard]] system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override;
     [[nodiscard]] system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override;
     [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(std::uint64_t entry) override;
@@ -56,6 +56,7 @@ private:
     struct Known {
         MountedDevices mounted;
         std::unordered_map<std::uint64_t, channels::DeviceNode> nodes; ///< the disk behind an entry
+        std::unordered_map<std::uint64_t, std::string> counters;       ///< and its folder in sysfs
     };
 
     void look(const SystemScan* before, const DeviceChanges& changes);

@@ -2,7 +2,7 @@
 #include "vantorel/ata/ATASmartProcessing.h"
 
 #include "vantorel/ata/AttributeFormat.h"
-#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/ata/SmartDescriptions.h"
 
 #include <charconv>
@@ -71,12 +71,11 @@ ATASmartValue correctValue(ATASmartValue value)
 }
 
 ATASmartValue smartValue(const IOATASmartAttribute& attribute, const IOATASmartThresholdAttribute& threshold,
-                         const ATASmartAttributeDefinitions& definitions, bool isSSD)
+                         const KnownDrive& drive, bool isSSD)
 {
     static const std::string_view unknownInfo = SmartDescriptions().at("Unknown_Attribute").info;
-    const ATASmartAttributeDefinition& definition = resolvedDefinition(attribute.attributeId, definitions);
-    const std::string_view rawName =
-        definition.name ? std::string_view(*definition.name) : GetDefaultAttributeName(attribute.attributeId, isSSD);
+    const ATASmartAttributeDefinition& definition = drive.attribute(attribute.attributeId).definition;
+    const std::string_view rawName = drive.rawName(attribute.attributeId, isSSD);
 
     const auto described = SmartDescriptions().find(rawName);
     const bool known = described != SmartDescriptions().end();
@@ -99,8 +98,7 @@ ATASmartValue smartValue(const IOATASmartAttribute& attribute, const IOATASmartT
 std::vector<ATASmartValue> processATASmartData(const ATASMARTData& smartData, const ATASMARTDataThresholds& thresholds,
                                                const ATADeviceInfo& deviceInfo, bool isSSD)
 {
-    const drive_settings* const row = getDriveSettings(deviceInfo);
-    const ATASmartAttributeDefinitions& definitions = row ? definitionsOfRow(*row) : getDefaultDefinitions();
+    const KnownDrive drive = knownDrive(deviceInfo);
     const auto attributes = *readRecord<SmartVendorSpecificData>(smartData.vendorSpecific1);
     const auto limits = *readRecord<SmartVendorSpecificThresholds>(thresholds.vendorSpecific1);
 
@@ -108,7 +106,7 @@ std::vector<ATASmartValue> processATASmartData(const ATASMARTData& smartData, co
     for (std::size_t slot = 0; slot < smartAttributeSlots; ++slot) {
         if (attributes.attributes[slot].attributeId != 0)
             values.push_back(
-                correctValue(smartValue(attributes.attributes[slot], limits.thresholds[slot], definitions, isSSD)));
+                correctValue(smartValue(attributes.attributes[slot], limits.thresholds[slot], drive, isSSD)));
     }
     return values;
 }

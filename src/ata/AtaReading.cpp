@@ -19,7 +19,9 @@ void require(std::int32_t status, const char* otherwise)
         throw SmartError(otherwise);
 }
 
-ATADeviceInfo getDeviceInfo(const Drive& drive)
+} // namespace
+
+ATADeviceInfo ata::getDeviceInfo(const Drive& drive)
 {
     return {
         .model = drive.model().value_or("Unknown"),
@@ -27,8 +29,6 @@ ATADeviceInfo getDeviceInfo(const Drive& drive)
         .firmware = drive.revision().value_or(""),
     };
 }
-
-} // namespace
 
 void ata::getSmartValues(const SmartInterface& interface, ATASMARTData& smartData, ATASMARTDataThresholds& thresholds)
 {
@@ -68,7 +68,7 @@ ATASmartObject ATASmartController::getSmartData(const Drive& drive, system::Plug
     ATASMARTDataThresholds thresholds{};
     ata::getSmartValues(session.interface(), smartData, thresholds);
     const bool isSSD = drive.driveKind() == Disk::DriveKind::ssd;
-    return ata::makeResult(smartData, thresholds, getDeviceInfo(drive), isSSD, recordBytes(smartData),
+    return ata::makeResult(smartData, thresholds, ata::getDeviceInfo(drive), isSSD, recordBytes(smartData),
                            recordBytes(thresholds));
 }
 

@@ -3,12 +3,20 @@
 
 #include "vantorel/layouts/AtaSmart.h"
 #include "vantorel/platform/SmartInterface.h"
+#include "vantorel/smart/records/AtaSmartObject.h"
 
 #include <cstdint>
 #include <optional>
 #include <span>
 
+namespace vantorel {
+class Drive;
+} // namespace vantorel
+
 namespace vantorel::ata {
+
+/// The identity that an ATA result carries: the drive object's, "Unknown" for a model that it does not know.
+[[nodiscard]] ATADeviceInfo getDeviceInfo(const Drive& drive);
 
 /// Switches SMART and the saving of attributes on, and fills both sectors, each tested by its sum. Throws `SmartError`
 /// at the first step that fails; the later ones are not made. Neither switch is set back.

@@ -175,9 +175,9 @@ std::string formatSmartValue(const IOATASmartAttribute& attribute, const ATASmar
     return withUnit(plainText(formatOf(definition, attribute.attributeId), number, attribute.rawvalue), rawName);
 }
 
-std::string_view GetDefaultAttributeName(std::uint8_t id, bool isSSD)
+std::string_view GetDefaultAttributeName(std::uint8_t id, bool isSSD, const ATASmartAttributeDefinitions& defaults)
 {
-    const auto& byDefault = getDefaultDefinitions()[id];
+    const auto& byDefault = defaults[id];
     if (!byDefault || !byDefault->name)
         return unknownAttribute;
     if (isSSD && (byDefault->flags & ATASmartAttributeDefinition::hddOnly) != 0)

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/ata/DriveDatabase.h"
 
-#include "DriveTable.h"
+#include "vantorel/ata/DriveTables.h"
 
 #include <algorithm>
-#include <cassert>
-#include <memory>
-#include <mutex>
 
 namespace vantorel {
 
@@ -16,55 +13,70 @@ constexpr std::array<drive_settings, 681> builtin_knowndrives = {{
 
 namespace {
 
-// A row whose initialiser is missing would show as an empty expression, which no row may have.
-static_assert(std::none_of(builtin_knowndrives.begin(), builtin_knowndrives.end(),
-                           [](const drive_settings& row) { return row.modelregexp.empty(); }));
-static_assert(builtin_knowndrives[1].modelfamily == "DEFAULT");
+constexpr std::array<drive_settings, 841> recentRows = {{
+#include "RecentDrives.inc"
+}};
 
-ata::DriveTable& driveTable()
+/// A row whose initialiser is missing would show as an empty expression, which no row may have.
+constexpr bool isWhole(std::span<const drive_settings> rows)
 {
-    static ata::DriveTable table(builtin_knowndrives);
-    return table;
+    return std::ranges::none_of(rows, [](const drive_settings& row) { return row.modelregexp.empty(); }) &&
+           rows[1].modelfamily == "DEFAULT";
 }
 
-/// The parsed presets of the rows that somebody has asked for.
-struct ParsedRows {
-    std::mutex mutex;
-    std::array<std::unique_ptr<const ATASmartAttributeDefinitions>, builtin_knowndrives.size()> rows;
+static_assert(isWhole(builtin_knowndrives) && isWhole(recentRows));
 
-    static ParsedRows& shared()
-    {
-        static ParsedRows parsed;
-        return parsed;
+/// The revision row's family without the name of the file and of the version control system's tag.
+std::string revisionIn(std::string_view family)
+{
+    for (const std::string_view prefix : {"VERSION: ", "$Id: ", "drivedb.h "}) {
+        if (family.starts_with(prefix))
+            family.remove_prefix(prefix.size());
     }
-};
+    return std::string(family.substr(0, family.find(" $")));
+}
 
 } // namespace
 
-const drive_settings* getDriveSettings(const ATADeviceInfo& deviceInfo)
+bool describesDrives(const drive_settings& row)
 {
-    const std::size_t row = driveTable().find(deviceInfo.model, deviceInfo.firmware);
-    return row == ata::DriveTable::noRow ? nullptr : &builtin_knowndrives[row];
+    return row.modelregexp != "-" && !row.modelfamily.starts_with('$');
 }
 
-const ATASmartAttributeDefinitions& definitionsOfRow(const drive_settings& row)
+const drive_settings* defaultRow(std::span<const drive_settings> rows)
 {
-    static const ATASmartAttributeDefinitions none{};
-    if (row.presets.empty())
-        return none;
-    const auto index = static_cast<std::size_t>(&row - builtin_knowndrives.data());
-    assert(index < builtin_knowndrives.size());
-    ParsedRows& parsed = ParsedRows::shared();
-    const std::lock_guard lock(parsed.mutex);
-    auto& definitions = parsed.rows[index];
-    if (!definitions)
-        definitions = std::make_unique<const ATASmartAttributeDefinitions>(parsePresets(row.presets));
-    return *definitions;
+    const auto found = std::ranges::find(rows, "DEFAULT", &drive_settings::modelfamily);
+    return found == rows.end() ? nullptr : &*found;
+}
+
+std::string revisionOf(std::span<const drive_settings> rows)
+{
+    return rows.empty() || describesDrives(rows[0]) || rows[0].modelfamily == "DEFAULT"
+               ? std::string()
+               : revisionIn(rows[0].modelfamily);
+}
+
+const DriveTable& builtInDriveTable()
+{
+    static const DriveTable table = {.name = "built-in",
+                                     .revision = revisionOf(builtin_knowndrives),
+                                     .rows = builtin_knowndrives,
+                                     .matching = DriveTableMatching::anywhere,
+                                     .lines = {},
+                                     .texts = {}};
+    return table;
+}
+
+const DriveTable& recentDriveTable()
+{
+    static const DriveTable table = {
+        .name = "recent", .revision = revisionOf(recentRows), .rows = recentRows, .lines = {}, .texts = {}};
+    return table;
 }
 
 const ATASmartAttributeDefinitions& getDefaultDefinitions()
 {
-    static const ATASmartAttributeDefinitions& definitions = definitionsOfRow(builtin_knowndrives[1]);
+    static const ATASmartAttributeDefinitions definitions = parsePresets(builtin_knowndrives[1].presets);
     return definitions;
 }
 
@@ -72,15 +84,6 @@ const ATASmartAttributeDefinition& defaultDefinition()
 {
     static const ATASmartAttributeDefinition definition{.name = "Unknown Attribute", .byteorder = {}};
     return definition;
-}
-
-const ATASmartAttributeDefinition& resolvedDefinition(std::uint8_t attributeId,
-                                                      const ATASmartAttributeDefinitions& definitions)
-{
-    if (definitions[attributeId])
-        return *definitions[attributeId];
-    const auto& byDefault = getDefaultDefinitions()[attributeId];
-    return byDefault ? *byDefault : defaultDefinition();
 }
 
 } // namespace vantorel

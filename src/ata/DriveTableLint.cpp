@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/ata/DriveTableLint.h"
 
-#include "DriveTable.h"
 #include "LiteralAlternatives.h"
 #include "PresetReader.h"
+#include "TableSearch.h"
 
+#include <algorithm>
+#include <map>
 #include <set>
 
 namespace vantorel {
@@ -15,9 +17,12 @@ using Kind = DriveTableFinding::Kind;
 
 constexpr std::size_t mostTexts = 4096;
 
+// What the search for unreachable rows may cost in all, in rows looked at, steps taken and texts made: some seconds.
+constexpr std::size_t mostWork = 50'000'000;
+
 class Linter {
 public:
-    explicit Linter(std::span<const drive_settings> rows) : rows_(rows), table_(rows) {}
+    explicit Linter(const DriveTable& table) : table_(table), rows_(table.rows), search_(table.rows, table.matching) {}
 
     std::vector<DriveTableFinding> findings() &&
     {
@@ -35,7 +40,7 @@ private:
 
     void checkExpression(std::string_view expression, const std::string& column)
     {
-        if (const auto fault = ata::DriveTable::faultOf(expression))
+        if (const auto fault = ata::faultOf(expression))
             report(Kind::badExpression, "the " + column + " expression does not compile: " + *fault);
     }
 
@@ -50,43 +55,69 @@ private:
         }
     }
 
-    /// A text that the row matches holds one of the listed texts, and what an earlier row finds in that, it finds in
-    /// the whole as well. So the row is unreachable when every listed text leads to an earlier row.
     void checkReachable()
     {
         const drive_settings& row = rows_[row_];
-        if (row.modelfamily == "DEFAULT")
-            return; // reached by its name
-        const auto models = ata::literalAlternatives(row.modelregexp, mostTexts);
-        const auto firmwares = ata::literalAlternatives(row.firmwareregexp, mostTexts);
-        if (!models || !firmwares || models->size() * firmwares->size() > mostTexts)
+        const bool whole = table_.matching == DriveTableMatching::whole;
+        if (row.modelfamily == "DEFAULT" || (whole && !describesDrives(row)))
+            return; // reached by their names
+        const auto [first, isNew] = rowsByExpressions_.try_emplace({row.modelregexp, row.firmwareregexp}, row_);
+        if (!isNew)
+            return report(Kind::unreachable, "it has the expressions of row " + std::to_string(first->second));
+        if (whole && row.modelfamily.starts_with("USB:") && !row.firmwareregexp.empty())
+            return; // rows of bridges with a version are preferred to those without
+        if (work_ > mostWork)
             return;
+        if (const auto earlier = earlierRows(row); !earlier.empty()) {
+            std::string text = "every drive that it describes is matched earlier, by row";
+            for (const std::size_t found : earlier)
+                text += ' ' + std::to_string(found);
+            report(Kind::unreachable, std::move(text));
+        }
+        if (work_ > mostWork)
+            report(Kind::unchecked, "the table is large: whether later rows are ever reached has not been looked at");
+    }
+
+    /// The rows that match in place of `row`; none when it may be reached. What an earlier row finds in a listed text,
+    /// it finds in every text that holds that one as well; so it is enough when every listed text leads to one.
+    std::set<std::size_t> earlierRows(const drive_settings& row)
+    {
+        const auto models = ata::literalAlternatives(row.modelregexp, mostTexts, table_.matching);
+        const auto firmwares = row.firmwareregexp.empty()
+                                   ? std::vector<std::string>{"", "\x01"} // any: none, and one that nobody names
+                                   : ata::literalAlternatives(row.firmwareregexp, mostTexts, table_.matching);
+        if (!models || !firmwares || models->size() * firmwares->size() > mostTexts) {
+            work_ += 8 * mostTexts;
+            return {};
+        }
         std::set<std::size_t> earlier;
         for (const std::string& model : *models) {
             for (const std::string& firmware : *firmwares) {
-                const std::size_t found = table_.find(model, firmware);
+                ata::SearchSteps steps;
+                const std::size_t found = search_.find(ata::Question(model, firmware), steps);
+                work_ += std::min(found, rows_.size()) + steps.taken;
                 if (found >= row_)
-                    return;
+                    return {};
                 earlier.insert(found);
             }
         }
-        std::string text = "every drive that it describes is matched earlier, by row";
-        for (const std::size_t found : earlier)
-            text += ' ' + std::to_string(found);
-        report(Kind::unreachable, std::move(text));
+        return earlier;
     }
 
+    const DriveTable& table_;
     std::span<const drive_settings> rows_;
-    ata::DriveTable table_;
+    ata::TableSearch search_;
+    std::map<std::pair<std::string_view, std::string_view>, std::size_t> rowsByExpressions_;
     std::size_t row_ = 0;
+    std::size_t work_ = 0;
     std::vector<DriveTableFinding> findings_;
 };
 
 } // namespace
 
-std::vector<DriveTableFinding> lintDriveTable(std::span<const drive_settings> rows)
+std::vector<DriveTableFinding> lintDriveTable(const DriveTable& table)
 {
-    return Linter(rows).findings();
+    return Linter(table).findings();
 }
 
 } // namespace vantorel

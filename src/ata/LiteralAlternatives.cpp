@@ -10,13 +10,16 @@ namespace {
 using Texts = std::vector<std::string>;
 
 constexpr std::size_t deepestGroup = 64;
+constexpr std::size_t longestText = 256;
 
 /// Thrown where an expression stands for texts that cannot be listed.
 struct NotListable {};
 
 class Lister {
 public:
-    Lister(std::string_view expression, std::size_t most) : rest_(expression), most_(most) {}
+    Lister(std::string_view expression, std::size_t most, DriveTableMatching matching)
+        : rest_(expression), most_(most), matching_(matching)
+    {}
 
     Texts wholeExpression()
     {
@@ -60,7 +63,7 @@ private:
         Texts texts = {""};
         while (!rest_.empty() && rest_[0] != '|' && rest_[0] != ')') {
             const bool atEnd = rest_.size() == 2 || rest_.substr(0, 3) == ".*|";
-            if (depth == 0 && rest_.starts_with(".*") && atEnd) {
+            if (matching_ == DriveTableMatching::anywhere && depth == 0 && rest_.starts_with(".*") && atEnd) {
                 rest_.remove_prefix(2);
                 break;
             }
@@ -69,14 +72,18 @@ private:
         return texts;
     }
 
-    Texts joined(const Texts& heads, const Texts& tails) const
+    Texts joined(const Texts& heads, const Texts& tails)
     {
-        if (tails.size() > most_ / heads.size())
+        made_ += heads.size() * tails.size(); // many empty groups make few texts with much work
+        if (tails.size() > most_ / heads.size() || made_ > 64 * most_)
             throw NotListable();
         Texts texts;
         for (const std::string& head : heads) {
-            for (const std::string& tail : tails)
+            for (const std::string& tail : tails) {
+                if (head.size() + tail.size() > longestText)
+                    throw NotListable();
                 texts.push_back(head + tail);
+            }
         }
         return texts;
     }
@@ -155,14 +162,17 @@ private:
 
     std::string_view rest_;
     std::size_t most_;
+    DriveTableMatching matching_;
+    std::size_t made_ = 0;
 };
 
 } // namespace
 
-std::optional<std::vector<std::string>> literalAlternatives(std::string_view expression, std::size_t most)
+std::optional<std::vector<std::string>> literalAlternatives(std::string_view expression, std::size_t most,
+                                                            DriveTableMatching matching)
 {
     try {
-        return Lister(expression, most).wholeExpression();
+        return Lister(expression, most, matching).wholeExpression();
     } catch (const NotListable&) {
         return std::nullopt;
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/ata/DriveTables.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -9,10 +11,10 @@
 
 namespace vantorel::ata {
 
-/// All the texts that `expression` stands for, when they can be listed and are no more than `most`: the expression is
-/// made of plain characters, groups, small classes, '?' and fixed counts. A ".*" at the end of an alternative of its
-/// top level is passed over, since an expression is searched for and not held against the whole text.
-[[nodiscard]] std::optional<std::vector<std::string>> literalAlternatives(std::string_view expression,
-                                                                          std::size_t most);
+/// All the texts that `expression` stands for, when they can be listed, are no more than `most` and not very long: the
+/// expression is made of plain characters, groups, small classes, '?' and fixed counts. A ".*" at the end of an
+/// alternative of its top level is passed over where an expression is searched for anywhere in a text.
+[[nodiscard]] std::optional<std::vector<std::string>> literalAlternatives(std::string_view expression, std::size_t most,
+                                                                          DriveTableMatching matching);
 
 } // namespace vantorel::ata

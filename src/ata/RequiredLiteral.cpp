@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "DriveTable.h"
+#include "TableSearch.h"
 
 #include <algorithm>
 #include <array>
@@ -53,59 +53,57 @@ constexpr bool isQuantifier(char c)
     return c == '?' || c == '*' || c == '+' || c == '{';
 }
 
-/// The longest run of plain characters in one alternative.
-std::string_view longestLiteral(std::string_view alternative)
+/// The place behind the quantifier at `start`. A brace that does not close is none, and the expression goes on behind
+/// it.
+std::size_t skipQuantifier(std::string_view text, std::size_t start)
+{
+    if (text[start] != '{')
+        return start + 1;
+    const std::size_t end = text.find_first_of("}|", start);
+    return end == std::string_view::npos ? text.size() : text[end] == '}' ? end + 1 : end;
+}
+
+/// The longest run of plain characters in the alternative that begins at `place`, which moves to its end.
+std::string_view longestLiteral(std::string_view expression, std::size_t& place)
 {
     std::string_view longest;
-    std::size_t start = 0; // of the run that goes on up to the place looked at
+    std::size_t start = place; // of the run that goes on up to the place looked at
     const auto endRun = [&](std::size_t end) {
         if (end - start > longest.size())
-            longest = alternative.substr(start, end - start);
+            longest = expression.substr(start, end - start);
     };
-    for (std::size_t i = 0; i < alternative.size();) {
-        std::size_t next = i + 1;
-        bool plain = !isMetacharacter(alternative[i]);
-        if (alternative[i] == '\\' && next < alternative.size()) {
-            endRun(i);
+    while (place < expression.size() && expression[place] != '|') {
+        const char c = expression[place];
+        std::size_t next = place + 1;
+        bool plain = !isMetacharacter(c);
+        if (c == '\\' && next < expression.size()) {
+            endRun(place);
             start = next++; // a run may begin with an escaped character, which stands there as itself ...
             // ... unless it is a letter such as \d, which is a class, or part of a character.
-            plain = isMetacharacter(alternative[start]) && static_cast<unsigned char>(alternative[start]) < 0x80;
-        } else if (alternative[i] == '[' || alternative[i] == '(') {
-            next = skipBracketed(alternative, i);
+            plain = isMetacharacter(expression[start]) && static_cast<unsigned char>(expression[start]) < 0x80;
+        } else if (c == '[' || c == '(') {
+            next = skipBracketed(expression, place);
         }
-        const char quantifier = next < alternative.size() ? alternative[next] : '\0';
-        const bool quantified = isQuantifier(quantifier);
-        const std::size_t behind = quantifier == '{' ? std::min(alternative.find('}', next), alternative.size() - 1) + 1
-                                   : quantified      ? next + 1
-                                                     : next;
+        const bool quantified = next < expression.size() && isQuantifier(expression[next]);
+        const std::size_t behind = quantified ? skipQuantifier(expression, next) : next;
         if (!plain || quantified) {
-            endRun(std::max(i, start));
+            endRun(std::max(place, start));
             start = behind;
         }
-        i = behind;
+        place = behind;
     }
-    endRun(alternative.size());
+    endRun(place);
     return longest;
 }
 
 } // namespace
 
-std::vector<std::string_view> requiredLiterals(std::string_view expression)
+void appendRequiredLiterals(std::string_view expression, std::vector<std::string_view>& literals)
 {
-    std::vector<std::string_view> literals;
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < expression.size();) {
-        if (expression[i] == '|') {
-            literals.push_back(longestLiteral(expression.substr(start, i - start)));
-            start = ++i;
-        } else if (expression[i] == '\\') {
-            i += 2;
-        } else {
-            i = expression[i] == '[' || expression[i] == '(' ? skipBracketed(expression, i) : i + 1;
-        }
-    }
-    literals.push_back(longestLiteral(expression.substr(start)));
-    return literals;
+    std::size_t place = 0;
+    literals.push_back(longestLiteral(expression, place));
+    while (place < expression.size())
+        literals.push_back(longestLiteral(expression, ++place));
 }
 
 } // namespace vantorel::ata

@@ -31,6 +31,19 @@ std::size_t sequenceLength(std::string_view bytes)
     return length;
 }
 
+/// Every character of white space (Unicode, PropList.txt, White_Space).
+constexpr std::string_view whiteSpace[] = {" ",      "\t",     "\n",     "\v",     "\f",     "\r",     "\u0085",
+                                           "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
+                                           "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u2028",
+                                           "\u2029", "\u202F", "\u205F", "\u3000"};
+
+/// The length of the white space character at the start of `text`, 0 when there is none.
+std::size_t whiteSpaceLength(std::string_view text)
+{
+    const auto found = std::ranges::find_if(whiteSpace, [&](std::string_view each) { return text.starts_with(each); });
+    return found == std::end(whiteSpace) ? 0 : found->size();
+}
+
 } // namespace
 
 std::string_view trimmed(std::string_view text)
@@ -40,6 +53,24 @@ std::string_view trimmed(std::string_view text)
     if (first == std::string_view::npos)
         return {};
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::vector<std::string_view> words(std::string_view text)
+{
+    std::vector<std::string_view> parts;
+    std::size_t length = 0; // of the word at the start of the text, as far as it has been looked at
+    while (!text.empty()) {
+        const std::size_t blank = whiteSpaceLength(text.substr(length));
+        if (blank == 0 && length < text.size()) {
+            ++length;
+            continue;
+        }
+        if (length > 0)
+            parts.push_back(text.substr(0, length));
+        text.remove_prefix(length + blank);
+        length = 0;
+    }
+    return parts;
 }
 
 std::string lowercased(std::string_view text)

@@ -44,13 +44,8 @@ char uppercased(char letter)
 /// The display name of the first word of a model that is a vendor's: short names in capitals, others capitalised.
 std::string vendorForModel(std::string_view model)
 {
-    constexpr std::string_view whiteSpace = " \t\n\v\f\r";
-    const std::string lower = base::lowercased(model);
-    std::string_view rest = lower;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find_first_of(whiteSpace), rest.size());
-        std::string word(rest.substr(0, end));
-        rest.remove_prefix(std::min(end + 1, rest.size()));
+    for (const std::string_view each : base::words(model)) {
+        std::string word = base::lowercased(each);
         if (std::find(vendors.begin(), vendors.end(), word) == vendors.end())
             continue;
         const auto capitals = static_cast<std::ptrdiff_t>(word.size() > 3 ? 1 : word.size());

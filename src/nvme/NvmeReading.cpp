@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "NvmeReading.h"
+
 #include "NvmeResult.h"
 #include "vantorel/nvme/NVMePowerStates.h"
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/NVMeSmartInterface.h"
 #include "vantorel/platform/PlugInSession.h"
 #include "vantorel/system/Localization.h"
 
@@ -17,15 +18,6 @@ namespace {
 using Session = PlugInSession<NVMeSmartInterface>;
 
 constexpr std::uint32_t errorLogPage = 1;
-
-NVMeDeviceInfo getDeviceInfo(const NVMeSmartInterface& smartInterface)
-{
-    NVMeControllerData controller{};
-    if (smartInterface.GetIdentifyData(&controller, 0) == system::kIOReturnSuccess)
-        return processControllerData(controller);
-    const std::string unknown = system::localized("Unknown");
-    return {.model = unknown, .serial = unknown, .firmware = unknown, .powerStates = {}};
-}
 
 /// One entry of each of the first 40 log pages, as far as the controller gives them.
 std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInterface)
@@ -52,14 +44,36 @@ std::size_t errorLogEntries(const NVMeControllerData& controller)
 
 } // namespace
 
+std::optional<NVMeControllerData> nvme::identify(const NVMeSmartInterface& smartInterface)
+{
+    NVMeControllerData controller{};
+    if (smartInterface.GetIdentifyData(&controller, 0) != system::kIOReturnSuccess)
+        return std::nullopt;
+    return controller;
+}
+
+NVMeDeviceInfo nvme::getDeviceInfo(const std::optional<NVMeControllerData>& controller)
+{
+    if (controller)
+        return processControllerData(*controller);
+    const std::string unknown = system::localized("Unknown");
+    return {.model = unknown, .serial = unknown, .firmware = unknown, .powerStates = {}};
+}
+
+NVMeSMARTLog nvme::getSmartLog(const NVMeSmartInterface& smartInterface)
+{
+    NVMeSMARTLog log{};
+    if (smartInterface.SMARTReadData(&log) != system::kIOReturnSuccess)
+        throw SmartError("Unable to read S.M.A.R.T data.");
+    return log;
+}
+
 NVMeSmartObject NVMeSmartController::getSmartData(const Drive& /*drive*/,
                                                   system::PlugInHandle pluginInterfaceHandle) const
 {
     const Session session(pluginInterfaceHandle, kIONVMeSMARTInterfaceID);
-    NVMeSMARTLog log{};
-    NVMeDeviceInfo deviceInfo = getDeviceInfo(session.interface());
-    if (session.interface().SMARTReadData(&log) != system::kIOReturnSuccess)
-        throw SmartError("Unable to read S.M.A.R.T data.");
+    NVMeDeviceInfo deviceInfo = nvme::getDeviceInfo(nvme::identify(session.interface()));
+    const NVMeSMARTLog log = nvme::getSmartLog(session.interface());
     NVMeSmartObject result = nvme::makeResult(log, std::move(deviceInfo), recordBytes(log));
     // The calls are part of a reading as drives know it; a result has no place for what they give.
     static_cast<void>(processErrorLog(session.interface()));
@@ -69,10 +83,10 @@ NVMeSmartObject NVMeSmartController::getSmartData(const Drive& /*drive*/,
 std::vector<NVMeSmartError> NVMeSmartController::getErrorLog(system::PlugInHandle pluginInterfaceHandle) const
 {
     const Session session(pluginInterfaceHandle, kIONVMeSMARTInterfaceID);
-    NVMeControllerData controller{};
-    if (session.interface().GetIdentifyData(&controller, 0) != system::kIOReturnSuccess)
+    const auto controller = nvme::identify(session.interface());
+    if (!controller)
         throw SmartError("Unable to read identify data.");
-    std::vector<NVMeErrorLogPage> entries(errorLogEntries(controller));
+    std::vector<NVMeErrorLogPage> entries(errorLogEntries(*controller));
     const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
     if (session.interface().GetLogPage(entries.data(), errorLogPage, length) != system::kIOReturnSuccess)
         throw SmartError("Unable to read error log.");

@@ -5,12 +5,8 @@
 
 namespace vantorel {
 
-namespace {
-
-/// The plug-in of the drive's service, which is the caller's to destroy.
-system::PlugInHandle openPlugIn(const Drive& drive, const base::Uuid& pluginType)
+system::PlugInHandle openPlugIn(const system::IOHandle& service, const base::Uuid& pluginType)
 {
-    const system::IOHandle service = getSmartService(drive);
     if (!service)
         throw SmartOpenError("Unable to find S.M.A.R.T service.");
     system::PlugInHandle handle = nullptr;
@@ -21,8 +17,6 @@ system::PlugInHandle openPlugIn(const Drive& drive, const base::Uuid& pluginType
         throw SmartOpenError("Unable to create S.M.A.R.T plugin interface.");
     return handle;
 }
-
-} // namespace
 
 system::IOHandle getSmartService(const Drive& drive)
 {
@@ -44,17 +38,17 @@ system::IOHandle getSmartService(const Drive& drive)
 
 ATASmartObject SmartController::getATASmartData(const Drive& drive) const
 {
-    return ataSmartController_.getSmartData(drive, openPlugIn(drive, kIOATASMARTUserClientTypeID));
+    return ataSmartController_.getSmartData(drive, openPlugIn(getSmartService(drive), kIOATASMARTUserClientTypeID));
 }
 
 NVMeSmartObject SmartController::getNVMeSmartData(const Drive& drive) const
 {
-    return nvmeSmartController_.getSmartData(drive, openPlugIn(drive, kIONVMeSMARTUserClientTypeID));
+    return nvmeSmartController_.getSmartData(drive, openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }
 
 std::vector<NVMeSmartError> SmartController::getNVMeErrorLog(const Drive& drive) const
 {
-    return nvmeSmartController_.getErrorLog(openPlugIn(drive, kIONVMeSMARTUserClientTypeID));
+    return nvmeSmartController_.getErrorLog(openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }
 
 } // namespace vantorel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/Installation.h"
 
+#include "InstalledMachine.h"
 #include "system/disks/DiskService.h"
 #include "vantorel/system/RegistryTool.h"
 
@@ -12,11 +13,6 @@
 namespace vantorel::system {
 
 namespace {
-
-class EmptyMachine final : public Machine {
-public:
-    void start(MachineEvents& /*events*/) override {}
-};
 
 /// Passes on what one machine tells, until that machine is replaced.
 class Line final : public MachineEvents {
@@ -53,17 +49,18 @@ private:
 /// A machine and the line that it talks on, which ends after it.
 struct Connected {
     Line line;
-    std::unique_ptr<Machine> machine = std::make_unique<EmptyMachine>();
+    std::unique_ptr<Machine> machine;
 };
 
-struct Installed {
+/// The line of the installed machine; null before the first.
+struct Lines {
     std::mutex mutex;
-    std::shared_ptr<Connected> current = std::make_shared<Connected>();
+    std::shared_ptr<Connected> current;
 };
 
-Installed& installed()
+Lines& lines()
 {
-    static auto& the = *new Installed; // its threads may run until the process has ended
+    static auto& the = *new Lines; // a machine's threads may talk until the process has ended
     return the;
 }
 
@@ -75,10 +72,12 @@ void install(std::unique_ptr<Machine> newMachine)
     next->machine = std::move(newMachine);
     std::shared_ptr<Connected> last;
     {
-        const std::scoped_lock lock(installed().mutex);
-        last = std::exchange(installed().current, next);
+        const std::scoped_lock lock(lines().mutex);
+        last = std::exchange(lines().current, next);
+        exchangeMachine({next, next->machine.get()});
     }
-    last->line.close();
+    if (last)
+        last->line.close();
     provideRegistryTool();
     DiskService::shared().tell(MachineGone{});
     next->machine->start(next->line);
@@ -86,8 +85,7 @@ void install(std::unique_ptr<Machine> newMachine)
 
 std::shared_ptr<Machine> machine()
 {
-    const std::scoped_lock lock(installed().mutex);
-    return {installed().current, installed().current->machine.get()};
+    return installedMachine();
 }
 
 } // namespace vantorel::system

@@ -23,7 +23,7 @@ std::optional<std::string> Machine::bundleLocation(std::string_view /*identifier
     return std::nullopt;
 }
 
-std::optional<PropertyTable> Machine::statistics(std::uint64_t /*entry*/)
+std::optional<PropertyTable> Machine::currentProperties(std::uint64_t /*entry*/)
 {
     return std::nullopt;
 }

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/ata/DriveDatabase.h"
 
-#include "ata/DriveTable.h"
 #include "ata/PresetReader.h"
+#include "ata/TableSearch.h"
 #include "vantorel/ata/DriveTableLint.h"
+#include "vantorel/ata/DriveTables.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::size_t noRow = ata::DriveTable::noRow;
+constexpr std::size_t noRow = ata::TableSearch::noRow;
 
 std::size_t rowOf(const std::string& model, const std::string& firmware = "")
 {
@@ -48,7 +49,7 @@ TEST(DriveDatabase, TheTableIsWhole)
 
 TEST(DriveDatabase, EveryExpressionCompilesAndEveryPresetIsReadWhole)
 {
-    for (const DriveTableFinding& finding : lintDriveTable(builtin_knowndrives))
+    for (const DriveTableFinding& finding : lintDriveTable(builtInDriveTable()))
         EXPECT_EQ(finding.kind, DriveTableFinding::Kind::unreachable) << finding.row << ": " << finding.text;
     EXPECT_EQ(std::ranges::count_if(getDefaultDefinitions(), [](const auto& slot) { return slot.has_value(); }), 64);
 }
@@ -80,6 +81,15 @@ TEST(DriveDatabase, TheFirstMatchingRowWins)
         EXPECT_EQ(rowOf(model, firmware), row) << model << " / " << firmware;
 }
 
+TEST(DriveDatabase, TheBordersOfTheTextsOfAQuestionCount)
+{
+    const std::string nul(1, '\0');
+    EXPECT_EQ(rowOf("8GB SATA Flash Drive" + nul, "SFDDA01C"), 2U);
+    EXPECT_EQ(rowOf("8GB SATA Flash Drive", nul + "SFDDA01C"), 2U);
+    EXPECT_EQ(rowOf("8GB SATA Flash Drive" + nul + "SFDDA01C", ""), noRow);
+    EXPECT_EQ(rowOf("8GB SATA Flash Drive", "SFDDA01C"), 2U);
+}
+
 TEST(DriveDatabase, AnswersStayTheSameHoweverManyAreAsked)
 {
     for (int i = 0; i < 2000; ++i)
@@ -103,17 +113,25 @@ TEST(DriveDatabase, HostileTextsAreSearchedInBoundedTime)
 
 TEST(DriveDatabase, ARowsDefinitionReplacesTheDefaultOneWhole)
 {
-    const auto& phison = definitionsOfRow(builtin_knowndrives[13]);
+    const auto& phison = parsePresets(builtin_knowndrives[13].presets);
     EXPECT_EQ(phison[5]->name, "Retired_Block_Count") << "the later of two options";
-    EXPECT_EQ(resolvedDefinition(5, phison).name, "Retired_Block_Count");
-    const auto nameless = parsePresets("-v 9,raw8");
-    EXPECT_FALSE(resolvedDefinition(9, nameless).name);
-    EXPECT_EQ(resolvedDefinition(12, nameless).name, "Power_Cycle_Count");
-    EXPECT_EQ(resolvedDefinition(99, nameless), defaultDefinition());
+    KnownDrive drive = knownDrive({.model = "SAMSUNG SV4012H", .serial = "", .firmware = "RM100-08"});
+    EXPECT_EQ(drive.table, driveTables().at(0));
+    EXPECT_EQ(drive.rowIndex, 92U);
+    EXPECT_EQ(drive.row, &builtin_knowndrives[92]);
+    EXPECT_EQ(drive.attribute(9).definition.name, "Power_On_Half_Minutes");
+    EXPECT_EQ(drive.attribute(9).source, DefinitionSource::row);
+    EXPECT_EQ(drive.attribute(12).definition.name, "Power_Cycle_Count");
+    EXPECT_EQ(drive.attribute(12).source, DefinitionSource::defaultRow);
+    EXPECT_EQ(drive.attribute(99).definition, defaultDefinition());
+    EXPECT_EQ(drive.attribute(99).source, DefinitionSource::nothing);
     EXPECT_EQ(defaultDefinition(),
               (ATASmartAttributeDefinition{"Unknown Attribute", ata_attr_raw_format::none, 0, ""}));
-    const auto& usb = definitionsOfRow(builtin_knowndrives[678]);
-    EXPECT_TRUE(std::ranges::none_of(usb, [](const auto& slot) { return slot.has_value(); }));
+
+    drive = knownDrive({.model = "ST2000DX002-2DV164", .serial = "", .firmware = ""});
+    EXPECT_FALSE(drive.attribute(240).definition.name);
+    EXPECT_EQ(drive.rawName(240, false), "Head_Flying_Hours");
+    EXPECT_EQ(drive.rawName(240, true), "Unknown_Attribute") << "what only spinning drives have";
 }
 
 } // namespace

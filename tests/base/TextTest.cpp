@@ -13,6 +13,14 @@ TEST(Text, TrimsBlanksAndTabsOnly)
     EXPECT_EQ(trimmed(" \t "), "");
 }
 
+TEST(Text, WordsStandBetweenWhiteSpaceOfAnyKind)
+{
+    using Words = std::vector<std::string_view>;
+    EXPECT_EQ(words("\u00A0WD\u3000 Blue\u2028\tx\u0085"), (Words{"WD", "Blue", "x"}));
+    EXPECT_EQ(words("a\u200Bb\xC2_\u180Ec"), (Words{"a\u200Bb\xC2_\u180Ec"})) << "no width, no property";
+    EXPECT_EQ(words(" \n"), Words());
+}
+
 TEST(Text, SearchesWithoutRegardToAsciiCase)
 {
     EXPECT_TRUE(containsIgnoringCase("Airflow TEMPERATURE", "temperature"));

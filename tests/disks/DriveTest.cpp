@@ -27,6 +27,7 @@ TEST_F(DriveTest, NamesTheVendorByTheFirstWordOfTheModelThatIsOne)
         {"Samsung SSD 850", "Samsung"},
         {"APPLE SSD AP0512Q", "Apple"},
         {"WD Blue", "WD"},
+        {"SSD\u00A0Intel\u2003X", "Intel"},
         {"WDC WD10", "Unknown"},
         {"Western Digital Elements", "Unknown"},
         {"Elements\tibm  disk", "IBM"},
@@ -147,6 +148,10 @@ TEST_F(DriveTest, ReadsItsCountersAfreshAndAMissingOneAsZero)
     EXPECT_EQ(drive->statistics(), expected);
 
     const std::uint64_t driver = 3;
+    machine.current[driver] = {{"Statistics", PropertyTable{{"Operations (Read)", 8}}}};
+    EXPECT_EQ(drive->statistics()->readOperations, 8) << "although no event was told";
+    machine.current.clear();
+
     const PropertyTable beyondDouble = {{"Operations (Read)", (std::uint64_t{1} << 53U) + 1}};
     machine.change(driver, {{"Statistics", beyondDouble}});
     settle();

@@ -310,6 +310,53 @@ TEST_F(VantorelTest, SortsAgainWhenTheHostOrAnUpdateBrokeTheOrder)
     EXPECT_EQ(registry.disks().back()->bsdName(), "disk0");
 }
 
+TEST_F(VantorelTest, TracksADiskOnceThatComesAndGoesBeforeTheMainQueueRuns)
+{
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    const auto disk = tree.media(drive, "disk0s1", "p");
+    const PropertyTable named = tree.entries.back().properties;
+    auto unnamed = named;
+    unnamed.erase("BSD Name");
+    auto& machine = load(std::move(tree));
+    const auto listener = std::make_shared<test::NotingListener>();
+    Vantorel::shared().registerListener(listener);
+    for (const PropertyTable& properties : {unnamed, named, unnamed, named})
+        machine.change(disk, properties);
+    while (system::CFRunLoopRunInMode(system::kCFRunLoopDefaultMode, 0, true) ==
+           system::CFRunLoopRunResult::handledSource) {
+        // the events, but not the main queue, on which arrivals are handled
+    }
+    settle();
+    EXPECT_EQ(names(Vantorel::shared().disks()), "disk0 disk0s1");
+    EXPECT_THAT(listener->told, ElementsAre("disappeared disk0s1", "appeared disk0s1"));
+    EXPECT_THAT(messages, ElementsAre("Error: Disk disappeared but was not found in current list",
+                                      "Unable to retrieve disk info", "Unable to retrieve disk object"));
+    machine.remove(drive);
+    settle();
+    EXPECT_THAT(Vantorel::shared().disks(), IsEmpty());
+}
+
+TEST_F(VantorelTest, LivesOnWhenTheThreadThatTouchedItFirstEnds)
+{
+    std::jthread([] { static_cast<void>(Vantorel::shared()); }).join();
+    auto& machine = load(test::oneOfEverything());
+    EXPECT_EQ(Vantorel::shared().disks().size(), 16U);
+    machine.remove(1);
+    settle();
+    EXPECT_FALSE(tracked("disk0"));
+    EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(VantorelTest, LetsGoOfAMachineWithAMirrorWithoutALine)
+{
+    for (int round = 0; round < 2; ++round) {
+        load(test::oneOfEverything());
+        EXPECT_EQ(Vantorel::shared().disks().size(), 16U);
+    }
+    EXPECT_THAT(messages, IsEmpty());
+}
+
 TEST_F(VantorelTest, StaysEmptyWithoutASession)
 {
     system::setCallGate([](std::string_view operation) { return operation != "DASessionCreate"; });

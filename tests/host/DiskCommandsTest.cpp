@@ -127,10 +127,10 @@ TEST(ListCommand, ALongNameNeitherFillsTheOtherLinesNorTakesLong)
 
 TEST(Command, LosesNoOutputToAStandardErrorThatTakesNothing)
 {
-    const auto run = runCommand("smart" + tower);
+    const auto run = runCommand("smart disk6 disk1" + tower);
     ASSERT_FALSE(run.err.empty());
     for (const std::string redirection : {"2>/dev/full", "2>&-"}) {
-        const auto other = runCommand("smart" + tower, redirection);
+        const auto other = runCommand("smart disk6 disk1" + tower, redirection);
         EXPECT_EQ(other.status, run.status) << redirection;
         EXPECT_EQ(other.out, run.out) << redirection;
         EXPECT_EQ(runCommand("frobnicate", redirection).status, 1);

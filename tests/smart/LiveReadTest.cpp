@@ -3,6 +3,7 @@
 #include "smart/SmartService.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
+#include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/system/CallGate.h"
 #include "vantorel/system/PlugIn.h"
@@ -135,6 +136,46 @@ TEST_F(LiveReads, OfAnNvmeDriveTellItsIdentityAndKeepTheLog)
     expectNothingLeft();
 }
 
+TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
+{
+    loadBoth();
+    machine->ataDrives[ataDevice] = [this](const AtaCommand& command) {
+        if (command.command == 0xEC)
+            std::ranges::fill(command.read, std::uint8_t{0xEC});
+        AtaResult result = answer(command);
+        if (command.feature == 0xDA)
+            result.lba = 0x2CF400;
+        return result;
+    };
+    const auto ataDrive = tracked<Drive>("disk0");
+    const auto nvmeDrive = tracked<Drive>("disk1");
+    const auto ata = ReadableDrive::of(*ataDrive);
+    const auto nvme = ReadableDrive::of(*nvmeDrive);
+    EXPECT_EQ(ata.service, ataDevice);
+    EXPECT_FALSE(ata.isNvme);
+    EXPECT_TRUE(ata.isSSD);
+    std::optional<DriveReading> ofAta;
+    std::optional<DriveReading> ofNvme;
+    std::thread([&] { ofAta = readDrive(ata); }).join();
+    std::thread([&] { ofNvme = readDrive(nvme); }).join();
+    EXPECT_EQ(ofAta->result, SmartObject(SmartController::shared().getATASmartData(*ataDrive)));
+    EXPECT_EQ(ofAta->saysFailing, true);
+    EXPECT_EQ(ofAta->identify, Data(512, 0xEC));
+    EXPECT_EQ(ofNvme->result, SmartObject(SmartController::shared().getNVMeSmartData(*nvmeDrive)));
+    EXPECT_EQ(ofNvme->identify, identify);
+    EXPECT_EQ(ofNvme->saysFailing, std::nullopt);
+    expectNothingLeft();
+
+    const auto failure = [](const ReadableDrive& drive) { return failureOf([&] { return readDrive(drive).result; }); };
+    machine->remove(ataDevice);
+    settle();
+    EXPECT_EQ(failure(ata), "Unable to find S.M.A.R.T service.");
+    EXPECT_EQ(ReadableDrive::of(*ataDrive).service, 0U);
+    EXPECT_EQ(failure(ReadableDrive::of(*ataDrive)), "Unable to find S.M.A.R.T service.");
+    machine->nvmeDrives[nvmeDevice] = [](const NvmeCommand&) { return NvmeResult{kIOReturnIOError, 0, 0}; };
+    EXPECT_EQ(failure(nvme), "Unable to read S.M.A.R.T data.");
+}
+
 TEST_F(LiveReads, FindTheNearestEntryThatDeclaresItselfCapable)
 {
     using Tables = std::vector<PropertyTable>;
@@ -168,8 +209,7 @@ TEST_F(LiveReads, FindTheNearestEntryThatDeclaresItselfCapable)
         load(std::move(tree));
         const std::size_t before = liveHandleCount();
         {
-            const auto media = DADiskRef(std::make_shared<DADisk>(DADisk{"disk0", parent[0] + 1}));
-            const auto drive = Disk::create<Drive>(media);
+            const auto drive = tracked<Drive>("disk0");
             const IOHandle service = getSmartService(*drive);
             std::uint64_t id = 0;
             if (service)
@@ -361,6 +401,22 @@ TEST_F(LiveReads, OfTwoDrivesRunSideBySide)
     for (int i = 0; i < 50; ++i)
         EXPECT_EQ(SmartController::shared().getATASmartData(*ata), ataResult);
     other.join();
+    expectNothingLeft();
+}
+
+TEST_F(LiveReads, OnAnotherThreadAreOfADriveThatTheRegistryDoesNotChange)
+{
+    loadBoth();
+    const auto own = Disk::create<Drive>(tracked<Drive>("disk0")->diskObject());
+    std::jthread reader([&] {
+        for (int i = 0; i < 50; ++i)
+            EXPECT_EQ(SmartController::shared().getATASmartData(*own).deviceInfo.model, wdModel);
+    });
+    for (int i = 0; i < 50; ++i) { // meanwhile the registry loads its own anew
+        machine->setVolume("disk0", {std::nullopt, std::to_string(i), std::nullopt, std::nullopt, {}});
+        settle();
+    }
+    reader.join();
     expectNothingLeft();
 }
 

@@ -40,6 +40,7 @@ public:
     }
 
     // Answers to the questions of a machine; to be filled before they are asked.
+    std::map<std::uint64_t, PropertyTable> current; ///< properties that change without being told, by entry
     std::optional<std::vector<std::string>> mounted = std::vector<std::string>{};
     std::map<std::string, system::FileSystemFacts> fileSystems; ///< by mount point
     std::map<std::string, std::string, std::less<>> bundles;
@@ -47,6 +48,7 @@ public:
     std::map<std::uint64_t, std::function<system::AtaResult(const system::AtaCommand&)>> ataDrives;
     std::map<std::uint64_t, std::function<system::NvmeResult(const system::NvmeCommand&)>> nvmeDrives;
     system::IOReturn openStatus = system::kIOReturnSuccess; ///< of every channel
+    std::function<void()> whenOpened;                       ///< called by each opening of a channel
     std::atomic<int> openChannels = 0;
 
     void start(system::MachineEvents& events) override
@@ -65,6 +67,11 @@ public:
     {
         const auto found = bundles.find(identifier);
         return found == bundles.end() ? std::nullopt : std::optional(found->second);
+    }
+    std::optional<PropertyTable> currentProperties(std::uint64_t entry) override
+    {
+        const auto found = current.find(entry);
+        return found == current.end() ? std::nullopt : std::optional(found->second);
     }
     system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override
     {
@@ -95,6 +102,8 @@ private:
     template <typename Base, typename Command, typename Result, typename Drives>
     system::OpenedChannel<Base> open(const Drives& drives, std::uint64_t entry)
     {
+        if (whenOpened)
+            whenOpened();
         const auto drive = drives.find(entry);
         if (openStatus != system::kIOReturnSuccess || drive == drives.end())
             return {openStatus != system::kIOReturnSuccess ? openStatus : system::kIOReturnUnsupported, nullptr};

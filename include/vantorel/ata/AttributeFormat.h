@@ -19,8 +19,10 @@ namespace vantorel {
 
 /// The raw name of an attribute whose definition gives none: the default row's name for its number, or
 /// "Unknown_Attribute" for a number without one and for an attribute that only the other kind of drive has.
-/// The text lives as long as the process.
-[[nodiscard]] std::string_view GetDefaultAttributeName(std::uint8_t id, bool isSSD);
+/// The text lives as long as `defaults`, the default row's definitions.
+[[nodiscard]] std::string_view
+GetDefaultAttributeName(std::uint8_t id, bool isSSD,
+                        const ATASmartAttributeDefinitions& defaults = getDefaultDefinitions());
 
 /// A duration in words: "1 hour 1 minute 1 second". Parts that are 0 are left out; 0 seconds give the empty text. The
 /// six unit words go through `localized`, the plural made before the look-up.

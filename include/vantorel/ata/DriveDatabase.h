@@ -96,24 +96,18 @@ using ATASmartAttributeDefinitions = std::array<std::optional<ATASmartAttributeD
 
 /// The first row whose model expression occurs anywhere in `deviceInfo.model` and whose firmware expression, if it has
 /// one, occurs anywhere in `deviceInfo.firmware`, both without regard to case. Nothing when no row matches. The model
-/// "DEFAULT" gives row 1. Texts may hold any bytes; the search in one row gives up, as if it did not match, where a
-/// text made for it would take it more than a million steps. The row lives as long as the process.
+/// "DEFAULT" gives row 1. Tables that a host has added (`DriveTables.h`) are asked before or behind the built-in one,
+/// in their own way of matching. The row lives as long as the process.
+///
+/// Texts may hold any bytes, of which 64 KiB are looked at. A text made to be slow ends the search in a row, as if that
+/// did not match, after 20,000 steps, and the whole look-up after a million.
 [[nodiscard]] const drive_settings* getDriveSettings(const ATADeviceInfo& deviceInfo);
 
-/// The definitions of the default row. They live as long as the process.
+/// The definitions of the built-in table's default row. They live as long as the process.
 [[nodiscard]] const ATASmartAttributeDefinitions& getDefaultDefinitions();
-
-/// The definitions that a row's presets give, parsed once. `row` is a row of `builtin_knowndrives`. They live as long
-/// as the process.
-[[nodiscard]] const ATASmartAttributeDefinitions& definitionsOfRow(const drive_settings& row);
 
 /// Reads any text of presets, such as `-v 9,minutes -v 194,unknown`. Never fails: an option that cannot be read is
 /// skipped, an option for a number above 255 as well, and an unknown format name ends the reading there.
 [[nodiscard]] ATASmartAttributeDefinitions parsePresets(std::string_view presets);
-
-/// The definition by which a drive's attribute is read: its own in `definitions`, else the default row's, else
-/// `defaultDefinition()`. A reference into one of the three.
-[[nodiscard]] const ATASmartAttributeDefinition& resolvedDefinition(std::uint8_t attributeId,
-                                                                    const ATASmartAttributeDefinitions& definitions);
 
 } // namespace vantorel

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/ata/DriveTables.h"
 
 #include <cstddef>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +15,7 @@ struct DriveTableFinding {
         badExpression, ///< an expression does not compile: the row, or its firmware, can never match
         badPresets,    ///< the presets are not read whole
         unreachable,   ///< earlier rows match whatever the row matches
+        unchecked,     ///< whether rows from this one on are reachable was not looked at: the table is too large
     };
 
     Kind kind;
@@ -23,10 +23,11 @@ struct DriveTableFinding {
     std::string text; ///< what is wrong, in words
 };
 
-/// Looks through a table in row order. A row counts as unreachable when it can be shown by the literal texts that its
-/// expressions stand for: rows with '.', '*', '+', negated or very large classes inside are taken to be reachable, and
-/// so is one whose expressions stand for more than some thousand texts. Any thread; a second or less for the built-in
-/// table.
-[[nodiscard]] std::vector<DriveTableFinding> lintDriveTable(std::span<const drive_settings> rows);
+/// Looks through a table in row order. A row counts as unreachable when an earlier one has its expressions, or when it
+/// can be shown by the literal texts that they stand for: rows with '.', '*', '+', negated or very large classes inside
+/// are taken to be reachable, and so is one whose expressions stand for more than some thousand texts. Any thread; a
+/// second or less for a table of some hundred rows, and some seconds for one of any size, of which the later rows are
+/// not held against all earlier ones.
+[[nodiscard]] std::vector<DriveTableFinding> lintDriveTable(const DriveTable& table);
 
 } // namespace vantorel

@@ -3,11 +3,16 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vantorel::base {
 
 /// The text without blanks and tabs at both ends; a view into the argument.
 [[nodiscard]] std::string_view trimmed(std::string_view text);
+
+/// The parts of a text between white space of any kind (Unicode, property White_Space), none of them empty; views into
+/// the argument.
+[[nodiscard]] std::vector<std::string_view> words(std::string_view text);
 
 /// The character, a letter A to Z made small.
 [[nodiscard]] constexpr char lowercased(char c)

@@ -13,7 +13,7 @@ namespace vantorel {
 /// A whole physical or external disk: what is shown per device and what SMART is read of.
 ///
 /// Beside the description it reads the two registry entries above its media entry: the block storage driver and the
-/// device. A drive without them knows only what the description tells.
+/// device. A drive without them knows only what the description tells. Threads: see `Disk`.
 class Drive : public Disk {
 public:
     using Disk::Disk;
@@ -40,7 +40,8 @@ public:
     /// The I/O counters as they stand now; absent when the registry has none for the drive.
     [[nodiscard]] std::optional<DriveStatistics> statistics() const;
 
-    // The three below ask the registry `Vantorel` for the drive's volumes, anew at each call.
+    // The three below ask the registry `Vantorel` for the drive's volumes, anew at each call, and so on its thread
+    // only.
 
     /// A small text tree: the drive's media name and under it each volume's, with its type and kind.
     [[nodiscard]] std::string summary() const;

@@ -20,8 +20,9 @@ namespace vantorel {
 /// The registry: the live list of everything that the disk service reports.
 ///
 /// `shared` makes it at first use; it lives until the process ends and there is no shut-down. The thread of that first
-/// use owns the run loop on which removals and changes are handled; arrivals are handled on the main queue. There is no
-/// lock, so touch it first on the main thread, and call it there: then all of it is one thread. Nothing is reported by
+/// use owns the run loop on which removals and changes are handled, and when it ends the main thread does; arrivals are
+/// handled on the main queue. There is no lock, so touch it first on the main thread, and call it there: then all of it
+/// is one thread. Nothing is reported by
 /// throwing: a failure costs at most one line of the library's messages. When no session with the disk service can be
 /// had the registry stays empty.
 class Vantorel {

@@ -42,8 +42,12 @@ public:
     // The reads of live drives. Each looks for the nearest registry entry above the drive's own that declares itself
     // SMART capable, opens a plug-in there and is finished with it at return. Which of the two fits is for the caller
     // to say, by `Drive::interface`. They throw `SmartError`, of the kind
-    // `SmartOpenError` as long as no command was sent, and block the calling thread; reads of different drives may
-    // run on different threads at once, of one drive the second fails.
+    // `SmartOpenError` as long as no command was sent, and block the calling thread. Of one drive the second read at a
+    // time fails.
+    //
+    // A read looks at the drive without a lock, and the registry changes its drives while it handles events: a drive
+    // that it tracks is read on its thread. For reads on other threads, any number at once, make for each a drive that
+    // the registry does not know, on its thread: `Disk::create<Drive>(drive.diskObject())`.
 
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;

@@ -28,7 +28,7 @@ struct RegistryEntry {
     std::string location;                 ///< what stands behind the "@", such as "1F,2"; empty when it has none
     std::string className;                ///< such as "IOMedia"
     std::vector<std::string> inheritance; ///< classes from the root class down, if known; else told from `className`
-    std::vector<std::uint64_t> parents;   ///< ids; several for a RAID set; none for an entry at the top
+    std::vector<std::uint64_t> parents;   ///< ids, the main one first; several for a RAID set; none at the top
     PropertyTable properties;             ///< texts are UTF-8
 };
 
@@ -66,11 +66,12 @@ struct AtaCommand {
 
 /// How an ATA command ended. `status` is `kIOReturnSuccess`, `kIOReturnUnsupported` when the drive aborted it,
 /// `kIOReturnNotReadable`, `kIOReturnNotWritable`, `kIOReturnIOError`, `kIOReturnTimeout` or `kIOReturnNoDevice`;
-/// `kIOReturnNotPermitted` for a command that the machine sends to no drive.
+/// `kIOReturnNotPermitted` for a command that the machine sends to no drive. SMART RETURN STATUS, which has no answer
+/// but the address, ends with `kIOReturnUnsupported` where the address cannot be had.
 struct AtaResult {
     IOReturn status = kIOReturnSuccess;
     std::size_t received = 0; ///< bytes put into `read`
-    std::uint32_t lba = 0;    ///< the 24 bits the drive left in low, mid and high; 0 when the road to it hides them
+    std::uint32_t lba = 0;    ///< the 24 bits the drive left in low, mid and high
 };
 
 /// One NVMe admin command (NVM Express Base Specification, submission queue entry).
@@ -135,8 +136,8 @@ struct DriveObstacle {
 /// order of telling, on the run loop on which a disk session is scheduled, or at once while there is none.
 ///
 /// No order of events is wrong: an entry told twice takes the later properties and any parents that are new, an entry
-/// told before its parent hangs at the top until the parent comes, and changes and removals of unknown entries are
-/// passed over.
+/// told before its parents hangs at the top until one comes, parents stand in the order in which they were told
+/// whenever they come, and changes and removals of unknown entries are passed over.
 class MachineEvents {
 public:
     virtual ~MachineEvents() = default;
@@ -146,8 +147,9 @@ public:
     virtual void entryChanged(std::uint64_t id, PropertyTable properties) = 0;
     /// The entry is gone, and everything that hung only under it.
     virtual void entryRemoved(std::uint64_t id) = 0;
-    /// What is known of the volume on the disk of this device name is now this. Told before the disk, it is there when
-    /// the disk appears; it is forgotten with the disk.
+    /// What is known of the volume on the disk of this device name is now this. Where there is no such disk it waits
+    /// for the next one of that name; where a name has gone over to a new disk before the old one went, it is the new
+    /// one's. It is forgotten with the disk.
     virtual void volumeChanged(std::string bsdName, VolumeFacts facts) = 0;
 };
 
@@ -174,14 +176,17 @@ public:
     /// The folder of a bundle, such as the one of "com.apple.iokit.IOStorageFamily" with the disk icons.
     [[nodiscard]] virtual std::optional<std::string> bundleLocation(std::string_view identifier);
 
-    /// The "Statistics" of the entry with this id, which has that property, as they are at this moment; absent when they
-    /// are as told.
-    [[nodiscard]] virtual std::optional<PropertyTable> statistics(std::uint64_t entry);
+    // An opening that throws counts as one that failed with `kIOReturnError`.
 
     /// A channel to the drive behind the entry with this id, which declares itself "SMART Capable".
     [[nodiscard]] virtual OpenedChannel<AtaChannel> openAta(std::uint64_t entry);
     /// A channel to the controller behind the entry with this id, which declares itself "NVMe SMART Capable".
     [[nodiscard]] virtual OpenedChannel<NvmeChannel> openNvme(std::uint64_t entry);
+    /// Those properties of the entry that change without being told, such as the "Statistics" of a block storage
+    /// driver, as they stand now. Asked whenever the entry's properties are read, and put over those that were told;
+    /// absent for an entry that has none. They are no part of a disk's description.
+    [[nodiscard]] virtual std::optional<PropertyTable> currentProperties(std::uint64_t entry);
+
     /// Why the last opening of a channel to the drive behind this entry failed; absent when it did not, or when the
     /// machine knows no more than the status.
     [[nodiscard]] virtual std::optional<DriveObstacle> whyNotOpened(std::uint64_t entry);

@@ -6,7 +6,8 @@
 
 namespace vantorel::system {
 
-/// Takes one line of the library's own, without its line end. May be called from any thread, one call at a time.
+/// Takes one line of the library's own, without its line end. May be called from any thread, one call at a time. It may
+/// set another sink; a line that it causes itself goes to standard output.
 using MessageSink = std::function<void(std::string_view line)>;
 
 /// Where the library's own lines go from now on: standard output until this is called and again after it was called

@@ -17,7 +17,8 @@ inline constexpr std::string_view kCFRunLoopDefaultMode = "kCFRunLoopDefaultMode
 
 enum class CFRunLoopRunResult : std::int32_t { finished = 1, stopped = 2, timedOut = 3, handledSource = 4 };
 
-/// The run loop of the calling thread, made at first use; it lives until the thread has ended and nobody holds it.
+/// The run loop of the calling thread, made at first use; it lives until the thread has ended and nobody holds it. With
+/// the end of the thread its work goes to the main thread's run loop, also what it is handed later.
 [[nodiscard]] CFRunLoopRef CFRunLoopGetCurrent();
 
 /// Runs the calling thread's run loop for at most `seconds` (0: one pass, without waiting). A pass does the work of the

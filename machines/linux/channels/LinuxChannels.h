@@ -24,16 +24,18 @@ struct DeviceNode {
     std::string usbVersion;                    ///< `bcdDevice`
 };
 
-/// How a USB bridge is spoken to, in the words of the drive table's `-d`: "sat", "sat,12", "usbjmicron,x",
-/// "sntjmicron/sat", …. The empty text: it carries no commands. Absent: the bridge is not known.
-/// Takes vendor, product and version, each as in `DeviceNode`.
+/// How a USB bridge is spoken to, by its vendor, product and version (`bcdDevice`), in the words of the drive table's
+/// `-d`: "sat", "sat,12", "usbjmicron,x", "sntjmicron/sat", …. The empty text: it carries no commands. Absent: the
+/// bridge is not known.
 using UsbBridgeLookUp =
-    std::function<std::optional<std::string>(const std::string&, const std::string&, const std::string&)>;
+    std::function<std::optional<std::string>(std::uint16_t vendor, std::uint16_t product, std::uint16_t version)>;
 
 struct ChannelOptions {
     bool wake = false; ///< send commands to drives that sleep, too
     UsbBridgeLookUp usbBridge;
 };
+
+class AtaDrive;
 
 /// Which commands a drive can be sent.
 enum class DriveCommands { none, ata, nvme };
@@ -76,9 +78,32 @@ public:
     [[nodiscard]] std::optional<DriveIdentity> readIdentity(const DeviceNode& node);
 
 private:
+    struct Way;
+    struct Finding;
+    /// A finding and the disk it is of, as the path may be another one's next time.
+    struct Found {
+        std::string disk;
+        std::optional<DriveCommands> commands; ///< absent while it is being asked
+    };
+    template <typename Drive>
+    struct Attempt {
+        system::IOReturn status = system::kIOReturnUnsupported;
+        std::unique_ptr<Drive> drive;
+        std::string reason; ///< why there is none, where the status does not say it
+    };
+
+    [[nodiscard]] Way wayTo(const DeviceNode& node) const;
+    [[nodiscard]] bool isLeftAsleep(const DeviceNode& node) const;
+    [[nodiscard]] Finding find(const DeviceNode& node, const Way& way);
+    [[nodiscard]] Finding ask(const DeviceNode& node, const Way& way) const;
+    [[nodiscard]] Attempt<AtaDrive> openAtaDrive(const DeviceNode& node);
+    [[nodiscard]] Attempt<system::NvmeChannel> openNvmeDrive(const DeviceNode& node);
+    void note(const DeviceNode& node, system::IOReturn status, std::string reason);
+
     const ChannelOptions options_;
     mutable std::mutex mutex_;
     std::map<std::string, system::DriveObstacle> obstacles_; ///< by path
+    std::map<std::string, Found> found_;                     ///< by path
 };
 
 } // namespace vantorel::channels

@@ -2,11 +2,10 @@
 #include "vantorel/system/DiskArbitration.h"
 
 #include "DiskService.h"
+#include "system/InstalledMachine.h"
 #include "system/registry/HandleTable.h"
 #include "vantorel/system/CallGate.h"
-#include "vantorel/system/Installation.h"
 
-#include <mutex>
 #include <utility>
 
 namespace vantorel::system {
@@ -53,20 +52,15 @@ PropertyTableRef DADiskCopyDescription(const DADiskRef& disk)
 {
     if (!callPasses("DADiskCopyDescription") || !disk)
         return nullptr;
-    return DiskService::shared().description(disk->entryId);
+    return DiskService::shared().description(*disk);
 }
 
 io_service_t DADiskCopyIOMedia(const DADiskRef& disk)
 {
     if (!callPasses("DADiskCopyIOMedia") || !disk)
         return IO_OBJECT_NULL;
-    RegistryNodeRef node;
-    {
-        Registry& registry = Registry::shared();
-        const std::scoped_lock lock(registry.mutex);
-        node = registry.tree.find(disk->entryId);
-    }
-    return node ? HandleTable::shared().open(std::move(node)) : IO_OBJECT_NULL;
+    RegistryNodeRef media = DiskService::shared().mediaEntry(*disk);
+    return media ? HandleTable::shared().open(std::move(media)) : IO_OBJECT_NULL;
 }
 
 std::optional<std::string> DADiskGetBSDName(const DADiskRef& disk)
@@ -80,7 +74,7 @@ DADiskRef DADiskCreateFromVolumePath(CFAllocatorRef /*allocator*/, const DASessi
 {
     if (!callPasses("DADiskCreateFromVolumePath") || !session)
         return nullptr;
-    const std::optional<FileSystemFacts> facts = machine()->fileSystem(path);
+    const std::optional<FileSystemFacts> facts = installedMachine()->fileSystem(path);
     if (!facts || facts->mountPoint != path)
         return nullptr;
     if (facts->bsdName.empty())

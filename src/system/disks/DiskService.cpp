@@ -4,6 +4,7 @@
 #include "MediaDescription.h"
 
 #include <algorithm>
+#include <iterator>
 #include <mutex>
 
 namespace vantorel::system {
@@ -142,17 +143,30 @@ void DiskService::unschedule(const DASessionRef& session)
         apply(waiting_.front());
 }
 
-const DiskService::Disk* DiskService::find(const std::string& bsdName) const
+DiskService::Disk* DiskService::find(const std::string& bsdName)
 {
-    const auto first = byName_.lower_bound({bsdName, 0});
-    return first == byName_.end() || first->first != bsdName ? nullptr : &disks_.at(first->second);
+    const auto [first, behind] = byName_.equal_range(bsdName);
+    return first == behind ? nullptr : &disks_.at(std::prev(behind)->second);
 }
 
-PropertyTableRef DiskService::description(std::uint64_t entryId)
+const DiskService::Disk* DiskService::find(const DADisk& disk) const
+{
+    const auto found = disks_.find(disk.entryId);
+    return found == disks_.end() || found->second.disk.get() != &disk ? nullptr : &found->second;
+}
+
+PropertyTableRef DiskService::description(const DADisk& disk)
 {
     const std::scoped_lock lock(Registry::shared().mutex);
-    const auto found = disks_.find(entryId);
-    return found == disks_.end() ? nullptr : found->second.description;
+    const Disk* const found = find(disk);
+    return found ? found->description : nullptr;
+}
+
+RegistryNodeRef DiskService::mediaEntry(const DADisk& disk)
+{
+    Registry& registry = Registry::shared();
+    const std::scoped_lock lock(registry.mutex);
+    return find(disk) ? registry.tree.find(disk.entryId) : nullptr;
 }
 
 DADiskRef DiskService::diskNamed(const std::string& bsdName)
@@ -197,30 +211,32 @@ void DiskService::change(EntryChange& change)
 
 void DiskService::remove(const EntryRemoval& removal)
 {
-    const RegistryTree::Removal removed = Registry::shared().tree.remove(removal.id);
-    for (const RegistryNodeRef& node : removed.gone)
+    takeUp(Registry::shared().tree.remove(removal.id));
+}
+
+void DiskService::takeUp(const RegistryTree::Removal& removal)
+{
+    for (const RegistryNodeRef& node : removal.gone)
         forget(node->id);
-    for (const RegistryNodeRef& node : removed.rehung)
+    for (const RegistryNodeRef& node : removal.rehung)
         describeBelow(*node);
 }
 
 void DiskService::changeVolume(VolumeChange& change)
 {
-    volumes_.insert_or_assign(change.bsdName, std::move(change.facts));
-    if (const Disk* const disk = find(change.bsdName))
-        describe(*Registry::shared().tree.find(disk->disk->entryId));
+    Disk* const disk = find(change.bsdName);
+    if (!disk) {
+        volumesAhead_.insert_or_assign(std::move(change.bsdName), std::move(change.facts));
+        return;
+    }
+    disk->volume = std::move(change.facts);
+    describe(*Registry::shared().tree.find(disk->disk->entryId));
 }
 
 void DiskService::removeAll()
 {
-    const RegistryNodeRef root = Registry::shared().tree.root();
-    std::vector<std::uint64_t> ids;
-    for (const auto& [order, child] : root->children)
-        ids.push_back(child->id);
-    ids.push_back(root->id);
-    for (const std::uint64_t id : ids)
-        remove(EntryRemoval{id});
-    volumes_.clear();
+    takeUp(Registry::shared().tree.removeAll());
+    volumesAhead_.clear();
 }
 
 void DiskService::describeBelow(RegistryNode& node)
@@ -241,13 +257,15 @@ void DiskService::describe(const RegistryNode& node)
     if (!device)
         return;
 
-    const auto volume = volumes_.find(*bsdName);
-    auto description = std::make_shared<const PropertyTable>(
-        describeMedia(node, *device, volume == volumes_.end() ? nullptr : &volume->second));
     Disk& disk = disks_[node.id];
+    if (const auto ahead = disk.disk ? volumesAhead_.end() : volumesAhead_.find(*bsdName); ahead != volumesAhead_.end())
+        disk.volume = std::move(volumesAhead_.extract(ahead).mapped());
+    auto description =
+        std::make_shared<const PropertyTable>(describeMedia(node, *device, disk.volume ? &*disk.volume : nullptr));
     if (!disk.disk) {
-        disk = {std::make_shared<const DADisk>(DADisk{*bsdName, node.id}), std::move(description)};
-        byName_.emplace(*bsdName, node.id);
+        disk.disk = std::make_shared<const DADisk>(DADisk{*bsdName, node.id});
+        disk.description = std::move(description);
+        disk.name = byName_.emplace(*bsdName, node.id);
         spread({DiskNews::Kind::appeared, disk.disk, nullptr});
     } else if (*disk.description != *description) {
         const auto keys = changedKeys(*disk.description, *description);
@@ -262,8 +280,7 @@ void DiskService::forget(std::uint64_t entryId)
     if (found == disks_.end())
         return;
     const DADiskRef disk = found->second.disk;
-    volumes_.erase(*disk->bsdName);
-    byName_.erase({*disk->bsdName, entryId});
+    byName_.erase(found->second.name);
     disks_.erase(found);
     spread({DiskNews::Kind::disappeared, disk, nullptr});
 }

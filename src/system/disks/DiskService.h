@@ -7,8 +7,9 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
-#include <set>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -70,14 +71,21 @@ public:
     void schedule(const DASessionRef& session, const CFRunLoopRef& runLoop);
     void unschedule(const DASessionRef& session);
 
-    [[nodiscard]] PropertyTableRef description(std::uint64_t entryId);
-    /// The disk of this name; null when there is none.
+    /// The description of a disk; null when it is gone, also when its entry is another disk by now.
+    [[nodiscard]] PropertyTableRef description(const DADisk& disk);
+    /// The media entry of a disk; null as above.
+    [[nodiscard]] RegistryNodeRef mediaEntry(const DADisk& disk);
+    /// The disk of this name, of several the one that came last; null when there is none.
     [[nodiscard]] DADiskRef diskNamed(const std::string& bsdName);
 
 private:
+    using Names = std::multimap<std::string, std::uint64_t>; // one name in order of arrival
+
     struct Disk {
         DADiskRef disk;
         PropertyTableRef description;
+        std::optional<VolumeFacts> volume;
+        Names::iterator name;
     };
 
     // All of these are called under the registry's lock.
@@ -85,6 +93,7 @@ private:
     void arrive(RegistryEntry& entry);
     void change(EntryChange& change);
     void remove(const EntryRemoval& removal);
+    void takeUp(const RegistryTree::Removal& removal);
     void changeVolume(VolumeChange& change);
     void removeAll();
     void describeBelow(RegistryNode& node);
@@ -92,7 +101,8 @@ private:
     void forget(std::uint64_t entryId);
     void spread(const DiskNews& news);
     void send(const DASessionRef& session, const DiskNews& news);
-    [[nodiscard]] const Disk* find(const std::string& bsdName) const;
+    [[nodiscard]] Disk* find(const std::string& bsdName);
+    [[nodiscard]] const Disk* find(const DADisk& disk) const;
     [[nodiscard]] CFRunLoopRef home() const;
     void letNextCome();
 
@@ -104,9 +114,9 @@ private:
     bool nextIsComing_ = false; // takeUpNext is on its way
     std::uint64_t turn_ = 0;    // another one whenever it has to come on another run loop
     std::vector<DASessionRef> scheduled_;
-    std::unordered_map<std::uint64_t, Disk> disks_;          // by the id of the media entry
-    std::unordered_map<std::string, VolumeFacts> volumes_;   // by device name
-    std::set<std::pair<std::string, std::uint64_t>> byName_; // a hostile registry may give one name twice
+    std::unordered_map<std::uint64_t, Disk> disks_;             // by the id of the media entry
+    Names byName_;                                              // a name may be in use again before it is given up
+    std::unordered_map<std::string, VolumeFacts> volumesAhead_; // told before their disk, by its name
 };
 
 } // namespace vantorel::system

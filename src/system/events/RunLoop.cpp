@@ -44,6 +44,8 @@ void RunLoop::signal() const
 void RunLoop::post(Queue queue, Block block)
 {
     const std::scoped_lock lock(mutex_);
+    if (hasEnded_)
+        return mainRunLoop()->post(queue, std::move(block));
     const bool wasIdle = sources_.empty() && main_.empty();
     queued(queue).push_back(std::move(block));
     if (wasIdle)
@@ -78,6 +80,14 @@ void RunLoop::wait(int milliseconds) const
     ::poll(&waited, 1, milliseconds); // woken early by a signal, the caller looks again
 }
 
+void RunLoop::endWithThread()
+{
+    const std::scoped_lock lock(mutex_);
+    hasEnded_ = true;
+    for (; !sources_.empty(); sources_.pop_front())
+        mainRunLoop()->post(Queue::sources, std::move(sources_.front()));
+}
+
 void RunLoop::requestStop()
 {
     stop_ = true;
@@ -99,8 +109,12 @@ CFRunLoopRef CFRunLoopGetCurrent()
 {
     if (onMainThread())
         return mainRunLoop();
-    thread_local const auto own = std::make_shared<RunLoop>();
-    return own;
+    struct Own {
+        CFRunLoopRef loop = std::make_shared<RunLoop>();
+        ~Own() { loop->endWithThread(); }
+    };
+    thread_local const Own own;
+    return own.loop;
 }
 
 CFRunLoopRunResult CFRunLoopRunInMode(std::string_view /*mode*/, double seconds, bool returnAfterSourceHandled)

@@ -23,13 +23,16 @@ public:
     RunLoop& operator=(const RunLoop&) = delete;
     ~RunLoop();
 
-    /// From any thread.
+    /// From any thread. Goes to the main run loop once this one's thread has ended.
     void post(Queue queue, Block block);
     /// Runs the blocks that are pending now, and none that they hand over; gives how many there were. A block that
     /// throws leaves the ones behind it pending.
     std::size_t runPending(Queue queue);
     /// Waits until there is work, at most so many milliseconds.
     void wait(int milliseconds) const;
+
+    /// Tells that the loop's thread has ended: the main run loop takes over what is pending.
+    void endWithThread();
 
     void requestStop();
     /// Whether a stop was asked for since the last time this was called.
@@ -43,6 +46,7 @@ private:
     std::mutex mutex_;
     std::deque<Block> sources_;
     std::deque<Block> main_;
+    bool hasEnded_ = false;
     std::atomic<bool> stop_{false};
     int descriptor_; // readable while a queue has blocks
 };

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/Bundle.h"
 
+#include "system/InstalledMachine.h"
 #include "vantorel/system/CallGate.h"
-#include "vantorel/system/Installation.h"
 
 #include <filesystem>
 #include <system_error>
@@ -14,7 +14,7 @@ std::optional<std::string> KextManagerCreateURLForBundleIdentifier(CFAllocatorRe
 {
     if (!callPasses("KextManagerCreateURLForBundleIdentifier"))
         return std::nullopt;
-    return machine()->bundleLocation(identifier);
+    return installedMachine()->bundleLocation(identifier);
 }
 
 std::optional<Bundle> Bundle::bundleWithPath(const std::string& path)

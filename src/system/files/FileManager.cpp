@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/FileManager.h"
 
+#include "system/InstalledMachine.h"
 #include "vantorel/system/CallGate.h"
-#include "vantorel/system/Installation.h"
 
 namespace vantorel::system {
 
@@ -17,14 +17,14 @@ FileManager::mountedVolumeURLsIncludingResourceValuesForKeys(std::nullptr_t /*ke
 {
     if (!callPasses("mountedVolumeURLsIncludingResourceValuesForKeys:options:"))
         return std::nullopt;
-    return machine()->mountPoints();
+    return installedMachine()->mountPoints();
 }
 
 PropertyTableRef FileManager::attributesOfFileSystemForPath(const std::string& path) const
 {
     if (!callPasses("attributesOfFileSystemForPath:error:"))
         return nullptr;
-    const std::optional<FileSystemFacts> facts = machine()->fileSystem(path);
+    const std::optional<FileSystemFacts> facts = installedMachine()->fileSystem(path);
     if (!facts)
         return nullptr;
     return std::make_shared<PropertyTable>(PropertyTable{
@@ -37,13 +37,13 @@ bool FileManager::isWritableFileAtPath(const std::string& path) const
 {
     if (!callPasses("isWritableFileAtPath:"))
         return false;
-    const std::optional<FileSystemFacts> facts = machine()->fileSystem(path);
+    const std::optional<FileSystemFacts> facts = installedMachine()->fileSystem(path);
     return facts && facts->writable;
 }
 
 std::string NSTemporaryDirectory()
 {
-    return machine()->temporaryDirectory();
+    return installedMachine()->temporaryDirectory();
 }
 
 } // namespace vantorel::system

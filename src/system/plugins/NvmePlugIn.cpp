@@ -57,6 +57,8 @@ public:
     {
         if (!buffer || logID > 0xFF || length == 0 || length % 4 != 0 || length > longestLog)
             return kIOReturnBadArgument;
+        if (hasTimedOut_)
+            return kIOReturnTimeout; // it would take the whole time of a command for each page
         if (!declares(logID))
             return kIOReturnUnsupported;
         return readLog("GetLogPage", logID, writableBytes(buffer, length));
@@ -107,7 +109,7 @@ private:
         command.opcode = identifyOpcode;
         command.cdw10to15[0] = controllerStructure;
         command.read = writableBytes(&data, sizeof(data));
-        return run("GetIdentifyData", command).status;
+        return send("GetIdentifyData", command);
     }
 
     IOReturn readLog(std::string_view operation, std::uint32_t page, std::span<std::uint8_t> to)
@@ -120,11 +122,19 @@ private:
         if (controller_ && controller_->ver >= retainEventVersion)
             command.cdw10to15[0] |= retainEvent;
         command.read = to;
-        return run(operation, command).status;
+        return send(operation, command);
+    }
+
+    IOReturn send(std::string_view operation, const NvmeCommand& command)
+    {
+        const IOReturn status = run(operation, command).status;
+        hasTimedOut_ = hasTimedOut_ || status == kIOReturnTimeout;
+        return status;
     }
 
     std::optional<NVMeControllerData> controller_;
     bool isIdentified_ = false; ///< the controller has been asked
+    bool hasTimedOut_ = false;  ///< a command was not answered in time
 };
 
 template <auto Method>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "PlugIn.h"
 
+#include "system/InstalledMachine.h"
 #include "system/registry/HandleTable.h"
 #include "vantorel/system/CallGate.h"
-#include "vantorel/system/Installation.h"
 
 #include <algorithm>
 #include <deque>
@@ -192,8 +192,12 @@ IOReturn PlugIn::start(const PropertyTable* propertyTable, io_service_t service)
         return status;
     if (!PlugIns::shared().claim(*this))
         return kIOReturnExclusiveAccess;
-    machine_ = machine();
-    const IOReturn status = open(*machine_, service_->id);
+    machine_ = installedMachine();
+    IOReturn status = kIOReturnError;
+    try {
+        status = open(*machine_, service_->id);
+    } catch (...) { // the caller is told by a status alone, and the service must not stay claimed
+    }
     if (status != kIOReturnSuccess)
         stop();
     return status;

@@ -1,22 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "CurrentProperties.h"
 
-#include "vantorel/system/Installation.h"
+#include "system/InstalledMachine.h"
 
+#include <optional>
 #include <utility>
 
 namespace vantorel::system {
 
-PropertyTableRef withCurrentStatistics(PropertyTableRef told, std::uint64_t entry)
+PropertyTableRef currentProperties(std::uint64_t entry, const PropertyTableRef& told)
 {
-    if (!told->lookUp(kStatisticsKey))
+    std::optional<PropertyTable> current = installedMachine()->currentProperties(entry);
+    if (!current)
         return told;
-    auto counters = machine()->statistics(entry);
-    if (!counters)
-        return told;
-    auto current = std::make_shared<PropertyTable>(*told);
-    current->insert_or_assign(std::string(kStatisticsKey), std::move(*counters));
-    return current;
+    current->insert(told->begin(), told->end()); // where both have a key, the first stays
+    return std::make_shared<const PropertyTable>(*std::move(current));
 }
 
 } // namespace vantorel::system

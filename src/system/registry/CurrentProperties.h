@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/base/PropertyValue.h"
 #include "vantorel/system/CoreFoundation.h"
 
 #include <cstdint>
-#include <string_view>
 
 namespace vantorel::system {
 
-inline constexpr std::string_view kStatisticsKey = "Statistics";
-
-/// The properties that an entry was told with, but for "Statistics", which the machine is asked for anew.
-/// Not to be called with the registry's lock held.
-[[nodiscard]] PropertyTableRef withCurrentStatistics(PropertyTableRef told, std::uint64_t entry);
+/// The properties of an entry as they stand now: those that were told, and over them those that the machine is to be
+/// asked for. Not to be called under the registry's lock, as the machine may take its time.
+[[nodiscard]] PropertyTableRef currentProperties(std::uint64_t entry, const PropertyTableRef& told);
 
 } // namespace vantorel::system

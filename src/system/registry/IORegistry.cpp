@@ -20,13 +20,14 @@ bool isKnownPlane(std::string_view plane)
 
 PropertyTableRef propertiesOf(const RegistryNode& node)
 {
-    const std::scoped_lock lock(Registry::shared().mutex);
-    return node.properties;
-}
-
-PropertyTableRef currentProperties(const RegistryNode& node)
-{
-    return withCurrentStatistics(propertiesOf(node), node.id);
+    PropertyTableRef told;
+    {
+        const std::scoped_lock lock(Registry::shared().mutex);
+        told = node.properties;
+        if (!node.inTree)
+            return told; // of an entry that is gone the machine knows no more
+    }
+    return currentProperties(node.id, told);
 }
 
 /// `IOPropertyMatch`, `IOProviderClass` and the id are what the library and its hosts match by.
@@ -58,7 +59,7 @@ kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry, Prope
     const RegistryNodeRef node = HandleTable::shared().findEntry(entry);
     if (!node)
         return kIOReturnBadArgument;
-    properties = currentProperties(*node);
+    properties = propertiesOf(*node);
     return KERN_SUCCESS;
 }
 
@@ -70,7 +71,7 @@ std::optional<PropertyValue> IORegistryEntryCreateCFProperty(io_registry_entry_t
     const RegistryNodeRef node = HandleTable::shared().findEntry(entry);
     if (!node)
         return std::nullopt;
-    const PropertyTableRef properties = key == kStatisticsKey ? currentProperties(*node) : propertiesOf(*node);
+    const PropertyTableRef properties = propertiesOf(*node);
     const PropertyValue* const value = properties->lookUp(key);
     return value ? std::optional(*value) : std::nullopt;
 }

@@ -33,8 +33,9 @@ struct ListedEntry {
     std::vector<std::size_t> children; ///< indices
 };
 
-/// All entries, the root first. The properties never change once they are handed out, so only this needs the lock.
-std::vector<ListedEntry> currentEntries()
+/// All entries, the root first, with what was told of them. The properties never change once they are handed out, so
+/// only this needs the lock.
+std::vector<ListedEntry> toldEntries()
 {
     Registry& registry = Registry::shared();
     const std::scoped_lock lock(registry.mutex);
@@ -49,6 +50,14 @@ std::vector<ListedEntry> currentEntries()
         for (const auto& [order, child] : node->children)
             entries[index].children.push_back(indices.at(child));
     }
+    return entries;
+}
+
+std::vector<ListedEntry> currentEntries()
+{
+    std::vector<ListedEntry> entries = toldEntries();
+    for (ListedEntry& entry : entries)
+        entry.properties = currentProperties(entry.id, entry.properties);
     return entries;
 }
 
@@ -114,8 +123,7 @@ private:
             known.emplace("IORegistryEntryLocation", entry.location);
         if (!entry.inheritance.empty())
             known.emplace("IOObjectInheritance", PropertyArray(entry.inheritance.begin(), entry.inheritance.end()));
-        const PropertyTableRef properties = withCurrentStatistics(entry.properties, entry.id);
-        for (const auto& [key, value] : *properties) {
+        for (const auto& [key, value] : *entry.properties) {
             if (known.contains(key) || key == "IORegistryEntryChildren")
                 continue; // the tool's own keys go over an entry's
             xml_.key(key);

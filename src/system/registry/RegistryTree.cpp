@@ -70,6 +70,11 @@ bool isAncestor(const RegistryNode& ancestor, const RegistryNode& node)
     return false;
 }
 
+bool isAwaited(const RegistryNode& node, std::uint64_t parent)
+{
+    return std::ranges::find(node.awaited, parent, &RegistryNode::Awaited::id) != node.awaited.end();
+}
+
 } // namespace
 
 bool conformsTo(const RegistryNode& node, std::string_view base)
@@ -132,17 +137,19 @@ void RegistryTree::hangUnder(RegistryNode& node, const std::vector<std::uint64_t
 {
     const std::size_t count = std::min(parents.size(), mostParents);
     for (const std::uint64_t id : std::span(parents).first(count)) {
+        const std::uint64_t order = ++lastOrder_;
         if (const RegistryNodeRef parent = find(id)) {
-            attach(node, *parent);
-        } else if (awaiting_[id].insert(node.id).second) {
-            node.awaited.push_back(id);
+            attach(node, *parent, order);
+        } else if (node.awaited.size() < mostParents && !isAwaited(node, id)) {
+            awaiting_[id].emplace(order, node.id);
+            node.awaited.push_back({id, order});
         }
     }
     if (node.parents.empty())
-        attach(node, *root_);
+        attach(node, *root_, ++lastOrder_);
 }
 
-void RegistryTree::attach(RegistryNode& child, RegistryNode& parent)
+void RegistryTree::attach(RegistryNode& child, RegistryNode& parent, std::uint64_t order)
 {
     const auto isParent = [&parent](const RegistryNode::Parent& link) { return link.node == &parent; };
     if (std::ranges::any_of(child.parents, isParent) || child.parents.size() >= mostParents)
@@ -154,8 +161,9 @@ void RegistryTree::attach(RegistryNode& child, RegistryNode& parent)
     const bool waited = child.parents.size() == 1 && child.parents.front().node == root_.get();
     if (waited && &parent != root_.get())
         detach(child, *root_);
-    parent.children.emplace(++lastOrder_, &child);
-    child.parents.push_back({&parent, lastOrder_});
+    parent.children.emplace(order, &child);
+    child.parents.insert(std::ranges::upper_bound(child.parents, order, {}, &RegistryNode::Parent::order),
+                         {&parent, order});
 }
 
 void RegistryTree::detach(RegistryNode& child, RegistryNode& parent)
@@ -172,10 +180,10 @@ void RegistryTree::adoptChildrenOf(RegistryNode& parent)
     const auto waiting = awaiting_.extract(parent.id);
     if (!waiting)
         return;
-    for (const std::uint64_t id : waiting.mapped()) {
+    for (const auto& [order, id] : waiting.mapped()) {
         if (const RegistryNodeRef child = find(id)) {
-            std::erase(child->awaited, parent.id);
-            attach(*child, parent);
+            std::erase_if(child->awaited, [&parent](const auto& awaited) { return awaited.id == parent.id; });
+            attach(*child, parent, order);
         }
     }
 }
@@ -188,15 +196,24 @@ PropertyTableRef RegistryTree::change(std::uint64_t id, PropertyTable properties
 
 RegistryTree::Removal RegistryTree::remove(std::uint64_t id)
 {
-    Removal removal;
     const RegistryNodeRef first = find(id);
     if (!first)
-        return removal;
+        return {};
     while (!first->parents.empty())
         detach(*first, *first->parents.back().node);
+    return takeOut(first);
+}
 
+RegistryTree::Removal RegistryTree::removeAll()
+{
+    return takeOut(root_);
+}
+
+RegistryTree::Removal RegistryTree::takeOut(RegistryNodeRef first)
+{
+    Removal removal;
     std::set<RegistryNode*> touched; // lost a parent, and had another when it did
-    std::vector<RegistryNodeRef> pending{first};
+    std::vector<RegistryNodeRef> pending{std::move(first)};
     while (!pending.empty()) {
         const RegistryNodeRef node = std::move(pending.back());
         pending.pop_back();
@@ -225,11 +242,11 @@ RegistryTree::Removal RegistryTree::remove(std::uint64_t id)
 
 void RegistryTree::forgetAwaited(RegistryNode& node)
 {
-    for (const std::uint64_t parent : node.awaited) {
-        const auto found = awaiting_.find(parent);
+    for (const RegistryNode::Awaited& parent : node.awaited) {
+        const auto found = awaiting_.find(parent.id);
         if (found == awaiting_.end())
             continue;
-        found->second.erase(node.id);
+        found->second.erase(parent.order);
         if (found->second.empty())
             awaiting_.erase(found);
     }

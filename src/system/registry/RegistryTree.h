@@ -23,7 +23,12 @@ namespace vantorel::system {
 struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
     struct Parent {
         RegistryNode* node;
-        std::uint64_t order; ///< this node's key among the parent's children
+        std::uint64_t order; ///< in which it was told; this node's key among the parent's children
+    };
+    /// A parent that was told but is not here yet.
+    struct Awaited {
+        std::uint64_t id;
+        std::uint64_t order; ///< as of a parent
     };
 
     std::uint64_t id = 0;
@@ -33,8 +38,8 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
     std::vector<std::string> inheritance;
     PropertyTableRef properties;
     std::vector<Parent> parents;                     ///< in the order in which they were told
-    std::map<std::uint64_t, RegistryNode*> children; ///< in order of arrival
-    std::vector<std::uint64_t> awaited;              ///< parents that were told but are not here yet
+    std::map<std::uint64_t, RegistryNode*> children; ///< in the order in which this was told as their parent
+    std::vector<Awaited> awaited;
     bool inTree = true;
 };
 
@@ -64,6 +69,8 @@ public:
         std::vector<RegistryNodeRef> rehung; ///< entries that stay under another parent
     };
     Removal remove(std::uint64_t id);
+    /// Takes out every entry, all at once: none is hung under another parent before it goes.
+    Removal removeAll();
 
     /// Calls `visit` with `from` and everything under it, each entry once, parents before children and the children in
     /// order; as long as it gives true.
@@ -87,15 +94,17 @@ public:
 private:
     void clearRoot();
     RegistryNodeRef makeNode(RegistryEntry& entry);
-    void attach(RegistryNode& child, RegistryNode& parent);
+    void attach(RegistryNode& child, RegistryNode& parent, std::uint64_t order);
     static void detach(RegistryNode& child, RegistryNode& parent);
     void hangUnder(RegistryNode& node, const std::vector<std::uint64_t>& parents);
     void adoptChildrenOf(RegistryNode& parent);
     void forgetAwaited(RegistryNode& node);
+    Removal takeOut(RegistryNodeRef first);
 
     RegistryNodeRef root_;
     std::unordered_map<std::uint64_t, RegistryNodeRef> nodes_;
-    std::unordered_map<std::uint64_t, std::set<std::uint64_t>> awaiting_; // absent parent to the children it will have
+    using Children = std::map<std::uint64_t, std::uint64_t>; // by the order of telling
+    std::unordered_map<std::uint64_t, Children> awaiting_;   // absent parent to the children it will have
     std::uint64_t lastOrder_ = 0;
 };
 

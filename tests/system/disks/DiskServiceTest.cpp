@@ -7,7 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <future>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -28,7 +32,12 @@ public:
     Ear()
     {
         DARegisterDiskAppearedCallback(
-            session, nullptr, [this](const DADiskRef& disk, void*) { hear("+", disk); }, this);
+            session, nullptr,
+            [this](const DADiskRef& disk, void*) {
+                arrived.push_back(disk);
+                hear("+", disk);
+            },
+            this);
         DARegisterDiskDisappearedCallback(
             session, nullptr, [this](const DADiskRef& disk, void*) { hear("-", disk); }, this);
         DARegisterDiskDescriptionChangedCallback(
@@ -54,6 +63,7 @@ public:
     }
 
     std::vector<std::string> heard;
+    std::vector<DADiskRef> arrived;                    ///< every disk, in order
     std::function<void(const std::string&)> whenHeard; ///< called with each arrival and removal
     DASessionRef session = DASessionCreate(kCFAllocatorDefault);
 
@@ -144,24 +154,86 @@ TEST(DiskService, ShowsTheStateRightAfterTheEventToACallback)
 TEST(DiskService, AnswersForADiskThatIsGoneWithItsNameOnly)
 {
     TestMachine& machine = TestMachine::install(drive(1, "disk0"));
-    DADiskRef disk;
     Ear ear;
-    DARegisterDiskAppearedCallback(
-        ear.session, nullptr, [&](const DADiskRef& each, void*) { disk = each; }, nullptr);
-    ear.take();
-    ASSERT_TRUE(disk);
-    EXPECT_TRUE(IOHandle(DADiskCopyIOMedia(disk)));
+    machine.change(3, {{"Whole", true}, {"BSD Name", "disk5"}}); // its entry is another disk,
+    machine.change(3, {{"Whole", true}});                        // then none,
+    machine.change(3, {{"Whole", true}, {"BSD Name", "disk0"}}); // then a third one, of the first one's name
+    EXPECT_THAT(ear.take(), ElementsAre("+disk0", "-disk0", "+disk5", "-disk5", "+disk0"));
     machine.remove(1);
-    ear.take();
-    for (RegistryEntry& each : drive(11, "disk0")) // another disk of the same name
+    for (RegistryEntry& each : drive(11, "disk0")) // and now one of its own
         machine.arrive(std::move(each));
-    ear.take();
-    EXPECT_EQ(DADiskGetBSDName(disk), "disk0");
-    EXPECT_EQ(disk->entryId, 13U) << "the callback has given the new one";
-    const auto old = std::make_shared<const DADisk>(DADisk{"disk0", 3});
-    EXPECT_EQ(DADiskCopyDescription(old), nullptr);
-    EXPECT_FALSE(IOHandle(DADiskCopyIOMedia(old)));
+    EXPECT_THAT(ear.take(), ElementsAre("-disk0", "+disk0"));
+
+    const char* const names[] = {"disk0", "disk5", "disk0", "disk0"};
+    ASSERT_EQ(ear.arrived.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(DADiskGetBSDName(ear.arrived[i]), names[i]);
+        EXPECT_EQ(DADiskCopyDescription(ear.arrived[i]) != nullptr, i == 3) << i;
+        EXPECT_EQ(static_cast<bool>(IOHandle(DADiskCopyIOMedia(ear.arrived[i]))), i == 3) << i;
+    }
     EXPECT_EQ(liveHandleCount(), 0U);
+}
+
+TEST(DiskService, GivesTheFactsOfAVolumeToTheDiskThatHasItsName)
+{
+    // "F": facts are told; "+1", "-2": the partition with this id, which is always named disk0s1, comes or goes.
+    struct Row {
+        std::vector<std::string> events;
+        std::optional<std::string> first, second; ///< the volume's name on either partition at the end, if it is there
+    };
+    const Row rows[] = {
+        {{"Fa", "+1"}, "a", {}},
+        {{"Fa", "Fb", "+1"}, "b", {}},
+        {{"+1", "Fa"}, "a", {}},
+        {{"+1", "Fa", "-1", "+2"}, {}, ""},
+        {{"+1", "Fa", "-1", "Fb", "+2"}, {}, "b"},
+        {{"+1", "Fa", "+2"}, "a", ""},
+        {{"+1", "Fa", "+2", "Fb"}, "a", "b"},
+        {{"+1", "Fa", "+2", "Fb", "-1"}, {}, "b"},
+        {{"+1", "Fa", "+2", "Fb", "-2"}, "a", {}},
+        {{"+1", "Fa", "+2", "Fb", "-2", "Fc"}, "c", {}},
+        {{"+2", "+1", "Fa"}, "a", ""},
+    };
+    for (const Row& row : rows) {
+        TestMachine& machine = TestMachine::install(drive(11, "disk0"));
+        Ear ear;
+        for (const std::string& event : row.events) {
+            const std::uint64_t id = event[0] == 'F' ? 0 : static_cast<std::uint64_t>(event[1] - '0');
+            if (event[0] == 'F')
+                machine.setVolume("disk0s1", {"hfs", event.substr(1), std::nullopt, std::nullopt, {}});
+            else if (event[0] == '+')
+                machine.arrive(media(id, "disk0s1", false, 13));
+            else
+                machine.remove(id);
+        }
+        ear.take();
+        std::array<std::optional<std::string>, 2> names;
+        for (const DADiskRef& disk : ear.arrived) {
+            const PropertyTableRef description = DADiskCopyDescription(disk);
+            if (description && disk->entryId <= 2)
+                names[disk->entryId - 1] = description->get<std::string>("DAVolumeName").value_or("");
+        }
+        EXPECT_EQ(names, (std::array{row.first, row.second})) << testing::PrintToString(row.events);
+    }
+}
+
+TEST(DiskService, SaysNothingMoreOfTheDisksOfAMachineThatIsReplaced)
+{
+    // The set hangs under two drives and must not be told as changed between their ends.
+    const auto machineWithMirror = [] {
+        std::vector<RegistryEntry> entries = drive(1, "disk0");
+        std::ranges::move(drive(11, "disk1"), std::back_inserter(entries));
+        entries.push_back(entry(21, "set", "AppleRAIDMirrorSet", {3, 13}));
+        entries.push_back(media(22, "disk2", true, 21));
+        return entries;
+    };
+    TestMachine::install(machineWithMirror());
+    Ear ear;
+    EXPECT_THAT(ear.take(), ElementsAre("+disk0", "+disk2", "+disk1"));
+    TestMachine& machine = TestMachine::install(machineWithMirror());
+    EXPECT_THAT(ear.take(), ElementsAre("-disk2", "-disk0", "-disk1", "+disk0", "+disk1", "+disk2"));
+    machine.remove(1);
+    EXPECT_THAT(ear.take(), ElementsAre("-disk0", "disk2: DAMediaPath")) << "one of them alone";
 }
 
 TEST(DiskService, LosesNothingWhenACallbackThrows)

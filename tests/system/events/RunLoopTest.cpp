@@ -107,9 +107,23 @@ TEST(RunLoop, IsOnePerThreadAndOnlyTheMainThreadRunsTheMainQueue)
     }).join();
     EXPECT_NE(others, CFRunLoopGetCurrent());
     EXPECT_FALSE(isDone);
-    CFRunLoopPerformBlock(others, [] {}); // its thread is gone, and nobody runs it any more
     performPendingWork();
     EXPECT_TRUE(isDone);
+}
+
+TEST(RunLoop, HandsItsWorkToTheMainOneWhenItsThreadEnds)
+{
+    std::vector<int> done;
+    CFRunLoopRef others;
+    std::jthread([&] {
+        others = CFRunLoopGetCurrent();
+        for (const int number : {1, 2})
+            CFRunLoopPerformBlock(others, [&done, number] { done.push_back(number); });
+    }).join();
+    CFRunLoopPerformBlock(others, [&] { done.push_back(3); });
+    EXPECT_TRUE(isReadable(runLoopDescriptor()));
+    performPendingWork();
+    EXPECT_THAT(done, ElementsAre(1, 2, 3));
 }
 
 TEST(DispatchQueue, RunsBlocksOneByOneOnAThreadOfItsOwn)

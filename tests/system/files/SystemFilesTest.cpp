@@ -85,3 +85,24 @@ TEST(MessageSink, TakesTheLibrarysLinesInsteadOfStandardOutput)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Unable to retrieve properties\n");
     EXPECT_THAT(lines, ElementsAre("Unable to retrieve disk info"));
 }
+
+TEST(MessageSink, MayItselfPrintThrowAndSetAnother)
+{
+    std::vector<std::string> lines;
+    testing::internal::CaptureStdout();
+    setMessageSink([&](std::string_view line) {
+        lines.emplace_back(line);
+        printMessage("inside");
+        if (line == "second")
+            throw std::runtime_error("sink");
+        if (line == "third")
+            setMessageSink([&](std::string_view next) { lines.push_back("other " + std::string(next)); });
+    });
+    printMessage("first");
+    EXPECT_THROW(printMessage("second"), std::runtime_error);
+    printMessage("third");
+    printMessage("fourth");
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "inside\ninside\ninside\n");
+    EXPECT_THAT(lines, ElementsAre("first", "second", "third", "other fourth"));
+}

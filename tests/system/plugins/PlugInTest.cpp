@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+#include <stdexcept>
 #include <tuple>
 
 namespace vantorel::system {
@@ -110,6 +111,12 @@ TEST_F(PlugIns, AreMadeForFitServicesOnly)
         EXPECT_EQ(create(ataEntry, kIOATASMARTUserClientTypeID, handle), status);
     }
     machine.openStatus = kIOReturnSuccess;
+    machine.whenOpened = [] { throw std::runtime_error("no more memory"); };
+    EXPECT_EQ(create(ataEntry, kIOATASMARTUserClientTypeID, handle), kIOReturnError);
+    machine.whenOpened = nullptr;
+    EXPECT_EQ(create(ataEntry, kIOATASMARTUserClientTypeID, handle), kIOReturnSuccess) << "nothing is left claimed";
+    IODestroyPlugInInterface(handle);
+
     const IOHandle service = serviceOf(ataEntry);
     machine.remove(ataEntry);
     EXPECT_EQ(IOCreatePlugInInterfaceForService(service.get(), kIOATASMARTUserClientTypeID, kIOCFPlugInInterfaceID,
@@ -317,7 +324,13 @@ TEST_F(PlugIns, BoundEveryCommandSoThatADriveThatHangsTimesOut)
     NVMeSMARTLog log{};
     EXPECT_EQ((*n)->SMARTReadData(n, &log), kIOReturnTimeout);
     EXPECT_EQ((*n)->GetIdentifyData(n, &controller, 0), kIOReturnTimeout);
-    EXPECT_EQ((*n)->GetLogPage(n, &logEntry, 1, 64), kIOReturnTimeout);
+    EXPECT_EQ(clock, 60s);
+    for (std::uint32_t page = 0; page < 40; ++page)
+        EXPECT_EQ((*n)->GetLogPage(n, &logEntry, page, 64), kIOReturnTimeout);
+    EXPECT_EQ(clock, 60s) << "no log page is asked for after that";
+    close();
+    auto** const fresh = openNvme();
+    EXPECT_EQ((*fresh)->GetLogPage(fresh, &logEntry, 1, 64), kIOReturnTimeout);
     EXPECT_EQ(clock, 90s);
     close();
 }

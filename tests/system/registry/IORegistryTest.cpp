@@ -152,6 +152,42 @@ TEST(IORegistry, HangsAnEntryUnderEachOfItsParents)
     EXPECT_FALSE(byId(13));
 }
 
+TEST(IORegistry, OrdersParentsAndChildrenAsTheyWereToldNotAsTheyCame)
+{
+    TestMachine& machine = TestMachine::install({entry(11, "right", "AppleRAIDMember", {})});
+    machine.arrive(entry(30, "set", "AppleRAIDMirrorSet", {10, 11, 12}));
+    machine.arrive(entry(20, "other", "IOMedia", {12}));
+    machine.arrive(entry(11, "right", "AppleRAIDMember", {})); // told twice
+    EXPECT_EQ(parentOf(30), 11U) << "the only one that is here";
+    machine.arrive(entry(12, "third", "AppleRAIDMember", {}));
+    EXPECT_EQ(parentOf(30), 11U);
+    EXPECT_THAT(childrenOf(12), ElementsAre(30, 20));
+    machine.arrive(entry(10, "left", "AppleRAIDMember", {}));
+    EXPECT_EQ(parentOf(30), 10U);
+    machine.remove(10);
+    EXPECT_EQ(parentOf(30), 11U);
+    machine.remove(11);
+    EXPECT_EQ(parentOf(30), 12U);
+}
+
+TEST(IORegistry, AsksTheMachineForPropertiesThatChangeWithoutBeingTold)
+{
+    TestMachine& machine = TestMachine::install(smallTree());
+    const IOHandle controller = byId(2);
+    const auto told = [&] {
+        PropertyTableRef properties;
+        EXPECT_EQ(IORegistryEntryCreateCFProperties(controller.get(), properties, nullptr, 0), KERN_SUCCESS);
+        EXPECT_EQ(IORegistryEntryCreateCFProperty(controller.get(), "Model", nullptr, 0), properties->at("Model"));
+        return *properties;
+    };
+    machine.current[2] = {{"Model", "B"}, {"Reads", 3}};
+    EXPECT_EQ(told(), (PropertyTable{{"SMART Capable", true}, {"Model", "B"}, {"Reads", 3}}));
+    machine.current[2] = {{"Reads", 4}};
+    EXPECT_EQ(told(), (PropertyTable{{"SMART Capable", true}, {"Model", "A"}, {"Reads", 4}}));
+    machine.remove(2);
+    EXPECT_EQ(told(), (PropertyTable{{"SMART Capable", true}, {"Model", "A"}})) << "it is gone";
+}
+
 TEST(IORegistry, TakesEventsInAnyOrder)
 {
     TestMachine& machine = TestMachine::install();

@@ -72,7 +72,7 @@ TEST(RegistryTool, ListsAMachineWithoutARootUnderOne)
 
     RegistryEntry entry{7, "disk & <name>", "1F,2", "IOMedia", {"IOService", "IOMedia"}, {}, {}};
     entry.properties = {{"BSD Name", "disk0"}, {"IOObjectClass", "Lie"}, {"IORegistryEntryChildren", PropertyArray{}}};
-    test::TestMachine::install({entry});
+    test::TestMachine::install({entry}).current[7] = {{"Statistics", 5}};
     const PropertyValue root = readPropertyList(listing());
     const PropertyArray* const children = root.table()->lookUp("IORegistryEntryChildren")->array();
     ASSERT_EQ(children->size(), 1U);
@@ -82,7 +82,8 @@ TEST(RegistryTool, ListsAMachineWithoutARootUnderOne)
                                           {"IOObjectInheritance", PropertyArray{"IOService", "IOMedia"}},
                                           {"IORegistryEntryID", 7},
                                           {"IORegistryEntryLocation", "1F,2"},
-                                          {"IORegistryEntryName", "disk & <name>"}}));
+                                          {"IORegistryEntryName", "disk & <name>"},
+                                          {"Statistics", 5}}));
 }
 
 TEST(RegistryTool, ListsAnEntryUnderEachOfItsParents)

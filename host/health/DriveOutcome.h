@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "vantorel/disks/Drive.h"
+#include "vantorel/smart/DriveReading.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vantorel::host {
+
+/// What asking one drive for its health came to.
+struct DriveOutcome {
+    enum class Kind {
+        read,
+        asleep,    ///< it sleeps and was left asleep
+        noSmart,   ///< it declares no SMART data
+        notOpened, ///< it refused, or may not be opened
+        failed,    ///< it was opened, and gave nothing that can be used
+        noDrive,   ///< there is no drive of that name
+    };
+
+    Kind kind = Kind::noDrive;
+    std::string name;             ///< its device name, or the name that no drive has
+    bool isNamed = false;         ///< whether it was asked for by name
+    std::shared_ptr<Drive> drive; ///< none for `noDrive`
+    std::optional<DriveReading> reading;
+    std::string error;  ///< why there is no reading, as a sentence
+    std::string remedy; ///< a command that helps, to be shown as it stands; empty when none does
+
+    /// The bits of the exit status (`Status`) that the asking calls for; what was read has its own.
+    [[nodiscard]] int status() const;
+};
+
+/// Reads the drives of these names, or all of them when there are no names, in that order, each once. Drives are read
+/// side by side, so that one that hangs holds up no other; a run that takes long tells so on a terminal. To be called
+/// on the registry's thread.
+[[nodiscard]] std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names);
+
+} // namespace vantorel::host
