@@ -68,8 +68,9 @@ void LinuxMachine::start(system::MachineEvents& events)
     sources_ = {.sysfs = options_.sysfs,
                 .etc = options_.etc,
                 .udev = [this](const BlockDevice& device) { return udev_->properties(device); },
-                .superblocks = readSuperblocks,
                 .identity = [this](const BlockDevice& disk, Hardware& hardware) { completeIdentity(disk, hardware); }};
+    if (options_.readsSuperblocks)
+        sources_.superblocks = readSuperblocks;
     look(nullptr, {});
     watch_ = std::make_unique<LinuxEvents>(
         *udev_,

@@ -27,6 +27,7 @@ struct LinuxOptions {
     std::string sysfs = "/sys"; ///< where sysfs is mounted
     std::string etc = "/etc";   ///< the folder of "machine-id"
     std::string mountTable = "/proc/self/mountinfo";
+    bool readsSuperblocks = true; ///< of devices that udev knows nothing of
     Udev::Source events = Udev::speaker();
     EventTimes times;
     channels::ChannelOptions channels;

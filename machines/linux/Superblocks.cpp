@@ -6,8 +6,13 @@
 
 #include <array>
 #include <blkid/blkid.h>
+#include <fcntl.h>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 #include <utility>
 
 namespace vantorel::machines {
@@ -16,7 +21,8 @@ namespace {
 
 /// What is used of libblkid.
 struct Libblkid {
-    decltype(blkid_new_probe_from_filename)* newProbe = nullptr;
+    decltype(blkid_new_probe)* newProbe = nullptr;
+    decltype(blkid_probe_set_device)* setDevice = nullptr;
     decltype(blkid_free_probe)* freeProbe = nullptr;
     decltype(blkid_probe_enable_superblocks)* enableSuperblocks = nullptr;
     decltype(blkid_probe_set_superblocks_flags)* setSuperblocksFlags = nullptr;
@@ -37,7 +43,7 @@ private:
     Libblkid()
     {
         const SharedLibrary library("libblkid.so.1");
-        isUsable = library.bind(newProbe, "blkid_new_probe_from_filename") &&
+        isUsable = library.bind(newProbe, "blkid_new_probe") && library.bind(setDevice, "blkid_probe_set_device") &&
                    library.bind(freeProbe, "blkid_free_probe") &&
                    library.bind(enableSuperblocks, "blkid_probe_enable_superblocks") &&
                    library.bind(setSuperblocksFlags, "blkid_probe_set_superblocks_flags") &&
@@ -77,30 +83,47 @@ bool mayBeRead(const BlockDevice& whole)
     }
 }
 
-} // namespace
-
-DeviceProperties readSuperblocks(const BlockDevice& device, const BlockDevice& whole)
+/// The device's node, open for reading; -1 when there is no such node, or not with this device's numbers.
+int openNode(const BlockDevice& device)
 {
-    const Libblkid* const libblkid = mayBeRead(whole) ? &Libblkid::shared() : nullptr;
-    if (!libblkid || !libblkid->isUsable)
+    const std::string path = "/dev/" + device.name;
+    struct stat status {};
+    const auto isNode = [&] {
+        return S_ISBLK(status.st_mode) && major(status.st_rdev) == device.major &&
+               minor(status.st_rdev) == device.minor;
+    };
+    if (stat(path.c_str(), &status) != 0 || !isNode())
+        return -1;
+    const int node = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (node >= 0 && fstat(node, &status) == 0 && isNode())
+        return node;
+    if (node >= 0)
+        close(node);
+    return -1;
+}
+
+DeviceProperties probeNode(int node)
+{
+    const Libblkid& libblkid = Libblkid::shared();
+    if (!libblkid.isUsable)
         return {};
-    const std::unique_ptr<blkid_struct_probe, decltype(libblkid->freeProbe)> probe(
-        libblkid->newProbe(("/dev/" + device.name).c_str()), libblkid->freeProbe);
-    if (!probe)
+    const std::unique_ptr<blkid_struct_probe, decltype(libblkid.freeProbe)> probe(libblkid.newProbe(),
+                                                                                  libblkid.freeProbe);
+    if (!probe || libblkid.setDevice(probe.get(), node, 0, 0) != 0)
         return {};
-    libblkid->enableSuperblocks(probe.get(), 1);
-    libblkid->setSuperblocksFlags(probe.get(),
-                                  BLKID_SUBLKS_TYPE | BLKID_SUBLKS_USAGE | BLKID_SUBLKS_UUID | BLKID_SUBLKS_LABEL);
-    libblkid->enablePartitions(probe.get(), 1);
-    libblkid->setPartitionsFlags(probe.get(), BLKID_PARTS_ENTRY_DETAILS);
-    if (libblkid->probe(probe.get()) != 0)
+    libblkid.enableSuperblocks(probe.get(), 1);
+    libblkid.setSuperblocksFlags(probe.get(),
+                                 BLKID_SUBLKS_TYPE | BLKID_SUBLKS_USAGE | BLKID_SUBLKS_UUID | BLKID_SUBLKS_LABEL);
+    libblkid.enablePartitions(probe.get(), 1);
+    libblkid.setPartitionsFlags(probe.get(), BLKID_PARTS_ENTRY_DETAILS);
+    if (libblkid.probe(probe.get()) != 0)
         return {};
     DeviceProperties found;
-    for (int i = 0; i < libblkid->countValues(probe.get()); ++i) {
+    for (int i = 0; i < libblkid.countValues(probe.get()); ++i) {
         const char* name = nullptr;
         const char* data = nullptr;
         std::size_t size = 0;
-        if (libblkid->value(probe.get(), i, &name, &data, &size) != 0)
+        if (libblkid.value(probe.get(), i, &name, &data, &size) != 0)
             continue;
         for (const auto& [own, key] : names) {
             // udev's texts spell a backslash out.
@@ -108,6 +131,18 @@ DeviceProperties readSuperblocks(const BlockDevice& device, const BlockDevice& w
                 found.emplace(key, base::replacingAll(base::toUtf8(stripped({data, size})), "\\", "\\x5c"));
         }
     }
+    return found;
+}
+
+} // namespace
+
+DeviceProperties readSuperblocks(const BlockDevice& device, const BlockDevice& whole)
+{
+    const int node = mayBeRead(whole) ? openNode(device) : -1;
+    if (node < 0)
+        return {};
+    DeviceProperties found = probeNode(node);
+    close(node);
     return found;
 }
 

@@ -151,23 +151,21 @@ std::optional<std::string> Folder::link(const char* path) const
 std::vector<std::string> Folder::names() const
 {
     std::vector<std::string> names;
-    // A stream of its own: it takes its descriptor with it and moves its place.
-    const int again = descriptor_ < 0 ? -1 : openat(descriptor_, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* const stream = again < 0 ? nullptr : fdopendir(again);
-    if (!stream) {
-        if (again >= 0)
-            close(again);
+    if (descriptor_ < 0 || lseek(descriptor_, 0, SEEK_SET) < 0)
         return names;
-    }
+    alignas(dirent64) std::array<char, std::size_t{32} * 1024> buffer;
     while (names.size() < mostNames) {
-        const dirent* const entry = readdir(stream);
-        if (!entry)
+        const ssize_t count = getdents64(descriptor_, buffer.data(), buffer.size());
+        if (count <= 0)
             break;
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..")
-            names.emplace_back(name);
+        for (ssize_t place = 0; place < count;) {
+            const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + place);
+            place += entry->d_reclen;
+            const std::string_view name = entry->d_name;
+            if (name != "." && name != "..")
+                names.emplace_back(name);
+        }
     }
-    closedir(stream);
     return names;
 }
 

@@ -39,6 +39,7 @@ protected:
         return {.sysfs = sysfs.sysfs(),
                 .etc = sysfs.path("etc"),
                 .mountTable = sysfs.path("mountinfo"),
+                .readsSuperblocks = false,
                 .events = machines::Udev::Source::kernel,
                 .times = {.arrayPolling = std::chrono::milliseconds(5)}};
     }
