@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "machines/linux/LinuxMachine.h"
 
+#include "LiveFixture.h"
 #include "SampleComputer.h"
 #include "machines/linux/NameUuid.h"
-#include "support/RegistryFixture.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
 #include "vantorel/system/IORegistry.h"
@@ -24,10 +24,8 @@ using test::sataPort;
 using testing::ElementsAre;
 
 /// The library on a computer whose kernel files the test writes.
-class LinuxMachineTest : public test::RegistryFixture {
+class LinuxMachineTest : public test::LiveFixture {
 protected:
-    ~LinuxMachineTest() override { system::install(std::make_unique<LinuxMachine>(LinuxOptions{.sysfs = "/none"})); }
-
     void look()
     {
         system::install(std::make_unique<LinuxMachine>(options()));
@@ -42,17 +40,6 @@ protected:
                 .readsSuperblocks = false,
                 .events = machines::Udev::Source::kernel,
                 .times = {.arrayPolling = std::chrono::milliseconds(5)}};
-    }
-
-    /// Does what comes until `isDone`, for ten seconds at most.
-    template <typename Done>
-    static bool settleUntil(Done isDone)
-    {
-        for (int i = 0; i < 2000 && !isDone(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            settle();
-        }
-        return isDone();
     }
 
     test::FakeSysfs sysfs;
