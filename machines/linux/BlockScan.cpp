@@ -163,20 +163,11 @@ private:
             device.partition = Partition{*number, bytesOf(folder.number("start")), folderAbove(device.path)};
         else
             readWhole(folder, device);
-        addProperties(device);
+        if (sources_.udev)
+            device.properties.merge(sources_.udev(device)); // the kernel's own word counts
         if (!device.partition && !device.raid && !device.mapping && !device.backingFile && !addHardware(folder, device))
             return std::nullopt;
         return device;
-    }
-
-    void addProperties(BlockDevice& device)
-    {
-        DeviceProperties found = sources_.udev ? sources_.udev(device) : DeviceProperties();
-        // The number may have changed hands since udev looked at the device.
-        const std::string_view sequence = valueOf(found, "DISKSEQ");
-        if (!sequence.empty() && device.sequence && parseNumber(sequence) != device.sequence)
-            found.clear();
-        device.properties.merge(found); // the kernel's own word counts
     }
 
     /// False for a drive without a medium.

@@ -66,27 +66,20 @@ void EntryLedger::removeAllBut(const std::unordered_set<std::string>& surviving,
 
 void EntryLedger::tellEntry(KeyedEntry entry, system::MachineEvents& events)
 {
-    const auto known = told_.find(entry.key);
-    const bool isNew = known == told_.end();
-    bool hasNewParents = false;
-    if (!isNew) {
-        const KeyedEntry& before = known->second.entry;
-        hasNewParents = std::ranges::any_of(
-            entry.parents, [&before](const std::string& parent) { return !isAmong(parent, before.parents); });
-        if (!hasNewParents) {
-            if (entry.properties != before.properties)
-                events.entryChanged(known->second.id, entry.properties);
-            known->second.entry = std::move(entry);
-            return;
-        }
+    Told& told = told_.at(entry.key);
+    const bool hasNewParents = std::ranges::any_of(
+        entry.parents, [&told](const std::string& parent) { return !isAmong(parent, told.entry.parents); });
+    if (told.isTold && !hasNewParents) {
+        if (entry.properties != told.entry.properties)
+            events.entryChanged(told.id, entry.properties);
+        told.entry = std::move(entry);
+        return;
     }
-    Told& told = isNew ? told_[entry.key] : known->second;
-    if (isNew)
-        told.id = nextId_++;
     system::RegistryEntry arriving{told.id, entry.name, entry.location, entry.className, {}, {}, entry.properties};
     for (const std::string& parent : entry.parents)
         arriving.parents.push_back(told_.at(parent).id);
     told.entry = std::move(entry);
+    told.isTold = true;
     events.entryArrived(std::move(arriving));
 }
 
@@ -101,26 +94,26 @@ void EntryLedger::tellVolumes(const VolumesByName& volumes, system::MachineEvent
     }
 }
 
-void EntryLedger::tell(std::vector<KeyedEntry> entries, const VolumesByName& volumes, system::MachineEvents& events)
+void EntryLedger::tell(std::vector<KeyedEntry> entries, const VolumesByName& volumes, system::MachineEvents& events,
+                       const std::function<void(const AnsweredEntries&)>& prepare)
 {
     removeAllBut(survivors(entries), events);
-    tellVolumes(volumes, events);
+    AnsweredEntries answered;
     order_.clear();
     order_.reserve(entries.size());
-    for (KeyedEntry& entry : entries) {
+    for (const KeyedEntry& entry : entries) {
+        Told& told = told_[entry.key];
+        if (told.id == 0)
+            told.id = nextId_++;
+        if (!entry.disk.empty())
+            answered.emplace(told.id, &entry);
         order_.push_back(entry.key);
+    }
+    if (prepare)
+        prepare(answered);
+    tellVolumes(volumes, events);
+    for (KeyedEntry& entry : entries)
         tellEntry(std::move(entry), events);
-    }
-}
-
-std::unordered_map<std::uint64_t, const KeyedEntry*> EntryLedger::answered() const
-{
-    std::unordered_map<std::uint64_t, const KeyedEntry*> answered;
-    for (const auto& [key, told] : told_) {
-        if (!told.entry.disk.empty())
-            answered.emplace(told.id, &told.entry);
-    }
-    return answered;
 }
 
 } // namespace vantorel::machines

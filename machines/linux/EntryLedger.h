@@ -5,6 +5,7 @@
 #include "vantorel/system/Machine.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -14,22 +15,23 @@
 namespace vantorel::machines {
 
 using VolumesByName = std::map<std::string, system::VolumeFacts>; ///< by device name
+using AnsweredEntries = std::unordered_map<std::uint64_t, const KeyedEntry*>;
 
 /// What has been told, and under which ids. It tells only what has changed since.
 class EntryLedger {
 public:
     /// Tells what leads from the last look to this one: what is gone, children first; volumes that are other than
-    /// before; what is new or has changed, parents first.
-    void tell(std::vector<KeyedEntry> entries, const VolumesByName& volumes, system::MachineEvents& events);
+    /// before; what is new or has changed, parents first. Before anything new is told, `prepare` is given the entries
+    /// that a device answers for, by id: whoever hears of them may ask at once.
+    void tell(std::vector<KeyedEntry> entries, const VolumesByName& volumes, system::MachineEvents& events,
+              const std::function<void(const AnsweredEntries&)>& prepare = nullptr);
     /// Tells the volumes that are other than before.
     void tellVolumes(const VolumesByName& volumes, system::MachineEvents& events);
-
-    /// The entries that a device answers for, by id; good until the next telling.
-    [[nodiscard]] std::unordered_map<std::uint64_t, const KeyedEntry*> answered() const;
 
 private:
     struct Told {
         std::uint64_t id = 0;
+        bool isTold = false; ///< else it has its id only
         KeyedEntry entry;
     };
 

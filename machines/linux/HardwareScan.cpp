@@ -75,7 +75,6 @@ struct HardwareScan::Ancestors {
     bool isLibata = false;
     bool isCard = false;
     bool isVirtio = false;
-    bool isVmbus = false;
     bool isSas = false;
     bool isFibreChannel = false;
     bool isNetwork = false;
@@ -103,7 +102,6 @@ HardwareScan::Ancestors HardwareScan::ancestors(const BlockDevice& disk) const
         found.isLibata = found.isLibata || fits(part, "ata0");
         found.isCard = found.isCard || part == "mmc_host";
         found.isVirtio = found.isVirtio || fits(part, "virtio0");
-        found.isVmbus = found.isVmbus || part.starts_with("VMBUS") || part.starts_with("vmbus");
         found.isSas = found.isSas || part.starts_with("end_device-");
         found.isFibreChannel = found.isFibreChannel || part.starts_with("rport-");
         found.isNetwork = found.isNetwork || (before.starts_with("host") && fits(part, "session0"));
@@ -195,24 +193,39 @@ void describeCard(const Folder& folder, Hardware& hardware)
 }
 
 /// The interconnect behind a controller that speaks ATA to its drives.
-std::string ataInterconnect(const PciFunction* controller, const DeviceProperties& properties)
+std::string ataInterconnect(const Hardware& hardware, const DeviceProperties& properties)
 {
-    const std::string_view driver = controller ? std::string_view(controller->driver) : std::string_view();
+    const std::string_view driver = hardware.pci ? std::string_view(hardware.pci->driver) : std::string_view();
     const bool isParallel = driver.starts_with("pata_") || driver == "ata_piix";
-    return isParallel && valueOf(properties, "ID_ATA_SATA") != "1" ? "ATA" : "SATA";
+    if (!isParallel || valueOf(properties, "ID_ATA_SATA") == "1")
+        return "SATA";
+    return hardware.isOptical ? "ATAPI" : "ATA";
 }
 
 } // namespace
 
-Hardware HardwareScan::look(const Folder& folder, const BlockDevice& disk)
+void HardwareScan::describeScsi(const Ancestors& above, Hardware& hardware) const
 {
-    const Ancestors above = ancestors(disk);
-    Hardware hardware;
-    if (!above.pci.empty())
-        hardware.pci = pciFunction(above.pci);
-    hardware.address = above.scsiAddress;
-    hardware.isOptical = disk.kernelName.starts_with("sr") && folder.number("device/type") == 5;
+    hardware.road = Road::scsi;
+    hardware.isInternal = !above.isNetwork && !above.isFibreChannel;
+    constexpr std::array<std::string_view, 3> hypervisorDrivers{"storvsc", "virtio_scsi", "vmw_pvscsi"};
+    if (above.isNetwork)
+        hardware.interconnect = "iSCSI";
+    else if (above.isFibreChannel)
+        hardware.interconnect = "Fibre Channel Interface";
+    else if (above.isSas)
+        hardware.interconnect = "SAS";
+    else if (above.isVirtio ||
+             std::ranges::count(hypervisorDrivers,
+                                textOf(Folder(sysfs_ + "/class/scsi_host/" + above.scsiHost), "proc_name")) > 0)
+        hardware.interconnect = "Virtual Interface";
+    else
+        hardware.interconnect = "SCSI";
+}
 
+void HardwareScan::describeRoad(const Ancestors& above, const Folder& folder, const BlockDevice& disk,
+                                Hardware& hardware)
+{
     if (disk.kernelName.starts_with("nvme")) {
         const std::string controller = above.nvme.empty() ? firstController(sysfs_, folder) : above.nvme;
         if (!controller.empty())
@@ -227,45 +240,43 @@ Hardware HardwareScan::look(const Folder& folder, const BlockDevice& disk)
     } else if (above.isCard) {
         describeCard(folder, hardware);
     } else if (above.isLibata) {
-        const bool isAhci = hardware.pci ? hardware.pci->driver.starts_with("ahci") : true;
+        const bool isAhci = !hardware.pci || hardware.pci->driver.starts_with("ahci");
         hardware.road = isAhci ? Road::ahci : Road::ata;
         hardware.isAta = !hardware.isOptical;
-        hardware.interconnect = ataInterconnect(hardware.pci.get(), disk.properties);
-        if (hardware.isOptical)
-            hardware.interconnect = hardware.interconnect == "ATA" ? "ATAPI" : "SATA";
+        hardware.interconnect = ataInterconnect(hardware, disk.properties);
         hardware.isInternal = true;
     } else if (!above.scsiAddress.empty()) {
-        hardware.road = Road::scsi;
-        const std::string driver = textOf(Folder(sysfs_ + "/class/scsi_host/" + above.scsiHost), "proc_name");
-        const bool isNetwork = above.isNetwork || above.isFibreChannel;
-        constexpr std::array<std::string_view, 3> hypervisorDrivers{"storvsc", "virtio_scsi", "vmw_pvscsi"};
-        const bool isPaper = above.isVirtio || above.isVmbus || std::ranges::count(hypervisorDrivers, driver) > 0;
-        hardware.interconnect = above.isNetwork        ? "iSCSI"
-                                : above.isFibreChannel ? "Fibre Channel Interface"
-                                : above.isSas          ? "SAS"
-                                : isPaper              ? "Virtual Interface"
-                                                       : "SCSI";
-        hardware.isInternal = !isNetwork;
-    } else if (above.isVirtio || disk.kernelName.starts_with("vd") || disk.kernelName.starts_with("xvd")) {
+        describeScsi(above, hardware);
+    } else if (above.isVirtio || disk.kernelName.starts_with("xvd")) {
         hardware.road = Road::hypervisor;
         hardware.interconnect = "Virtual Interface";
         hardware.isInternal = true;
     } else if (fits(disk.kernelName, "ram0") || fits(disk.kernelName, "zram0")) {
         hardware.road = Road::memory;
-        hardware.interconnect = "Virtual Interface";
     } else if (above.isVirtual) {
         hardware.interconnect = "Virtual Interface";
     }
+}
+
+Hardware HardwareScan::look(const Folder& folder, const BlockDevice& disk)
+{
+    const Ancestors above = ancestors(disk);
+    Hardware hardware;
+    if (!above.pci.empty())
+        hardware.pci = pciFunction(above.pci);
+    hardware.address = above.scsiAddress;
+    hardware.isOptical = disk.kernelName.starts_with("sr") && folder.number("device/type") == 5;
+    describeRoad(above, folder, disk, hardware);
 
     identify(folder, disk.properties, hardware);
     // A drive with ATA behind a controller or expander for SAS is a SATA drive all the same.
     if (hardware.road == Road::scsi && hardware.isAta)
         hardware.interconnect = "SATA";
-    if (!hardware.isSolidState && disk.isSolidState)
-        hardware.isSolidState = true;
-    const bool isKernelSure = hardware.road == Road::ahci || hardware.road == Road::ata || hardware.road == Road::scsi;
-    if (!hardware.isSolidState && isKernelSure && hardware.interconnect != "Virtual Interface" && !hardware.isOptical)
-        hardware.isSolidState = false;
+    // The kernel's flag is sure when it says that nothing turns. Of ATA and SCSI it is in both cases.
+    const bool isAsked = hardware.road == Road::ahci || hardware.road == Road::ata || hardware.road == Road::scsi;
+    if (!hardware.isSolidState && !hardware.isOptical &&
+        (disk.isSolidState || (isAsked && hardware.interconnect != "Virtual Interface")))
+        hardware.isSolidState = disk.isSolidState;
     return hardware;
 }
 

@@ -23,6 +23,8 @@ private:
     struct Ancestors;
 
     [[nodiscard]] Ancestors ancestors(const BlockDevice& disk) const;
+    void describeRoad(const Ancestors& above, const Folder& folder, const BlockDevice& disk, Hardware& hardware);
+    void describeScsi(const Ancestors& above, Hardware& hardware) const;
     [[nodiscard]] std::shared_ptr<const PciFunction> pciFunction(const std::string& path);
     [[nodiscard]] std::shared_ptr<const UsbDevice> usbDevice(const std::string& path);
     [[nodiscard]] std::shared_ptr<const NvmeController> nvmeController(const std::string& path);

@@ -87,16 +87,20 @@ void LinuxMachine::look(const SystemScan* before, const DeviceChanges& changes)
     attachments_.assign(scan_, changes.removed);
     hasArrays_ = std::ranges::any_of(scan_.devices, [](const BlockDevice& device) { return device.raid.has_value(); });
 
-    auto entries = registryEntries(scan_, [this](const BlockDevice& disk) { return commandsOf(disk); });
     const auto mounts = mounts_.mounts();
-    auto next = std::make_shared<Known>(Known{MountedDevices(scan_), {}});
-    const VolumesByName volumes = volumesOf(scan_, next->mounted, mounts ? *mounts : std::vector<Mount>());
-    ledger_.tell(std::move(entries), volumes, *events_);
+    const MountedDevices mounted(scan_);
+    const VolumesByName volumes = volumesOf(scan_, mounted, mounts ? *mounts : std::vector<Mount>());
+    ledger_.tell(registryEntries(scan_, [this](const BlockDevice& disk) { return commandsOf(disk); }), volumes,
+                 *events_, [&](const AnsweredEntries& answered) { publish(mounted, answered); });
+}
 
+void LinuxMachine::publish(const MountedDevices& mounted, const AnsweredEntries& answered)
+{
+    auto next = std::make_shared<Known>(Known{mounted, {}, {}});
     std::unordered_map<std::string_view, const BlockDevice*> devices;
     for (const BlockDevice& device : scan_.devices)
         devices.emplace(device.kernelName, &device);
-    for (const auto& [id, entry] : ledger_.answered()) {
+    for (const auto& [id, entry] : answered) {
         const BlockDevice& device = *devices.at(entry->disk);
         if (entry->counts)
             next->counters.emplace(id, device.path);
@@ -149,14 +153,16 @@ Commands LinuxMachine::commandsOf(const BlockDevice& disk)
     return Commands::none;
 }
 
-/// Only where neither the kernel nor udev has kept what the drive said of itself.
+/// Only where neither the kernel nor udev has kept what the drive said of itself: what they have of a USB disk is the
+/// bridge's word.
 void LinuxMachine::completeIdentity(const BlockDevice& disk, Hardware& hardware)
 {
-    if (!hardware.isCut)
+    if (!hardware.isCut && hardware.road != Road::usb)
         return;
     const auto identity = channels_.readIdentity(deviceNode(disk, hardware));
     if (!identity || identity->model.empty())
         return;
+    hardware.vendor.clear();
     hardware.product = identity->model;
     hardware.serial = identity->serial;
     hardware.revision = identity->firmware;

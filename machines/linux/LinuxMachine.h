@@ -61,6 +61,7 @@ private:
     };
 
     void look(const SystemScan* before, const DeviceChanges& changes);
+    void publish(const MountedDevices& mounted, const AnsweredEntries& answered);
     void lookAtMounts();
     [[nodiscard]] std::shared_ptr<const Known> known() const;
     [[nodiscard]] std::optional<channels::DeviceNode> nodeOf(std::uint64_t entry) const;
