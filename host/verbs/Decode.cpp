@@ -5,7 +5,7 @@
 #include "host/views/ResultView.h"
 #include "vantorel/base/Bytes.h"
 #include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NVMePowerStates.h"
+#include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
 

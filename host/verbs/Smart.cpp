@@ -50,7 +50,7 @@ std::string failedAttributes(const ATASmartObject& result)
     std::string names;
     std::size_t count = 0;
     for (const ATASmartValue& value : result.smartValues) {
-        if (value.state != ATASmartAttributeState::failedNow && value.state != ATASmartAttributeState::failedInPast)
+        if (!hasFailed(value.state))
             continue;
         if (count++ < most)
             names += (names.empty() ? "" : ", ") + value.name;

@@ -95,7 +95,9 @@ std::string shownBoth(const ValuePair& pair, std::string_view key)
 bool isFailing(const ValuePair& pair)
 {
     const std::string state = pair.either().get<std::string>("state").value_or("");
-    return state == "failedNow" || state == "failedInPast" || state == "failed" || state == "warning";
+    const auto ata = fromRawValue<ATASmartAttributeState>(state);
+    const auto nvme = fromRawValue<NVMeSmartAttributeState>(state);
+    return (ata && hasFailed(*ata)) || (nvme && hasFailed(*nvme));
 }
 
 std::string valuesText(const std::vector<ValuePair>& pairs)

@@ -56,11 +56,6 @@ std::string family(const ATADeviceInfo& info)
     return text;
 }
 
-bool hasFailed(const ATASmartValue& value)
-{
-    return value.state == ATASmartAttributeState::failedNow || value.state == ATASmartAttributeState::failedInPast;
-}
-
 std::string ataText(const ATASmartObject& result)
 {
     Table table({{""},
@@ -74,15 +69,16 @@ std::string ataText(const ATASmartObject& result)
                  {"State"}});
     for (const ATASmartValue& value : result.smartValues) {
         const bool now = value.state == ATASmartAttributeState::failedNow;
-        table.add({hasFailed(value) ? mark : "", std::to_string(value.id), printable(value.name),
+        table.add({hasFailed(value.state) ? mark : "", std::to_string(value.id), printable(value.name),
                    printable(value.formattedValue), std::to_string(value.current), std::to_string(value.worst),
                    std::to_string(value.theshold), std::string(rawValue(value.type)),
                    std::string(rawValue(value.state))},
-                  now                ? Emphasis::bad
-                  : hasFailed(value) ? Emphasis::warning
-                                     : Emphasis::none);
+                  now                      ? Emphasis::bad
+                  : hasFailed(value.state) ? Emphasis::warning
+                                           : Emphasis::none);
     }
-    const auto failing = std::ranges::count_if(result.smartValues, hasFailed);
+    const auto failing =
+        std::ranges::count_if(result.smartValues, hasFailed<ATASmartAttributeState>, &ATASmartValue::state);
     return identity(result.deviceInfo) + family(result.deviceInfo) + judgement(result, Emphasis::none) +
            fact("Attributes", fmt::format("{}, of them failed: {}", result.smartValues.size(), failing),
                 failing > 0 ? Emphasis::bad : Emphasis::none) +
@@ -112,12 +108,12 @@ std::string nvmeText(const NVMeSmartObject& result)
 {
     Table table({{""}, {"Value"}, {"", Table::Align::right}, {"State"}});
     for (const NVMeSmartValue& value : result.smartValues) {
-        const bool bad = value.state != NVMeSmartAttributeState::ok;
+        const bool bad = hasFailed(value.state);
         table.add({bad ? mark : "", printable(value.name), printable(value.formattedValue),
                    std::string(rawValue(value.state))},
                   bad ? Emphasis::bad : Emphasis::none);
     }
-    const bool failed = result.status == NVMeSmartAttributeState::failed;
+    const bool failed = hasFailed(result.status);
     return identity(result.deviceInfo) + judgement(result, failed ? Emphasis::bad : Emphasis::good) + '\n' +
            table.text() + powerStates(result.deviceInfo.powerStates);
 }
@@ -134,13 +130,13 @@ std::string resultText(const SmartObject& result)
 int statusOf(const SmartObject& result)
 {
     if (const auto* nvme = result.as<NVMeSmartObject>())
-        return nvme->status == NVMeSmartAttributeState::failed ? driveFailing : success;
+        return hasFailed(nvme->status) ? driveFailing : success;
     int status = success;
     for (const ATASmartValue& value : result.as<ATASmartObject>()->smartValues) {
         const bool now = value.state == ATASmartAttributeState::failedNow;
         if (now && value.type == SmartAttributeType::preFail)
             status |= driveFailing | preFailReached;
-        else if (hasFailed(value))
+        else if (hasFailed(value.state))
             status |= attributeReached;
     }
     return status;

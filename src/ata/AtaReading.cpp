@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "AtaReading.h"
 
-#include "AtaResult.h"
+#include "MakeResult.h"
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/platform/IOConstants.h"

@@ -46,7 +46,7 @@ NVMeSmartObject SmartController::getNVMeSmartData(const Drive& drive) const
     return nvmeSmartController_.getSmartData(drive, openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }
 
-std::vector<NVMeSmartError> SmartController::getNVMeErrorLog(const Drive& drive) const
+std::vector<NVMeSmartError> SmartController::getNvmeErrorLog(const Drive& drive) const
 {
     return nvmeSmartController_.getErrorLog(openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }

@@ -312,7 +312,7 @@ TEST_F(LiveReads, EndAtTheFirstCallThatFailsAndLeaveNothing)
     errors.insert(
         {{"GetIdentifyData", {"Unable to read identify data."}}, {"GetLogPage", {"Unable to read error log."}}});
     const auto errorsFailure = [&] {
-        return failureOf([&] { return SmartController::shared().getNVMeErrorLog(*nvmeDrive); });
+        return failureOf([&] { return SmartController::shared().getNvmeErrorLog(*nvmeDrive); });
     };
     sweep(errors, errorsFailure, nothingLeft);
 }
@@ -378,7 +378,7 @@ TEST_F(LiveReads, OfTheErrorLogGiveTheErrorsNewestFirst)
         asked = command.read.size();
         return answer(command);
     };
-    const auto errors = SmartController::shared().getNVMeErrorLog(*tracked<Drive>("disk1"));
+    const auto errors = SmartController::shared().getNvmeErrorLog(*tracked<Drive>("disk1"));
     EXPECT_EQ(asked, 256U);
     EXPECT_EQ(errors, (std::vector<NVMeSmartError>{{9, 2, 0x1234, 0x2002}, {8, 2, 0x1234, 6}, {7, 2, 0x1234, 0x4004}}));
     expectNothingLeft();

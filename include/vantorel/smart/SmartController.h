@@ -52,7 +52,7 @@ public:
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;
     /// The errors that an NVMe controller keeps, newest first; unused entries are left out.
-    [[nodiscard]] std::vector<NVMeSmartError> getNVMeErrorLog(const Drive& drive) const;
+    [[nodiscard]] std::vector<NVMeSmartError> getNvmeErrorLog(const Drive& drive) const;
 
 private:
     SmartController() = default;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/nvme/NVMeFormat.h"
+#include "vantorel/nvme/NvmeFormat.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ TEST_F(NvmeFormat, CountersAreReadLowByteFirst)
     EXPECT_EQ(formatNVMeValue({0x15, 0xCD, 0x5B, 0x07}), "123,456,789");
     EXPECT_EQ(formatNVMeValue({0, 0, 0, 0, 0, 0, 0, 0, 1}), "~18446744073709551616");
     EXPECT_EQ(formatNVMeValue({0, 0, 0, 0, 0, 0, 0, 0, 1}, 512000), "~18446744073709551616");
-    NVMeCounter full;
+    NvmeCounter full;
     full.fill(0xFF);
     EXPECT_EQ(formatNVMeValue(full), "~340282366920938463463374607431768211456");
     EXPECT_EQ(le16ToUInt({0x36, 0x01}), 310U);
@@ -80,7 +80,7 @@ TEST_F(NvmeFormat, EachKeyReadsItsOwnField)
     log.avail_spare = 5;
     log.spare_thresh = 10;
     log.percent_used = 255;
-    NVMeCounter* const counters[] = {&log.data_units_read,    &log.data_units_written, &log.host_reads,
+    NvmeCounter* const counters[] = {&log.data_units_read,    &log.data_units_written, &log.host_reads,
                                      &log.host_writes,        &log.ctrl_busy_time,     &log.power_cycles,
                                      &log.power_on_hours,     &log.unsafe_shutdowns,   &log.media_errors,
                                      &log.num_err_log_entries};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/nvme/NVMeFormat.h"
+#include "vantorel/nvme/NvmeFormat.h"
 
 #include "vantorel/system/ByteCountFormatter.h"
 #include "vantorel/system/Localization.h"
@@ -16,61 +16,100 @@ namespace {
 /// A data unit is a thousand blocks of 512 bytes.
 constexpr std::uint64_t bytesPerDataUnit = 512000;
 
-std::string percent(std::uint8_t value)
+std::uint64_t half(const NvmeCounter& value, std::size_t first)
 {
-    return std::to_string(value) + '%';
+    std::uint64_t number = 0;
+    for (std::size_t i = first + 8; i-- > first;)
+        number = number << 8 | value[i];
+    return number;
+}
+
+NvmeLogNumber asNumber(std::uint8_t field)
+{
+    return {.low = field};
+}
+
+NvmeLogNumber asNumber(const std::array<std::uint8_t, 2>& field)
+{
+    return {.low = le16ToUInt(field)};
+}
+
+NvmeLogNumber asNumber(const NvmeCounter& field)
+{
+    return {.high = half(field, 8), .low = half(field, 0)};
+}
+
+template <auto Field>
+NvmeLogNumber numberOf(const NVMeSMARTLog& log)
+{
+    return asNumber(log.*Field);
+}
+
+std::string warning(const NvmeLogNumber& flags)
+{
+    return processWarningFlag(static_cast<std::int64_t>(flags.low));
+}
+
+std::string degrees(const NvmeLogNumber& temperature)
+{
+    return kelvin(static_cast<std::int64_t>(temperature.low));
+}
+
+std::string percent(const NvmeLogNumber& share)
+{
+    return std::to_string(share.low) + '%';
+}
+
+std::string dataUnits(const NvmeLogNumber& count)
+{
+    return le128ToString(count.high, count.low, bytesPerDataUnit);
+}
+
+std::string plain(const NvmeLogNumber& count)
+{
+    return le128ToString(count.high, count.low, 0);
 }
 
 struct Row {
     std::string_view key;
     NVMeSmartValueDefinition definition;
-    std::string (*text)(const NVMeSMARTLog& log);
+    NvmeLogNumber (*number)(const NVMeSMARTLog& log);
+    std::string (*text)(const NvmeLogNumber& number);
 };
 
 using enum SmartValueType;
 using Log = NVMeSMARTLog;
 
+/// All that is told of a log, in its order.
 constexpr std::array<Row, 15> rows = {{
-    {"CriticalWarning",
-     {"Critical Warning", string, ""},
-     [](const Log& log) { return processWarningFlag(log.critical_warning); }},
-    {"Temperature",
-     {"Temperature", temperature, "Temperature of the drive"},
-     [](const Log& log) { return kelvin(static_cast<std::int64_t>(le16ToUInt(log.temperature))); }},
-    {"AvailableSpare",
-     {"Available Spare", percentage, "Available "},
-     [](const Log& log) { return percent(log.avail_spare); }},
-    {"AvailableSpareThreshold",
-     {"Available Spare Threshold", percentage, ""},
-     [](const Log& log) { return percent(log.spare_thresh); }},
-    {"PercentageUsed", {"Percentage Used", percentage, ""}, [](const Log& log) { return percent(log.percent_used); }},
-    {"DataUnitsRead",
-     {"Data Units Read", bytes, ""},
-     [](const Log& log) { return formatNVMeValue(log.data_units_read, bytesPerDataUnit); }},
-    {"DataUnitsWritten",
-     {"Data Units Written", bytes, ""},
-     [](const Log& log) { return formatNVMeValue(log.data_units_written, bytesPerDataUnit); }},
-    {"HostReadCommands",
-     {"Host Read Commands", number, ""},
-     [](const Log& log) { return formatNVMeValue(log.host_reads); }},
-    {"HostWriteCommands",
-     {"Host Write Commands", number, ""},
-     [](const Log& log) { return formatNVMeValue(log.host_writes); }},
-    {"ControllerBusyTime",
-     {"Controller Busy Time", time, ""},
-     [](const Log& log) { return formatNVMeValue(log.ctrl_busy_time); }},
-    {"PowerCycles", {"Power Cycles", string, ""}, [](const Log& log) { return formatNVMeValue(log.power_cycles); }},
-    {"PowerOnHours", {"Power On Hours", time, ""}, [](const Log& log) { return formatNVMeValue(log.power_on_hours); }},
-    {"UnsafeShutdowns",
-     {"Unsafe Shutdowns", number, ""},
-     [](const Log& log) { return formatNVMeValue(log.unsafe_shutdowns); }},
+    {"CriticalWarning", {"Critical Warning", string, ""}, numberOf<&Log::critical_warning>, warning},
+    {"Temperature", {"Temperature", temperature, "Temperature of the drive"}, numberOf<&Log::temperature>, degrees},
+    {"AvailableSpare", {"Available Spare", percentage, "Available "}, numberOf<&Log::avail_spare>, percent},
+    {"AvailableSpareThreshold", {"Available Spare Threshold", percentage, ""}, numberOf<&Log::spare_thresh>, percent},
+    {"PercentageUsed", {"Percentage Used", percentage, ""}, numberOf<&Log::percent_used>, percent},
+    {"DataUnitsRead", {"Data Units Read", bytes, ""}, numberOf<&Log::data_units_read>, dataUnits},
+    {"DataUnitsWritten", {"Data Units Written", bytes, ""}, numberOf<&Log::data_units_written>, dataUnits},
+    {"HostReadCommands", {"Host Read Commands", number, ""}, numberOf<&Log::host_reads>, plain},
+    {"HostWriteCommands", {"Host Write Commands", number, ""}, numberOf<&Log::host_writes>, plain},
+    {"ControllerBusyTime", {"Controller Busy Time", time, ""}, numberOf<&Log::ctrl_busy_time>, plain},
+    {"PowerCycles", {"Power Cycles", string, ""}, numberOf<&Log::power_cycles>, plain},
+    {"PowerOnHours", {"Power On Hours", time, ""}, numberOf<&Log::power_on_hours>, plain},
+    {"UnsafeShutdowns", {"Unsafe Shutdowns", number, ""}, numberOf<&Log::unsafe_shutdowns>, plain},
     {"MediaAndDataIntegrityErrors",
      {"Media and Data Integrity Errors", number, ""},
-     [](const Log& log) { return formatNVMeValue(log.media_errors); }},
+     numberOf<&Log::media_errors>,
+     plain},
     {"ErrorInformationLogEntries",
      {"Error Information Log Entries", number, ""},
-     [](const Log& log) { return formatNVMeValue(log.num_err_log_entries); }},
+     numberOf<&Log::num_err_log_entries>,
+     plain},
 }};
+
+constexpr auto keys = [] {
+    std::array<std::string_view, rows.size()> all;
+    std::ranges::transform(rows, all.begin(), &Row::key);
+    return all;
+}();
 
 struct Warning {
     std::int64_t mask;
@@ -95,14 +134,6 @@ std::string wholeNumber(double value)
     return {buffer.begin(), result.ptr};
 }
 
-std::uint64_t half(const NVMeCounter& value, std::size_t first)
-{
-    std::uint64_t number = 0;
-    for (std::size_t i = first + 8; i-- > first;)
-        number = number << 8 | value[i];
-    return number;
-}
-
 } // namespace
 
 const std::map<std::string_view, NVMeSmartValueDefinition>& NVMeSmartValueDefinitions()
@@ -116,6 +147,17 @@ const std::map<std::string_view, NVMeSmartValueDefinition>& NVMeSmartValueDefini
     return definitions;
 }
 
+std::span<const std::string_view> nvmeLogKeys()
+{
+    return keys;
+}
+
+std::optional<NvmeLogNumber> nvmeLogNumber(std::string_view key, const NVMeSMARTLog& log)
+{
+    const auto row = std::ranges::find(rows, key, &Row::key);
+    return row == rows.end() ? std::nullopt : std::optional(row->number(log));
+}
+
 NVMeSmartValue processSmartValue(std::string_view key, const NVMeSMARTLog& log)
 {
     static constexpr NVMeSmartValueDefinition unknown = {"Unknown Attribute", string,
@@ -125,7 +167,7 @@ NVMeSmartValue processSmartValue(std::string_view key, const NVMeSMARTLog& log)
     const bool failed = key == "CriticalWarning" && log.critical_warning != 0;
     return {
         .name = system::localized(definition.name),
-        .formattedValue = row == rows.end() ? std::string() : row->text(log),
+        .formattedValue = row == rows.end() ? std::string() : row->text(row->number(log)),
         .valueType = definition.type,
         .state = failed ? NVMeSmartAttributeState::failed : NVMeSmartAttributeState::ok,
         .info = system::localized(definition.info),
@@ -146,9 +188,10 @@ std::string processWarningFlag(std::int64_t flag)
     return "Unknown critical warning: 0x" + std::string(digits.begin(), result.ptr);
 }
 
-std::string formatNVMeValue(const NVMeCounter& value, std::uint64_t bytesPerUnit)
+std::string formatNVMeValue(const NvmeCounter& value, std::uint64_t bytesPerUnit)
 {
-    return le128ToString(half(value, 8), half(value, 0), bytesPerUnit);
+    const NvmeLogNumber number = asNumber(value);
+    return le128ToString(number.high, number.low, bytesPerUnit);
 }
 
 std::string le128ToString(std::uint64_t high, std::uint64_t low, std::uint64_t bytesPerUnit)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/ata/ATASmartProcessing.h"
+#include "vantorel/ata/AtaSmartProcessing.h"
 
 #include "vantorel/ata/AttributeFormat.h"
 #include "vantorel/ata/DriveTables.h"

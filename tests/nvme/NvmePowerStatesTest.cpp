@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/nvme/NVMePowerStates.h"
+#include "vantorel/nvme/NvmePowerStates.h"
 
 #include "vantorel/system/Localization.h"
 
