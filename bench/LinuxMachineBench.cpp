@@ -30,7 +30,7 @@ void addDisks(const test::FakeSysfs& sysfs, int count)
         sysfs.link("sys/devices/" + disk + "/device", "../../../" + number + ":0:0:0");
         for (int part = 1; part <= 2; ++part)
             sysfs.block(disk + "/sd" + number + "x" + std::to_string(part), 8, 16 * i + part, i, 1000,
-                        "ID_FS_TYPE=ext4\nID_FS_USAGE=filesystem\n",
+                        "DEVTYPE=partition\nID_FS_TYPE=ext4\nID_FS_USAGE=filesystem\n",
                         {{"partition", std::to_string(part) + "\n"}, {"start", "64\n"}});
     }
 }

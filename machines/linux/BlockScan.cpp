@@ -159,10 +159,14 @@ private:
         device.minor = *minor;
         device.sequence = parseNumber(valueOf(device.properties, "DISKSEQ"));
         device.isReadOnly = folder.number("ro") == 1;
-        if (const auto number = folder.number("partition"))
+        if (valueOf(device.properties, "DEVTYPE") == "partition") {
+            const auto number = folder.number("partition");
+            if (!number)
+                return std::nullopt; // as above
             device.partition = Partition{*number, bytesOf(folder.number("start")), folderAbove(device.path)};
-        else
+        } else {
             readWhole(folder, device);
+        }
         if (sources_.udev)
             device.properties.merge(sources_.udev(device)); // the kernel's own word counts
         if (!device.partition && !device.raid && !device.mapping && !device.backingFile && !addHardware(folder, device))

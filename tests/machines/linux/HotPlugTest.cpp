@@ -60,11 +60,12 @@ protected:
     }
     void remove(const std::string& folder)
     {
+        // The kernel takes the links away before it tells; umockdev needs the folder to tell of it.
+        const std::unique_ptr<gchar, decltype(&g_free)> root(umockdev_testbed_get_root_dir(bed.get()), g_free);
+        for (const char* const links : {"/sys/class/block", "/sys/block"})
+            std::filesystem::remove(std::string(root.get()) + links + folder.substr(folder.rfind('/')));
         tell(folder, "remove");
         umockdev_testbed_remove_device(bed.get(), folder.c_str());
-        // umockdev leaves one link behind.
-        const std::unique_ptr<gchar, decltype(&g_free)> root(umockdev_testbed_get_root_dir(bed.get()), g_free);
-        std::filesystem::remove(root.get() + ("/sys/block" + folder.substr(folder.rfind('/'))));
     }
 
     void look(machines::Udev::Source source = machines::Udev::Source::udev)
@@ -102,7 +103,9 @@ TEST_F(HotPlugTest, DisksComeChangeAndGo)
 
     const std::string disk = add("sdb", 16, 2);
     add("sdb1", 17, 2, disk, 1);
-    EXPECT_THAT(told(2), ElementsAre("+sdb", "+sdb1"));
+    auto arrivals = told(2);
+    std::erase(arrivals, "~sdb"); // told before its partition came, it is no leaf any more
+    EXPECT_THAT(arrivals, ElementsAre("+sdb", "+sdb1"));
     EXPECT_EQ(tracked<Volume>("sdb1")->bsdUnit(), tracked<Drive>("sdb")->bsdUnit());
 
     set(disk, "size", "8192");

@@ -134,7 +134,7 @@ TEST_F(LinuxMachineTest, MirrorsAreRaidSetsOnTheirMembers)
     const std::string disk = "pci0000:00/0000:00:04.0/nvme/nvme0/nvme0n1";
     sysfs.block(
         disk + "/nvme0n1p1", 259, 1, 12, 4096,
-        "ID_FS_TYPE=linux_raid_member\n"
+        "DEVTYPE=partition\nID_FS_TYPE=linux_raid_member\n"
         "ID_FS_UUID=6d1e8f0a-1111-2222-3333-444455556666\nID_FS_UUID_SUB=aaaaaaaa-0000-0000-0000-000000000002\n",
         {{"partition", "1\n"}, {"start", "64\n"}});
     const auto array = [this](const char* degraded, const char* second) {
