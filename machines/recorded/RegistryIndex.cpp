@@ -29,15 +29,13 @@ std::optional<std::uint64_t> RegistryIndex::find(const std::string& name) const
     return id && entries_.contains(*id) ? id : std::nullopt;
 }
 
-std::optional<std::uint64_t> RegistryIndex::capableAbove(std::uint64_t entry, RecordedDrive::Kind kind) const
+std::optional<std::uint64_t> RegistryIndex::capableFrom(std::uint64_t entry, RecordedDrive::Kind kind) const
 {
     auto step = entries_.find(entry);
-    for (int level = 0; level < deepestRegistry && step != entries_.end(); ++level) {
-        step = entries_.find(step->second.parent);
-        if (step == entries_.end())
-            break;
+    for (int level = 0; level <= deepestRegistry && step != entries_.end(); ++level) {
         if (kind == RecordedDrive::Kind::ata ? step->second.isAtaCapable : step->second.isNvmeCapable)
             return step->first;
+        step = entries_.find(step->second.parent);
     }
     return std::nullopt;
 }
