@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/compression/Compression.h"
 
+#include "WholeDeflate.h"
 #include "vantorel/compression/CompressionStream.h"
 
 #include <algorithm>
@@ -105,12 +106,26 @@ std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inpu
     return static_cast<std::size_t>(std::min(likely, trusted));
 }
 
+/// The result of deflate without a stream; absent when it takes one.
+std::optional<Data> processWhole(DataView data, Operation operation)
+{
+    if (operation == Operation::compression)
+        return compression::deflateWhole(data);
+    auto [result, plain] = compression::inflateWhole(data);
+    if (result == compression::Inflated::damaged)
+        throw CompressionError(CompressionError::processError);
+    return result == compression::Inflated::done ? std::optional(std::move(plain)) : std::nullopt;
+}
+
 Data process(DataView data, CompressionAlgorithm algorithm, Operation operation, std::ptrdiff_t bufferSize)
 {
     if (data.empty())
         throw CompressionError(CompressionError::emptyData);
     if (bufferSize <= 0)
         throw CompressionError(CompressionError::initError);
+    if (algorithm == CompressionAlgorithm::zlib)
+        if (auto whole = processWhole(data, operation))
+            return *std::move(whole);
     const std::size_t blockSize = std::min(static_cast<std::size_t>(bufferSize), mostOfABlock);
     const int flags = operation == Operation::compression ? COMPRESSION_STREAM_FINALIZE : 0;
 
