@@ -22,7 +22,7 @@ constexpr std::size_t shortestDeflated = 128;
 constexpr std::size_t rates[] = {16, 128, 1040};
 
 /// What is set aside for a result at a higher rate than the first.
-constexpr std::size_t mostSetAside = std::size_t{1} << 30;
+constexpr std::size_t mostSetAside = 64 << 20;
 
 template <auto release>
 struct Release {

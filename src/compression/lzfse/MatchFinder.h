@@ -90,7 +90,7 @@ private:
     /// The buckets for so much text: as many as there are places in it to 8, within what is of use.
     static unsigned hashBitsFor(std::uint32_t textSize)
     {
-        return static_cast<unsigned>(std::clamp<int>(std::bit_width(textSize) - 3, 10, 14));
+        return static_cast<unsigned>(std::clamp(static_cast<int>(std::bit_width(textSize)) - 3, 10, 14));
     }
 
     /// Four numbers that the processor works on at once; g++ and clang++ make do where it cannot.
