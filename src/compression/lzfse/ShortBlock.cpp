@@ -128,15 +128,16 @@ public:
 
 private:
     /// The cheapest way to a place, in four fields of 16 bits so that the lower of two is the better: from the highest,
-    /// the bytes so far; the literals since the last match; the length of the match, if it ends here, and its distance.
+    /// the bytes so far; the literals since the last match; what the match, if it ends here, is shorter than 65535; and
+    /// its distance.
     using Way = std::uint64_t;
     static constexpr Way way(std::uint32_t cost, std::uint32_t literals, std::uint32_t length, std::uint32_t distance)
     {
-        return Way{cost} << 48 | Way{literals} << 32 | length << 16 | distance;
+        return Way{cost} << 48 | Way{literals} << 32 | (0xffff - length) << 16 | distance;
     }
     static constexpr std::uint32_t costOf(Way way) { return static_cast<std::uint32_t>(way >> 48); }
     static constexpr std::uint32_t literalsOf(Way way) { return way >> 32 & 0xffff; }
-    static constexpr std::uint32_t lengthOf(Way way) { return way >> 16 & 0xffff; }
+    static constexpr std::uint32_t lengthOf(Way way) { return ~way >> 16 & 0xffff; }
     static constexpr std::uint32_t distanceOf(Way way) { return way & 0xffff; }
 
     /// The most earlier places looked at.
