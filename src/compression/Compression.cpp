@@ -39,24 +39,25 @@ public:
 /// No larger block is set aside, however large one is asked for.
 constexpr std::size_t mostOfABlock = 65536;
 
-/// What a stream puts its blocks into: the result, and room behind the block that the stream may write.
+/// What a stream puts its blocks into: the result, and room behind the block that a decoder may write.
 class Growth {
 public:
-    explicit Growth(std::size_t blockSize) : blockSize_(blockSize) {}
+    Growth(std::size_t blockSize, Operation operation)
+        : blockSize_(blockSize), room_(blockSize + (operation == Operation::compression ? 0 : COMPRESSION_STREAM_AHEAD))
+    {}
 
     /// Where the next block goes. `likely` is what the whole result may come to.
     std::uint8_t* block(std::size_t likely)
     {
         if (size_ == 0 && likely <= blockSize_)
             return small();
-        const std::size_t room = blockSize_ + COMPRESSION_STREAM_AHEAD;
-        if (result_.size() < size_ + room) {
+        if (result_.size() < size_ + room_) {
             // Cleared as it comes into use, in pieces that are small enough to be still in the processor's cache.
-            const std::size_t piece = room + COMPRESSION_STREAM_AHEAD;
+            const std::size_t piece = room_ + COMPRESSION_STREAM_AHEAD;
             if (result_.capacity() < size_ + piece)
                 result_.reserve(std::max(likely, size_ + size_ / 2) + piece);
             if (small_)
-                result_.assign(small_.get(), small_.get() + room);
+                result_.assign(small_.get(), small_.get() + room_);
             small_.reset();
             result_.resize(size_ + piece);
         }
@@ -81,11 +82,12 @@ private:
     /// Memory that need not be cleared, for a result of one block.
     std::uint8_t* small()
     {
-        small_ = std::make_unique_for_overwrite<std::uint8_t[]>(blockSize_ + COMPRESSION_STREAM_AHEAD);
+        small_ = std::make_unique_for_overwrite<std::uint8_t[]>(room_);
         return small_.get();
     }
 
     std::size_t blockSize_;
+    std::size_t room_; ///< of a block
     std::size_t size_ = 0;
     std::unique_ptr<std::uint8_t[]> small_;
     Data result_;
@@ -106,26 +108,18 @@ std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inpu
     return static_cast<std::size_t>(std::min(likely, trusted));
 }
 
-/// The result of deflate without a stream; absent when it takes one.
-std::optional<Data> processWhole(DataView data, Operation operation)
-{
-    if (operation == Operation::compression)
-        return compression::deflateWhole(data);
-    auto [result, plain] = compression::inflateWhole(data);
-    if (result == compression::Inflated::damaged)
-        throw CompressionError(CompressionError::processError);
-    return result == compression::Inflated::done ? std::optional(std::move(plain)) : std::nullopt;
-}
-
 Data process(DataView data, CompressionAlgorithm algorithm, Operation operation, std::ptrdiff_t bufferSize)
 {
     if (data.empty())
         throw CompressionError(CompressionError::emptyData);
     if (bufferSize <= 0)
         throw CompressionError(CompressionError::initError);
-    if (algorithm == CompressionAlgorithm::zlib)
-        if (auto whole = processWhole(data, operation))
-            return *std::move(whole);
+    if (algorithm == CompressionAlgorithm::zlib) {
+        if (operation == Operation::compression)
+            return compression::deflateWhole(data);
+        if (auto plain = compression::inflateWhole(data))
+            return *std::move(plain);
+    }
     const std::size_t blockSize = std::min(static_cast<std::size_t>(bufferSize), mostOfABlock);
     const int flags = operation == Operation::compression ? COMPRESSION_STREAM_FINALIZE : 0;
 
@@ -134,7 +128,7 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
     record.src_ptr = data.data();
     record.src_size = data.size();
     const std::uint64_t claimed = compression_stream_claimed_size(&record);
-    for (Growth growth(blockSize);;) {
+    for (Growth growth(blockSize, operation);;) {
         record.dst_ptr =
             growth.block(likelySize(growth.size(), claimed, data.size() - record.src_size, record.src_size));
         record.dst_size = blockSize;

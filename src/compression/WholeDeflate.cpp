@@ -2,7 +2,9 @@
 #include "WholeDeflate.h"
 
 #include <libdeflate.h>
+#include <zlib.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -16,13 +18,46 @@ constexpr int level = 5;
 
 /// Below these sizes zlib is done before libdeflate has made its tables.
 constexpr std::size_t shortestPlain = 2048;
-constexpr std::size_t shortestDeflated = 128;
+constexpr std::size_t shortestDeflated = 200;
 
-/// A result may have so many times the bytes of its stream. The format allows for no more than the last.
-constexpr std::size_t rates[] = {16, 128, 1040};
+/// Room for the result of a short input, of either kind unless it expands to much.
+using ShortRoom = std::array<std::uint8_t, 4096>;
 
-/// What is set aside for a result at a higher rate than the first.
-constexpr std::size_t mostSetAside = 64 << 20;
+void connect(z_stream& z, DataView in, ShortRoom& out)
+{
+    z.next_in = const_cast<Bytef*>(in.data()); // zlib does not write there
+    z.avail_in = static_cast<uInt>(in.size());
+    z.next_out = out.data();
+    z.avail_out = static_cast<uInt>(out.size());
+}
+
+Data deflateShort(DataView plain)
+{
+    constexpr int windowBits = -12; // the input lies within
+    constexpr int memoryLevel = 5;  // of its size
+    z_stream z{};
+    if (deflateInit2(&z, level, Z_DEFLATED, windowBits, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
+        throw std::bad_alloc();
+    ShortRoom room;
+    connect(z, plain, room);
+    deflate(&z, Z_FINISH);
+    deflateEnd(&z);
+    return {room.data(), room.data() + z.total_out};
+}
+
+/// Absent when the stream does not end within the room.
+std::optional<Data> inflateShort(DataView deflated)
+{
+    constexpr int windowBits = -15;
+    z_stream z{};
+    if (inflateInit2(&z, windowBits) != Z_OK)
+        throw std::bad_alloc();
+    ShortRoom room;
+    connect(z, deflated, room);
+    const bool isWhole = inflate(&z, Z_FINISH) == Z_STREAM_END;
+    inflateEnd(&z);
+    return isWhole ? std::optional(Data(room.data(), room.data() + z.total_out)) : std::nullopt;
+}
 
 template <auto release>
 struct Release {
@@ -35,52 +70,50 @@ struct Release {
 using Compressor = std::unique_ptr<libdeflate_compressor, Release<libdeflate_free_compressor>>;
 using Decompressor = std::unique_ptr<libdeflate_decompressor, Release<libdeflate_free_decompressor>>;
 
-/// Memory that is not cleared: what is not written to costs nothing.
-using Bytes = std::unique_ptr<std::uint8_t[]>;
-
 } // namespace
 
-std::optional<Data> deflateWhole(DataView plain)
+Data deflateWhole(DataView plain)
 {
     if (plain.size() < shortestPlain)
-        return std::nullopt;
+        return deflateShort(plain);
     const Compressor compressor(libdeflate_alloc_compressor(level));
     if (!compressor)
         throw std::bad_alloc();
+    // Not cleared: what is not written to costs nothing.
     const std::size_t most = libdeflate_deflate_compress_bound(compressor.get(), plain.size());
-    const Bytes bytes = std::make_unique_for_overwrite<std::uint8_t[]>(most);
+    const auto room = std::make_unique_for_overwrite<std::uint8_t[]>(most);
     const std::size_t size =
-        libdeflate_deflate_compress(compressor.get(), plain.data(), plain.size(), bytes.get(), most);
-    return Data(bytes.get(), bytes.get() + size);
+        libdeflate_deflate_compress(compressor.get(), plain.data(), plain.size(), room.get(), most);
+    return {room.get(), room.get() + size};
 }
 
-Inflated inflateWhole(DataView deflated)
+std::optional<Data> inflateWhole(DataView deflated)
 {
     if (deflated.size() < shortestDeflated)
-        return {Inflated::leftToAStream, {}};
+        if (auto plain = inflateShort(deflated))
+            return plain;
     const Decompressor decompressor(libdeflate_alloc_decompressor());
     if (!decompressor)
         throw std::bad_alloc();
-    for (const std::size_t rate : rates) {
-        if (rate > rates[0] && deflated.size() > mostSetAside / rate)
-            break;
+    // A result may have so many times the bytes of its stream. The format allows for no more than the last.
+    for (const std::size_t rate : {16, 128, 1040}) {
+        constexpr std::size_t muchRoom = 64 << 20;
         const std::size_t most = rate * deflated.size();
-        const Bytes bytes(new (std::nothrow) std::uint8_t[most]);
-        if (!bytes)
+        if (rate > 16 && most > muchRoom)
+            break;
+        const std::unique_ptr<std::uint8_t[]> room(new (std::nothrow) std::uint8_t[most]);
+        if (!room)
             break;
         std::size_t used = 0;
         std::size_t size = 0;
-        switch (libdeflate_deflate_decompress_ex(decompressor.get(), deflated.data(), deflated.size(), bytes.get(),
-                                                 most, &used, &size)) {
-        case LIBDEFLATE_SUCCESS:
-            return {Inflated::done, Data(bytes.get(), bytes.get() + size)};
-        case LIBDEFLATE_INSUFFICIENT_SPACE:
-            continue;
-        default:
-            return {Inflated::damaged, {}};
-        }
+        const libdeflate_result result = libdeflate_deflate_decompress_ex(
+            decompressor.get(), deflated.data(), deflated.size(), room.get(), most, &used, &size);
+        if (result == LIBDEFLATE_SUCCESS)
+            return Data(room.get(), room.get() + size);
+        if (result != LIBDEFLATE_INSUFFICIENT_SPACE)
+            break;
     }
-    return {Inflated::leftToAStream, {}};
+    return std::nullopt;
 }
 
 } // namespace vantorel::system::compression

@@ -5,26 +5,15 @@
 
 #include <optional>
 
-/// Raw deflate of what lies in memory whole, by libdeflate: two to three times as fast as zlib, which does the same for
-/// streams that come in pieces. Either reads what the other wrote.
+/// Raw deflate of what lies in memory whole, for the most part by libdeflate: two to three times as fast as zlib, which
+/// does the streams that come in pieces. Both set memory aside for the result once more. They throw `std::bad_alloc`.
 namespace vantorel::system::compression {
 
-/// The deflate stream of `plain`; absent when it is left to a stream, since it is too short to pay libdeflate's tables.
-/// Throws `std::bad_alloc`.
-[[nodiscard]] std::optional<Data> deflateWhole(DataView plain);
+/// A deflate stream of `plain`, which is not empty.
+[[nodiscard]] Data deflateWhole(DataView plain);
 
-/// What a deflate stream expands to.
-struct Inflated {
-    enum Result {
-        done,
-        damaged,
-        leftToAStream, ///< `deflated` is too short to pay, or its result so large that it had better grow bit by bit
-    };
-    Result result;
-    Data plain; ///< empty unless done
-};
-
-/// Expands the stream that `deflated` begins with. Throws `std::bad_alloc`.
-[[nodiscard]] Inflated inflateWhole(DataView deflated);
+/// What the stream that `deflated` begins with expands to. Absent when a stream of zlib had better see to it:
+/// libdeflate takes it for damaged, or the result is so large beside it that it should grow bit by bit.
+[[nodiscard]] std::optional<Data> inflateWhole(DataView deflated);
 
 } // namespace vantorel::system::compression
