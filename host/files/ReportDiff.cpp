@@ -75,8 +75,8 @@ int statusOfState(const ATASmartValue& value)
 {
     const int severity = severityOf(value.state);
     if (severity == 2 && value.type == SmartAttributeType::preFail)
-        return driveFailing | preFailReached;
-    return severity == 0 ? 0 : attributeReached;
+        return driveFailing | driveAtRisk;
+    return severity == 0 ? 0 : driveToWatch;
 }
 
 std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
@@ -112,9 +112,9 @@ struct LogRule {
 constexpr std::array<LogRule, 4> logRules{{
     {"CriticalWarning", Bad::whenItGrows, driveFailing,
      [](const NVMeSMARTLog& log) { return log.critical_warning != 0; }},
-    {"AvailableSpare", Bad::whenItShrinks, preFailReached,
+    {"AvailableSpare", Bad::whenItShrinks, driveAtRisk,
      [](const NVMeSMARTLog& log) { return log.avail_spare <= log.spare_thresh && log.spare_thresh != 0; }},
-    {"PercentageUsed", Bad::never, attributeReached, [](const NVMeSMARTLog& log) { return log.percent_used >= 100; }},
+    {"PercentageUsed", Bad::never, driveToWatch, [](const NVMeSMARTLog& log) { return log.percent_used >= 100; }},
     {"MediaAndDataIntegrityErrors", Bad::whenItGrows, success, [](const NVMeSMARTLog&) { return false; }},
 }};
 

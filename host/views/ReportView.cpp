@@ -2,9 +2,9 @@
 #include "ReportView.h"
 
 #include "Quantity.h"
-#include "ResultView.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
+#include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/records/RecordJson.h"
@@ -288,7 +288,7 @@ int statusOf(const ReportedDrive& drive)
 {
     if (!drive.fault.empty())
         return readFailed;
-    return drive.decoded ? statusOf(*drive.decoded) : success;
+    return drive.decoded ? JudgedReading({*drive.decoded, {}, {}}, drive.stored.kind == "ssd").status() : success;
 }
 
 } // namespace vantorel::host

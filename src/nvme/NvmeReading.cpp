@@ -26,6 +26,8 @@ std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInt
     std::vector<NVMeErrorLogPage> pages;
     for (std::uint32_t index = 0; index < entries.size(); ++index) {
         const auto status = smartInterface.GetLogPage(&entries[index], index, sizeof(NVMeErrorLogPage));
+        if (status == system::kIOReturnTimeout)
+            break; // a controller that no longer answers would let every further page run into its time
         if (status == system::kIOReturnSuccess)
             pages.push_back(entries[index]);
     }
