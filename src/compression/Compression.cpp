@@ -94,13 +94,13 @@ private:
 };
 
 /// What a result may come to of which `size` bytes are there: what the stream claims; or else the rest of the input is
-/// taken to become what it became so far, up to four times its size. Both are believed within limits: nothing large is
-/// set aside before much came out, and nothing huge ever.
-std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inputUsed, std::size_t inputLeft)
+/// taken to become what it became so far, up to `mostRate` times its size. Both are believed within limits: nothing
+/// large is set aside before much came out, and nothing huge ever.
+std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inputUsed, std::size_t inputLeft,
+                       double mostRate)
 {
     constexpr double atFirst = 512 << 10;
     constexpr double much = 16 << 20;
-    constexpr double mostRate = 4;
     const auto known = static_cast<double>(size);
     const double rate = inputUsed == 0 ? mostRate : std::min(1.02 * known / static_cast<double>(inputUsed), mostRate);
     const double likely = claimed > 0 ? static_cast<double>(claimed) : known + rate * static_cast<double>(inputLeft);
@@ -122,6 +122,7 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
     }
     const std::size_t blockSize = std::min(static_cast<std::size_t>(bufferSize), mostOfABlock);
     const int flags = operation == Operation::compression ? COMPRESSION_STREAM_FINALIZE : 0;
+    const double mostRate = operation == Operation::compression ? 1 : 4;
 
     Stream stream(algorithm, operation);
     compression_stream& record = stream.record;
@@ -130,7 +131,7 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
     const std::uint64_t claimed = compression_stream_claimed_size(&record);
     for (Growth growth(blockSize, operation);;) {
         record.dst_ptr =
-            growth.block(likelySize(growth.size(), claimed, data.size() - record.src_size, record.src_size));
+            growth.block(likelySize(growth.size(), claimed, data.size() - record.src_size, record.src_size, mostRate));
         record.dst_size = blockSize;
         const compression_status status = compression_stream_process(&record, flags);
         // A block that is not full although the stream goes on: the input stops before the end of its stream.

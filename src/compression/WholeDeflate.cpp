@@ -96,7 +96,7 @@ std::optional<Data> inflateWhole(DataView deflated)
     if (!decompressor)
         throw std::bad_alloc();
     // A result may have so many times the bytes of its stream. The format allows for no more than the last.
-    for (const std::size_t rate : {16, 128, 1040}) {
+    for (const std::size_t rate : {16U, 128U, 1040U}) {
         constexpr std::size_t muchRoom = 64 << 20;
         const std::size_t most = rate * deflated.size();
         if (rate > 16 && most > muchRoom)
