@@ -47,10 +47,10 @@ inline constexpr std::ptrdiff_t defaultCompressionBufferSize = 4096;
 
 /// The compressed form of `data`. The result grows by output blocks of `bufferSize` bytes, of which no more than 64 KiB
 /// are set aside and which have no influence on what comes out. Memory beside input and result is the algorithm's own
-/// (docs/performance.md), one block, and up to 128 KiB to work ahead of it; deflate holds the result twice for a moment.
-/// The result is always present; its capacity is at most about twice its size. Throws `CompressionError`; nothing
-/// partial comes back. Runs on the caller's thread and shares nothing with other calls. A `bufferSize` of 0 or less is
-/// an `initError`.
+/// (docs/performance.md), one block, and up to 128 KiB to work ahead of it; deflate holds the result twice for a
+/// moment. The result is always present; its capacity is at most about twice its size. Throws `CompressionError`;
+/// nothing partial comes back. Runs on the caller's thread and shares nothing with other calls. A `bufferSize` of 0 or
+/// less is an `initError`.
 [[nodiscard]] std::optional<Data> compress(DataView data, CompressionAlgorithm algorithm = CompressionAlgorithm::lzfse,
                                            std::ptrdiff_t bufferSize = defaultCompressionBufferSize);
 
