@@ -255,7 +255,7 @@ Data repeating(std::size_t size, std::size_t distance, std::size_t count)
     return bytes;
 }
 
-TEST(Lzfse, ShortInputBecomesTheFewestBytesOfOpcodes)
+TEST(Lzfse, ShortInputBecomesFewBytesOfOpcodes)
 {
     const Data text = repeating(1600, 1, 0);
     const auto part = [&text](std::size_t from, std::size_t count) { return DataView(text).subspan(from, count); };
