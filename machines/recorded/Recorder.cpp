@@ -240,7 +240,9 @@ Recording recordMachine(std::unique_ptr<Machine> machine)
     machine->start(notes);
     recording.entries = notes.takeEntries();
     recording.volumes = inOrder(notes.takeVolumes(), *machine);
-    for (const RegistryEntry& entry : recording.entries) {
+    for (RegistryEntry& entry : recording.entries) {
+        for (auto& [key, value] : machine->currentProperties(entry.id).value_or(PropertyTable()))
+            entry.properties.insert_or_assign(key, value);
         const auto isCapable = [&](RecordedDrive::Kind kind) {
             return entry.properties.get<bool>(capabilityKey(kind)) == true;
         };

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -122,29 +121,10 @@ Json answersJson(const RecordedDrive& drive)
     return json;
 }
 
-/// The drives by the first whole disk above which they stand, or where there is none by their own entry.
+/// The drives by their disks, or where there is none by their own entries.
 Json drivesJson(const Recording& recording)
 {
-    RegistryIndex index(recording.entries);
-    std::unordered_map<std::uint64_t, std::string> disks; // by the entry that answers
-    const auto noteDisks = [&](const std::vector<RegistryEntry>& entries) {
-        for (const RegistryEntry& entry : entries) {
-            const auto name = entry.properties.get<std::string>("BSD Name");
-            if (!name || entry.properties.get<bool>("Whole") != true || index.find(*name) != entry.id)
-                continue;
-            for (const auto kind : {RecordedDrive::Kind::ata, RecordedDrive::Kind::nvme}) {
-                if (const auto capable = index.capableFrom(entry.id, kind))
-                    disks.try_emplace(*capable, *name);
-            }
-        }
-    };
-    noteDisks(recording.entries);
-    for (const RecordedStep& step : recording.script) {
-        if (const auto* const arrival = std::get_if<RecordedStep::Arrival>(&step.what)) {
-            index.add(arrival->entries);
-            noteDisks(arrival->entries);
-        }
-    }
+    const auto disks = disksOfDrives(recording);
     Json list = Json::array();
     for (const auto& [entry, drive] : recording.drives) {
         const auto disk = disks.find(entry);

@@ -24,6 +24,7 @@ constexpr std::size_t uuidDigits = 32;
 constexpr std::size_t uuidTextSize = 36;
 constexpr std::size_t fewestDigits = 12; // of the name of a piece of hardware
 constexpr std::size_t shortestSerial = 4;
+constexpr std::size_t longestExactName = 3;
 constexpr std::size_t longestSecret = 128;
 constexpr std::size_t mostSecrets = 500'000;
 
@@ -417,7 +418,9 @@ bool Redaction::replace(std::string& bytes) const
         const std::string_view found = std::string_view(original).substr(begin, length);
         const bool goesOn = (begin > 0 && isWordCharacter(original[begin - 1])) ||
                             (begin + length < original.size() && isWordCharacter(original[begin + length]));
-        if (pattern.kind == Kind::word && goesOn)
+        // Short names in capital letters are more likely to mean something else, as in "VM".
+        const bool isOtherWord = length <= longestExactName && std::ranges::any_of(found, isCapital);
+        if (pattern.kind == Kind::word && (goesOn || isOtherWord))
             return false;
         const bool isAllCapital = pattern.kind == Kind::hexadecimal && std::ranges::any_of(found, isCapital);
         for (std::size_t i = 0; i < length; ++i) {

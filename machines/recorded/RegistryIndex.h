@@ -40,4 +40,8 @@ private:
     std::unordered_map<std::string, std::uint64_t> names_;
 };
 
+/// The device name of the first whole disk above which each drive stands, by the entry that answers for the drive;
+/// drives without a disk are left out.
+[[nodiscard]] std::unordered_map<std::uint64_t, std::string> disksOfDrives(const Recording& recording);
+
 } // namespace vantorel::recorded

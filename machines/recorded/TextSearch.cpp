@@ -30,9 +30,12 @@ const TextSearch::Pattern* TextSearch::longestAt(std::string_view text) const
     auto end = patterns_.end();
     for (std::size_t i = 0; i < text.size() && begin != end; ++i) {
         const auto byte = [i](const Pattern& pattern) { return static_cast<unsigned char>(pattern.first[i]); };
-        const auto same = std::ranges::equal_range(begin, end, static_cast<unsigned char>(text[i]), {}, byte);
-        begin = same.begin();
-        end = same.end();
+        const auto wanted = static_cast<unsigned char>(text[i]);
+        if (byte(*begin) != wanted || byte(*(end - 1)) != wanted) { // else it is in all of them
+            const auto same = std::ranges::equal_range(begin, end, wanted, {}, byte);
+            begin = same.begin();
+            end = same.end();
+        }
         if (begin != end && begin->first.size() == i + 1) {
             longest = &*begin;
             while (begin != end && begin->first.size() == i + 1)

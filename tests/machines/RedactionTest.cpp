@@ -81,11 +81,11 @@ Recording telling()
                              {"HostName", "Atlas.local"},
                              {"iSerialNumber", 3},
                              {"serial-number", bytes(std::string("C02XK\0\0\0", 8))},
-                             {"creator", "pid 3, BOB on atlas.local"}};
+                             {"creator", "pid 3, bob on atlas.local"}};
     recording.entries = {{1, "device", "", "IOBlockStorageDevice", {}, {}, device},
-                         {2, "Bob's disk", "", "IOMedia", {}, {1}, medium},
+                         {2, "bob's disk", "", "IOMedia", {}, {1}, medium},
                          {3, "en0", "", "IOEthernetInterface", {}, {}, network}};
-    recording.volumes = {{"disk0", {"hfs", "Bob", base::Uuid{{9, 9, 9}}, true, {"/home/bob/mnt"}}, 0, 0, true}};
+    recording.volumes = {{"disk0", {"hfs", "bob", base::Uuid{{9, 9, 9}}, true, {"/home/bob/mnt"}}, 0, 0, true}};
     RecordedDrive drive;
     drive.identify = identifyData();
     drive.data = Data(512, 7);
@@ -240,6 +240,7 @@ TEST(Redaction, TakesNamesOfUsersFromPathsAndFromItsHost)
         EXPECT_EQ(redacted({{"p", path}}, "eve Shared"), "eve Shared") << path;
     EXPECT_EQ(redacted({}, "root given2 un-given").find("root given2 un-"), 0U);
     EXPECT_EQ(redacted({}, "a Given b").find("Given"), std::string::npos);
+    EXPECT_EQ(redacted({{"p", "/home/vm/x"}}, "VM"), "VM") << "a short name is taken as it is written";
 }
 
 TEST(Redaction, LeavesWhatTellsNothing)
