@@ -72,7 +72,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     if (drive->interface() != Disk::DriveInterface::nvme)
         throw CommandError(driveName(*drive), "only NVMe drives have an error log that is shown here");
 
-    Json document = {{"machine", path}, {"name", driveName(*drive)}};
+    Json document = {{"format", documentFormat}, {"machine", path}, {"name", driveName(*drive)}};
     std::string text;
     std::string failure;
     int status = success;

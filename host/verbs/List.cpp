@@ -71,7 +71,7 @@ void list(const CLI::App& app, bool json)
         print(roots.empty() ? "No disks.\n" : treeText(roots));
         return;
     }
-    Json document = {{"machine", path}, {"disks", Json::array()}};
+    Json document = {{"format", documentFormat}, {"machine", path}, {"disks", Json::array()}};
     for (const DiskNode& root : roots)
         document["disks"].push_back(nodeJson(root));
     print(jsonLine(document));

@@ -144,7 +144,7 @@ std::string ratesText(const std::vector<Snapshot>& before, const std::vector<Sna
 
 Json roundJson(const std::vector<Snapshot>& before, const std::vector<Snapshot>& after)
 {
-    Json document = {{"time", utcTime()}, {"drives", Json::array()}};
+    Json document = {{"format", documentFormat}, {"time", utcTime()}, {"drives", Json::array()}};
     for (const Snapshot& snapshot : after) {
         Json drive = Json::object();
         if (snapshot.drive->bsdName())
