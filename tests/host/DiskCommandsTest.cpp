@@ -62,8 +62,20 @@ TEST(ListCommand, ASampleIsShownWhenItIsAskedFor)
     const auto unknown = runCommand("list --machine sample:../machines");
     EXPECT_EQ(unknown.status, 1);
     EXPECT_EQ(unknown.err, "vantorel: sample:../machines: there is no such sample; there are laptop, tower\n");
-    for (const std::string verb : {"list", "smart --json", "stats", "watch --for 0"})
-        EXPECT_EQ(runCommand(verb).status, 1) << verb;
+    EXPECT_EQ(runCommand("list --wake" + tower).status, 1) << "only drives of this computer sleep";
+}
+
+TEST(ListCommand, AMachineWithoutDisksIsNoSuccess)
+{
+    const test::TemporaryFolder folder;
+    const std::string machine =
+        " --machine " + folder.write("ioreg.txt", "+-o Root  <class IORegistryEntry, id 0x1>\n");
+    for (const std::string verb : {"list", "stats", "smart", "check"}) {
+        const auto run = runCommand(verb + machine);
+        EXPECT_EQ(run.status, 1) << verb;
+        EXPECT_THAT(run.out, testing::AnyOf("No disks.\n", "No drives.\n")) << verb;
+        EXPECT_EQ(runCommand(verb + " --json" + machine).status, 1) << verb;
+    }
 }
 
 TEST(ListCommand, WritesNumbersTheSameInEveryLocale)

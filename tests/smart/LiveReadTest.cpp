@@ -161,8 +161,7 @@ TEST_F(LiveReads, OfAnNvmeDriveAskForNoFurtherLogPageAfterOneThatRanIntoItsTime)
 {
     loadBoth();
     const auto drive = tracked<Drive>("disk1");
-    for (const auto& [status, pages] :
-         {std::pair{kIOReturnSuccess, 5}, {kIOReturnIOError, 5}, {kIOReturnTimeout, 3}}) {
+    for (const auto& [status, pages] : {std::pair{kIOReturnSuccess, 5}, {kIOReturnIOError, 5}, {kIOReturnTimeout, 3}}) {
         int asked = 0;
         machine->nvmeDrives[nvmeDevice] = [&, status = status](const NvmeCommand& command) {
             NvmeResult result = answer(command);
@@ -231,6 +230,21 @@ TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
     EXPECT_EQ(failure(ReadableDrive::of(*ataDrive)), "Unable to find S.M.A.R.T service.");
     machine->nvmeDrives[nvmeDevice] = [](const NvmeCommand&) { return NvmeResult{kIOReturnIOError, 0, 0}; };
     EXPECT_EQ(failure(nvme), "Unable to read S.M.A.R.T data.");
+}
+
+TEST_F(LiveReads, ByAValueGoTheWayThatAUsbBridgeCarries)
+{
+    for (const bool isNvme : {false, true}) {
+        test::DiskTree tree;
+        const auto bridge =
+            tree.driver("AppleUSBXHCI", "Bridge", {}, {{isNvme ? "NVMe SMART Capable" : "SMART Capable", true}}, "USB");
+        tree.media(bridge, "disk0", "Bridge Media");
+        load(std::move(tree));
+        const auto readable = ReadableDrive::of(*tracked<Drive>("disk0"));
+        EXPECT_EQ(readable.isNvme, isNvme);
+        EXPECT_EQ(readable.isSSD, isNvme);
+        EXPECT_EQ(readable.service, bridge - 1);
+    }
 }
 
 TEST_F(LiveReads, FindTheNearestEntryThatDeclaresItselfCapable)
