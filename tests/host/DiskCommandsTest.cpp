@@ -65,6 +65,19 @@ TEST(ListCommand, ASampleIsShownWhenItIsAskedFor)
     EXPECT_EQ(runCommand("list --wake" + tower).status, 1) << "only drives of this computer sleep";
 }
 
+TEST(ListCommand, AMachineWithoutDisksIsNoSuccess)
+{
+    const test::TemporaryFolder folder;
+    const std::string machine =
+        " --machine " + folder.write("ioreg.txt", "+-o Root  <class IORegistryEntry, id 0x1>\n");
+    for (const std::string verb : {"list", "stats", "smart", "check"}) {
+        const auto run = runCommand(verb + machine);
+        EXPECT_EQ(run.status, 1) << verb;
+        EXPECT_THAT(run.out, testing::AnyOf("No disks.\n", "No drives.\n")) << verb;
+        EXPECT_EQ(runCommand(verb + " --json" + machine).status, 1) << verb;
+    }
+}
+
 TEST(ListCommand, WritesNumbersTheSameInEveryLocale)
 {
     const std::string json = runCommand("list --json" + tower).out;

@@ -184,8 +184,11 @@ TEST_F(LinuxMachineTest, MirrorsAreRaidSetsOnTheirMembers)
         return text ? text->get<std::string>().value_or("") : "";
     };
     EXPECT_EQ(status(), "Online");
+    sysfs.block(disk + "/nvme0n1p2", 259, 2, 12, 4096, "DEVTYPE=partition\n",
+                {{"partition", "2\n"}, {"start", "8192\n"}});
     array("1\n", "faulty\n");
     EXPECT_TRUE(settleUntil([&status] { return status() == "Degraded"; }));
+    EXPECT_FALSE(tracked<Volume>("nvme0n1p2")) << "its own event has not come: udev is not done with it";
 }
 
 TEST_F(LinuxMachineTest, EncryptedLvmIsOneLayerOnItsPartition)
