@@ -70,17 +70,17 @@ TEST(RecordedMachine, PlaysItsScriptByHandOrInTime)
         const DASessionRef session = DASessionCreate(nullptr);
         listen(session);
         performPendingWork();
-        EXPECT_EQ(heard.size(), 9U);
-        heard.clear();
         if (playback == Playback::byHand) {
+            EXPECT_EQ(heard.size(), 9U);
             machine.playUntil(0.006);
             performPendingWork();
-            EXPECT_THAT(heard, ElementsAre("+disk2", "+disk2s1"));
+            EXPECT_EQ(heard.size(), 11U);
             machine.playUntil(10);
             performPendingWork();
         }
-        while (heard.size() < 6)
+        while (heard.size() < 15)
             ASSERT_NE(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 20, true), CFRunLoopRunResult::timedOut);
+        heard.erase(heard.begin(), heard.begin() + 9); // what was there at the start
         EXPECT_THAT(heard,
                     ElementsAre("+disk2", "+disk2s1", "disk2s1 mounted", "disk2s1 not mounted", "-disk2s1", "-disk2"));
         DASessionUnscheduleFromRunLoop(session, CFRunLoopGetCurrent(), kCFRunLoopDefaultMode);
