@@ -32,9 +32,8 @@ const TextSearch::Pattern* TextSearch::longestAt(std::string_view text) const
         const auto byte = [i](const Pattern& pattern) { return static_cast<unsigned char>(pattern.first[i]); };
         const auto wanted = static_cast<unsigned char>(text[i]);
         if (byte(*begin) != wanted || byte(*(end - 1)) != wanted) { // else it is in all of them
-            const auto same = std::ranges::equal_range(begin, end, wanted, {}, byte);
-            begin = same.begin();
-            end = same.end();
+            begin = std::ranges::lower_bound(begin, end, wanted, {}, byte);
+            end = std::ranges::upper_bound(begin, end, wanted, {}, byte);
         }
         if (begin != end && begin->first.size() == i + 1) {
             longest = &*begin;

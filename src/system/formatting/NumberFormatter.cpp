@@ -24,8 +24,8 @@ namespace vantorel::system {
 namespace {
 
 // ICU is opened when the first number is formatted in another locale than American English: linked in the ordinary way
-// it would add half a millisecond and some megabytes to the start of every program that never does. The headers tell the
-// names of its library and, through the version suffix, of its functions.
+// it would add half a millisecond and some megabytes to the start of every program that never does. The headers tell
+// the names of its library and, through the version suffix, of its functions.
 #define VANTOREL_TEXT_OF(name) #name
 #define VANTOREL_SYMBOL(name) VANTOREL_TEXT_OF(name)
 
