@@ -29,22 +29,6 @@ void Volume::loadDAInfo(const PropertyTable& info)
         volumeKind_ = VolumeKind::hfs;
 }
 
-std::vector<const Disk*> Volume::links() const
-{
-    std::vector<const Disk*> all;
-    if (coreStorageVolume_)
-        all.push_back(coreStorageVolume_.get());
-    if (apfsMedia_)
-        all.push_back(apfsMedia_.get());
-    return all;
-}
-
-void Volume::dropLinks()
-{
-    coreStorageVolume_.reset();
-    apfsMedia_.reset();
-}
-
 std::optional<std::string> Volume::mountPoint() const
 {
     const system::DASessionRef session = system::DASessionCreate(system::kCFAllocatorDefault);

@@ -109,9 +109,14 @@ TEST_F(VantorelTest, ListsASetTwiceForTwoMembersOnOneDrive)
     const auto first = tree.media(drive, "disk0s1", "a");
     const auto second = tree.media(drive, "disk0s2", "b");
     tree.media(drive, "disk0s3", "c");
-    tree.raidSet({{first, test::memberUuidA}, {second, test::memberUuidB}}, "disk1", "Set");
-    load(std::move(tree));
+    tree.raidSet({{first, test::memberUuidA}, {second, test::memberUuidB}, {second, test::memberUuidB}}, "disk1",
+                 "Set");
+    const auto set = tree.entries.back().id;
+    auto& machine = load(std::move(tree));
     EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("disk0"))), "disk0s3 disk1 disk1");
+    machine.remove(set);
+    settle();
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("disk0"))), "disk0s1 disk0s2 disk0s3");
 }
 
 TEST_F(VantorelTest, ClassifiesInOrderAndLeavesOutWhatItCannotRead)
@@ -355,6 +360,49 @@ TEST_F(VantorelTest, LetsGoOfAMachineWithAMirrorWithoutALine)
         EXPECT_EQ(Vantorel::shared().disks().size(), 16U);
     }
     EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(VantorelTest, FindsDisksByWhatTheyAreNow)
+{
+    auto tree = test::oneOfEverything();
+    auto& machine = load(tree);
+    auto& registry = Vantorel::shared();
+    const auto volumesOf = [&](const char* drive) { return names(registry.getVolumes(*tracked<Drive>(drive))); };
+
+    // Keys change under the list: a partition moves from one drive to another, a store takes its container with it.
+    const auto moved = tracked<Volume>("disk0s1");
+    moved->loadDAInfo({{"DAMediaBSDName", "other"}, {"DAMediaBSDUnit", 2}});
+    EXPECT_EQ(registry.getVolume("other"), moved);
+    EXPECT_FALSE(registry.getVolume("disk0s1"));
+    EXPECT_EQ(volumesOf("disk0"), "disk1s1 disk1s2 disk0s2");
+    EXPECT_EQ(volumesOf("disk2"), "disk3 other");
+    tracked<Volume>("disk0s2")->loadDAInfo({{"DAMediaBSDName", "disk0s2"}, {"DAMediaBSDUnit", 2}});
+    EXPECT_EQ(volumesOf("disk0"), "");
+    EXPECT_EQ(volumesOf("disk2"), "disk1s1 disk1s2 disk3 other disk0s2");
+
+    // A logical volume that comes now finds its physical volume by the UUID that this has now.
+    const auto physical = entryOf(tree, "disk4s2");
+    auto properties = tree.entries[physical - 1].properties;
+    properties["UUID"] = "EEEEEEEE-0000-4000-8000-000000000009";
+    machine.change(physical, properties);
+    tree.logicalVolume(physical, "disk9", "Late");
+    for (auto entry = tree.entries.end() - 3; entry != tree.entries.end(); ++entry)
+        machine.arrive(*entry);
+    settle();
+    EXPECT_EQ(tracked<CoreStorage>("disk9")->logicalVolume(), tracked("disk4s2"));
+    EXPECT_EQ(names(registry.disks()).substr(0, 12), "disk0 disk1 ") << "and is sorted with all others";
+
+    // Of two disks with one name the first counts, until it is gone.
+    const auto second = Disk::create<Volume>(tracked("disk7s1")->diskObject());
+    auto listed = registry.disks();
+    listed.push_back(second);
+    registry.setDisks(listed);
+    EXPECT_EQ(registry.getVolume("disk7s1"), tracked("disk7s1"));
+    EXPECT_NE(registry.getVolume("disk7s1"), second);
+    machine.remove(entryOf(tree, "disk7s1"));
+    settle();
+    EXPECT_EQ(registry.getVolume("disk7s1"), second);
+    EXPECT_FALSE(registry.getVolume("")) << "nor is a disk without a name found by none";
 }
 
 TEST_F(VantorelTest, StaysEmptyWithoutASession)
