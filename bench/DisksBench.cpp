@@ -2,6 +2,7 @@
 // How long the registry of disks takes for many disks that arrive one by one, and what they leave behind when they go.
 #include "support/DiskTree.h"
 #include "support/TestMachine.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/system/RunLoop.h"
 

@@ -3,8 +3,6 @@
 
 #include "FileSystem.h"
 #include "PropertyReading.h"
-#include "vantorel/disks/AppleStorage.h"
-#include "vantorel/disks/CoreStorage.h"
 #include "vantorel/system/FileManager.h"
 
 namespace vantorel {

@@ -2,6 +2,7 @@
 #include "NvmeReading.h"
 
 #include "NvmeResult.h"
+#include "vantorel/layouts/NvmeCommands.h"
 #include "vantorel/nvme/NVMePowerStates.h"
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/platform/IOConstants.h"
@@ -16,8 +17,6 @@ namespace vantorel {
 namespace {
 
 using Session = PlugInSession<NVMeSmartInterface>;
-
-constexpr std::uint32_t errorLogPage = 1;
 
 /// One entry of each of the first 40 log pages, as far as the controller gives them.
 std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInterface)
@@ -88,7 +87,7 @@ std::vector<NVMeSmartError> NVMeSmartController::getErrorLog(system::PlugInHandl
         throw SmartError("Unable to read identify data.");
     std::vector<NVMeErrorLogPage> entries(errorLogEntries(*controller));
     const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
-    if (session.interface().GetLogPage(entries.data(), errorLogPage, length) != system::kIOReturnSuccess)
+    if (session.interface().GetLogPage(entries.data(), nvmeadmin::errorLog, length) != system::kIOReturnSuccess)
         throw SmartError("Unable to read error log.");
 
     std::vector<NVMeSmartError> errors;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/disks/Vantorel.h"
 #include "support/RegistryFixture.h"
+#include "system/CallGate.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
-#include "vantorel/system/CallGate.h"
 #include "vantorel/system/NotificationCenter.h"
 
 #include <gmock/gmock.h>

@@ -3,9 +3,11 @@
 #include "smart/SmartService.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
+#include "system/CallGate.h"
+#include "system/plugins/PlugIn.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
-#include "vantorel/system/CallGate.h"
 #include "vantorel/system/PlugIn.h"
 
 #include <gtest/gtest.h>

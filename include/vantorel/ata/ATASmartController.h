@@ -25,8 +25,8 @@ public:
     /// of the step that failed; nothing partial is given and nothing tried again. Blocks the calling thread.
     [[nodiscard]] ATASmartObject getSmartData(const Drive& drive, system::PlugInHandle pluginInterfaceHandle) const;
 
-    /// Whether the drive itself says that it is failing, asked through a plug-in whose handle is taken over; absent when
-    /// it does not say. Throws `SmartOpenError`. Blocks the calling thread.
+    /// Whether the drive itself says that it is failing, asked through a plug-in whose handle is taken over; absent
+    /// when it does not say. Throws `SmartOpenError`. Blocks the calling thread.
     [[nodiscard]] std::optional<bool> isFailing(system::PlugInHandle pluginInterfaceHandle) const;
 };
 

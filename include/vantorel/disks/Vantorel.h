@@ -34,7 +34,8 @@ public:
     Vantorel(const Vantorel&) = delete;
     Vantorel& operator=(const Vantorel&) = delete;
 
-    /// Every tracked disk, sorted by unit after each arrival. The list is good until the next event: copy it to keep it.
+    /// Every tracked disk, sorted by unit after each arrival. The list is good until the next event: copy it to keep
+    /// it.
     [[nodiscard]] const std::vector<std::shared_ptr<Disk>>& disks() const;
     /// Replaces the list; no listener is told.
     void setDisks(std::vector<std::shared_ptr<Disk>> disks);
@@ -56,8 +57,8 @@ public:
     /// The volumes of one drive: those of its first APFS container, its CoreStorage volumes, its plain partitions, and
     /// the RAID sets that other partitions of it are members of, in this order; a set with two members twice.
     [[nodiscard]] std::vector<std::shared_ptr<Volume>> getVolumes(const Drive& drive) const;
-    /// The RAID set that a partition is a member of, by the entry under its media entry; none for none, or while the set
-    /// has not arrived.
+    /// The RAID set that a partition is a member of, by the entry under its media entry; none for none, or while the
+    /// set has not arrived.
     [[nodiscard]] std::shared_ptr<RaidStorage> raidMember(const system::DADiskRef& disk) const;
     /// The first of `drives` with this name; none for none.
     [[nodiscard]] std::shared_ptr<Drive> getDrive(std::string_view bsdName) const;

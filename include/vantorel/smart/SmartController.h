@@ -56,8 +56,8 @@ public:
     /// Whether an ATA drive itself says that it fails: one of its attributes has reached its threshold (SMART RETURN
     /// STATUS). Absent when the drive does not say, or cannot be asked. Throws nothing.
     [[nodiscard]] std::optional<bool> isFailing(const Drive& drive) const;
-    /// After a `SmartOpenError`: what stood in the way, such as missing rights or that the drive sleeps. Absent when the
-    /// machine has no more to say. Throws nothing.
+    /// After a `SmartOpenError`: what stood in the way, such as missing rights or that the drive sleeps. Absent when
+    /// the machine has no more to say. Throws nothing.
     [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(const Drive& drive) const;
 
 private:

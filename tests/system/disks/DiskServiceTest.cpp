@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/RunLoop.h"
 
