@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The compression operations beside direct calls of the libraries under them, in one run on the same bytes: 250 KB
-// of text and 16 MiB of mixed data. The counters `size` (of the result) and `memory` (bytes at the most beside input
-// and result) go with the speeds.
+// The compression operations beside direct calls of the libraries under them, in one run on the same bytes: a mebibyte
+// of each kind of data, or, called with `small`, inputs of 64 bytes to 64 KB. Those have a process of their own, which
+// never had much memory: once malloc has seen large blocks, it keeps what is freed for the next call. The counters
+// `size` (of the result) and `memory` (bytes at the most beside input and result) go with the speeds.
 #include "vantorel/compression/Compression.h"
-#include "vantorel/compression/CompressionStream.h"
 
 #include <benchmark/benchmark.h>
 #include <lz4.h>
@@ -12,10 +12,12 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <limits>
 #include <random>
 #include <string>
 
@@ -23,11 +25,22 @@ namespace {
 
 using namespace vantorel;
 
-constexpr std::size_t textSize = 250'000;
-constexpr std::size_t mixedPart = 4 << 20;
+constexpr std::size_t mostOfAKind = 1 << 20;
 
-/// The project's own documents and sources, one behind the other.
-Data projectText()
+Data bytesOf(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Data cut(Data bytes)
+{
+    bytes.resize(std::min(bytes.size(), mostOfAKind));
+    return bytes;
+}
+
+/// The first `most` bytes of the project's own documents and sources, one behind the other.
+Data projectText(std::size_t most)
 {
     std::vector<std::filesystem::path> paths;
     for (const char* folder : {"docs", "include", "src", "host", "tests"})
@@ -37,71 +50,85 @@ Data projectText()
                 paths.push_back(entry.path());
     std::sort(paths.begin(), paths.end());
     Data text;
-    for (const auto& path : paths) {
-        std::ifstream file(path, std::ios::binary);
-        text.insert(text.end(), std::istreambuf_iterator<char>(file), {});
+    text.reserve(most);
+    for (auto path = paths.begin(); path != paths.end() && text.size() < most; ++path) {
+        const Data bytes = bytesOf(*path);
+        text.insert(text.end(), bytes.begin(),
+                    bytes.begin() + static_cast<std::ptrdiff_t>(std::min(bytes.size(), most - text.size())));
     }
-    text.resize(std::min(text.size(), textSize));
     return text;
 }
 
-/// Sectors as a drive gives them: a table of 12-byte rows, of which the last bytes change, then zeros.
-Data sectors(std::size_t size, std::mt19937& random)
+/// Readings as a program keeps them: rows of 24 bytes, a number that grows, a time, and values that change a little.
+Data records(std::mt19937& random)
 {
-    Data bytes(size);
-    for (std::size_t sector = 0; sector + 512 <= size; sector += 512)
-        for (std::size_t row = 0; row < 20; ++row) {
-            std::uint8_t* const at = bytes.data() + sector + 2 + 12 * row;
-            at[0] = static_cast<std::uint8_t>(1 + 3 * row);
-            at[1] = row % 3 == 0 ? 0x0f : 0x32;
-            at[3] = at[4] = static_cast<std::uint8_t>(100 - random() % 4);
-            at[5] = static_cast<std::uint8_t>(random());
-            at[6] = static_cast<std::uint8_t>(random() % 16);
-        }
-    return bytes;
-}
-
-Data mixed(const Data& text)
-{
-    std::mt19937 random(1);
     Data bytes;
-    while (bytes.size() < mixedPart)
-        bytes.insert(bytes.end(), text.begin(),
-                     text.begin() + static_cast<std::ptrdiff_t>(std::min(text.size(), mixedPart - bytes.size())));
-    const Data middle = sectors(mixedPart, random);
-    bytes.insert(bytes.end(), middle.begin(), middle.end());
-    std::generate_n(std::back_inserter(bytes), mixedPart, [&] { return static_cast<std::uint8_t>(random()); });
-    bytes.resize(4 * mixedPart);
+    std::uint32_t time = 1'700'000'000;
+    std::uint16_t value = 300;
+    for (std::uint32_t row = 0; bytes.size() < mostOfAKind; ++row) {
+        time += 58 + static_cast<std::uint32_t>(random() % 4);
+        value = static_cast<std::uint16_t>(value + random() % 5 - 2);
+        const std::uint32_t fields[] = {row, time, value, 0x0103'0032, static_cast<std::uint32_t>(random() % 1000), 0};
+        for (const std::uint32_t field : fields)
+            for (int shift = 0; shift < 32; shift += 8)
+                bytes.push_back(static_cast<std::uint8_t>(field >> shift));
+    }
+    return cut(std::move(bytes));
+}
+
+/// The same as a table in text.
+Data table(std::mt19937& random)
+{
+    std::string text = "time,drive,temperature,hours,reallocated,written\n";
+    std::uint64_t written = 81'234'567'890;
+    for (std::uint32_t row = 0; text.size() < mostOfAKind; ++row) {
+        written += random() % 4'000'000;
+        text += "2026-10-" + std::to_string(10 + row / 6000) + "T" + std::to_string(10 + row / 500 % 12) + ":" +
+                std::to_string(10 + row / 10 % 50) + ":00Z,disk" + std::to_string(row % 10) + "," +
+                std::to_string(31 + random() % 9) + "," + std::to_string(12'000 + row / 10) + ",0," +
+                std::to_string(written) + "\n";
+    }
+    return cut(Data(text.begin(), text.end()));
+}
+
+Data noise(std::mt19937& random)
+{
+    Data bytes(mostOfAKind);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
     return bytes;
 }
 
-/// What an operation needs at the most beside its input and its result of up to `resultSize` bytes: what its stream
-/// allocates, the output block, and the room to work ahead of that.
-double operationMemory(const Data& input, CompressionAlgorithm algorithm, bool encode, std::size_t resultSize)
+/// Test data and samples as `tar` packs them.
+Data archive()
 {
-    constexpr std::size_t block = defaultCompressionBufferSize;
-    constexpr std::size_t ahead = 2 * system::COMPRESSION_STREAM_AHEAD;
-    const auto inUse = [] {
-        const auto facts = mallinfo2();
-        return facts.uordblks + facts.hblkhd;
-    };
-    Data result(resultSize + block + ahead);
-    const std::size_t before = inUse();
-    std::size_t most = before;
-    system::compression_stream stream;
-    auto status = system::compression_stream_init(
-        &stream, encode ? system::COMPRESSION_STREAM_ENCODE : system::COMPRESSION_STREAM_DECODE,
-        static_cast<system::compression_algorithm>(algorithm));
-    system::compression_stream_in_place(&stream);
-    stream.src_ptr = input.data();
-    stream.src_size = input.size();
-    stream.dst_ptr = result.data();
-    while (status == system::COMPRESSION_STATUS_OK) {
-        stream.dst_size = block;
-        status = system::compression_stream_process(&stream, encode ? system::COMPRESSION_STREAM_FINALIZE : 0);
-        most = std::max(most, inUse());
-    }
-    return static_cast<double>(most - before + block + ahead);
+    const std::string command =
+        std::string("tar -C ") + VANTOREL_PROJECT + " --sort=name --owner=0 --group=0 -cf - tests/data samples";
+    Data bytes(mostOfAKind);
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    bytes.resize(pipe ? std::fread(bytes.data(), 1, bytes.size(), pipe) : 0);
+    if (pipe)
+        pclose(pipe);
+    return bytes;
+}
+
+/// A field of /proc/self/status, in bytes.
+double processMemory(const std::string& field)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string name; status >> name; status.ignore(std::numeric_limits<std::streamsize>::max(), '\n'))
+        if (double size = 0; name == field + ":" && status >> size)
+            return 1024 * size;
+    return 0;
+}
+
+/// How much memory came into use at the most while `call` ran, beside the result of which it gives the size.
+double memoryOf(const std::function<std::size_t()>& call)
+{
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << "5\n"; // the peak begins anew
+    const double before = processMemory("VmRSS");
+    const std::size_t size = call();
+    return processMemory("VmHWM") - before - static_cast<double>(size);
 }
 
 struct Direct {
@@ -173,7 +200,7 @@ void addOurs(const std::string& input, const Data& plain, const std::string& nam
         for (auto _ : state)
             size = compress(plain, algorithm)->size();
         finish(state, plain, size);
-        state.counters["memory"] = operationMemory(plain, algorithm, true, size);
+        state.counters["memory"] = memoryOf([&] { return compress(plain, algorithm)->size(); });
     });
     benchmark::RegisterBenchmark((input + "/" + name + "/expand/ours").c_str(), [&plain, algorithm](auto& state) {
         const Data packed = *compress(plain, algorithm);
@@ -181,7 +208,7 @@ void addOurs(const std::string& input, const Data& plain, const std::string& nam
         for (auto _ : state)
             size = decompress(packed, algorithm)->size();
         finish(state, plain, size);
-        state.counters["memory"] = operationMemory(packed, algorithm, false, size);
+        state.counters["memory"] = memoryOf([&] { return decompress(packed, algorithm)->size(); });
     });
 }
 
@@ -211,24 +238,50 @@ void addDirect(const std::string& input, const Data& plain, const std::string& n
     });
 }
 
+using Inputs = std::vector<std::pair<std::string, Data>>;
+
+Inputs smallInputs()
+{
+    const Data text = projectText(65'536);
+    Inputs inputs;
+    const auto add = [&](const char* name, std::size_t size) {
+        inputs.emplace_back(name, Data(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size)));
+    };
+    add("64B", 64);
+    add("512B", 512);
+    add("4KB", 4000);
+    add("64KB", text.size());
+    return inputs;
+}
+
+Inputs largeInputs()
+{
+    std::mt19937 random(1);
+    return {{"text", projectText(mostOfAKind)},
+            {"records", records(random)},
+            {"table", table(random)},
+            {"binary", cut(bytesOf("/bin/bash"))},
+            {"noise", noise(random)},
+            {"zeros", Data(mostOfAKind)},
+            {"tar", archive()}};
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
-    // Memory stays with the process, so that neither side pays for fresh pages by the luck of malloc's thresholds.
-    mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    const Data text = projectText();
-    const Data mixture = mixed(text);
-    for (const auto& [input, plain] : {std::pair<const char*, const Data&>("text", text), {"mixed", mixture}}) {
+    const Inputs inputs = argc > 1 && argv[1] == std::string("small") ? smallInputs() : largeInputs();
+    for (const auto& [input, plain] : inputs) {
         addOurs(input, plain, "lzfse", CompressionAlgorithm::lzfse);
         addOurs(input, plain, "zlib", CompressionAlgorithm::zlib);
         addDirect(input, plain, "zlib", directDeflate());
         addOurs(input, plain, "lz4", CompressionAlgorithm::lz4);
         addDirect(input, plain, "lz4", directLz4());
-        addOurs(input, plain, "lzma", CompressionAlgorithm::lzma);
-        addDirect(input, plain, "lzma", directXz());
+        if (input == "text") {
+            addOurs(input, plain, "lzma", CompressionAlgorithm::lzma);
+            addDirect(input, plain, "lzma", directXz());
+        }
     }
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -26,10 +26,10 @@ function(vantorel_library name)
     set_property(GLOBAL APPEND PROPERTY VANTOREL_LIBRARIES ${target})
 endfunction()
 
-# vantorel_tests(NAME SOURCES file... LINK target...)
+# vantorel_tests(NAME SOURCES file... LINK target... [ENVIRONMENT variable=value])
 # Makes NAME_tests; every case runs in a process of its own.
 function(vantorel_tests name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    cmake_parse_arguments(ARG "" "ENVIRONMENT" "SOURCES;LINK" ${ARGN})
     set(target ${name}_tests)
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE ${ARG_LINK} vantorel_flags GTest::gmock GTest::gtest_main)
@@ -37,7 +37,7 @@ function(vantorel_tests name)
     target_compile_definitions(${target} PRIVATE
         VANTOREL_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
         VANTOREL_SAMPLES="${PROJECT_SOURCE_DIR}/samples")
-    gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+    gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()
 
 # vantorel_fuzz_target(NAME SOURCES file... LINK target...)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A health log; what follows is Identify Controller data.
 #include "vantorel/base/Bytes.h"
-#include "vantorel/nvme/NVMePowerStates.h"
+#include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
 

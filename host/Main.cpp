@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
+#include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Status.h"
-#include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/Version.h"
 
@@ -15,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <new>
 #include <string>
 #include <string_view>
@@ -25,18 +27,22 @@ namespace {
 
 std::string versionText()
 {
-    return fmt::format("vantorel {}\ndrive table {}", reinterpret_cast<const char*>(VantorelVersionString),
-                       builtin_knowndrives[0].modelfamily);
+    std::string text = fmt::format("vantorel {}", reinterpret_cast<const char*>(VantorelVersionString));
+    for (const DriveTable& table : {std::cref(builtInDriveTable()), std::cref(recentDriveTable())})
+        text += fmt::format("\ndrive table: {}, revision {}", table.name, table.revision);
+    return text;
 }
 
 int run(int argc, char** argv)
 {
     CLI::App app("State and health of a machine's drives", "vantorel");
-    app.require_subcommand(1);
-    app.set_version_flag("--version", versionText(), "Print the versions of the library and of the drive table");
+    app.require_subcommand(0, 1);
+    app.set_version_flag("--version", versionText, "Print the versions of the library and of the drive table");
     app.fallthrough();
     host::addMachineOption(app);
+    host::addDriveTables(app);
     int status = host::success;
+    host::addCheck(app, status);
     host::addDecode(app, status);
     host::addDatabase(app, status);
     host::addCompress(app, status);
@@ -49,6 +55,10 @@ int run(int argc, char** argv)
     host::addShow(app, status);
     host::addDiff(app, status);
     host::addMachineCheck(app, status);
+    app.final_callback([&app, &status] {
+        if (app.get_subcommands().empty())
+            status = host::check(app);
+    });
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {

@@ -6,6 +6,7 @@
 namespace vantorel::host {
 
 // Every verb adds itself under its name; its action leaves what the run ends with in `status`.
+void addCheck(CLI::App& app, int& status);
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
@@ -18,5 +19,8 @@ void addSmart(CLI::App& app, int& status);
 void addStats(CLI::App& app, int& status);
 void addWatch(CLI::App& app, int& status);
 void addMachineCheck(CLI::App& app, int& status);
+
+/// What the command does when it is given no verb: `check` of all drives. Gives what the run ends with.
+[[nodiscard]] int check(const CLI::App& app);
 
 } // namespace vantorel::host

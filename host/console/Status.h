@@ -3,16 +3,17 @@
 
 namespace vantorel::host {
 
-/// What the command ends with: these bits, OR-ed over all drives that a run looked at.
+/// What the command ends with: these bits, OR-ed over all drives that a run looked at. Nothing ends with 0 but a run in
+/// which every drive that has SMART data was read and is good.
 enum Status : int {
     success = 0,
-    usageError = 1,        ///< wrong use, a file that cannot be read, no machine, or no drives
-    driveNotOpened = 2,    ///< a drive could not be opened
-    readFailed = 4,        ///< a read failed or gave invalid data
-    driveFailing = 8,      ///< a pre-failure attribute failed now, or an NVMe critical warning is set
-    preFailReached = 16,   ///< a pre-failure attribute is at or below its threshold
-    attributeReached = 32, ///< an attribute failed in the past, or an old-age attribute is at or below its threshold
-    damageGrew = 64,       ///< between two reports a count of damage grew
+    usageError = 1,     ///< wrong use, a file that cannot be read, no machine, or no drives
+    driveNotOpened = 2, ///< a drive could not be opened
+    readFailed = 4,     ///< a read failed, or gave what nothing can be said of
+    driveFailing = 8,
+    driveAtRisk = 16,
+    driveToWatch = 32,
+    damageGrew = 64, ///< between two readings of a drive a count of damage grew
 };
 
 } // namespace vantorel::host

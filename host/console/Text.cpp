@@ -4,8 +4,11 @@
 #include "vantorel/base/Text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <cstring>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace vantorel::host {
@@ -19,13 +22,6 @@ bool usesColour()
         return isatty(STDOUT_FILENO) == 1 && (!noColour || !*noColour);
     }();
     return uses;
-}
-
-/// The places that a text takes on the screen: one a character.
-std::size_t width(std::string_view text)
-{
-    return static_cast<std::size_t>(
-        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
 /// How many bytes the control character takes that `text` begins with; 0 where it begins with none. Besides those of
@@ -50,9 +46,31 @@ std::size_t controlLength(std::string_view text)
 /// A column is not made wider than this for a cell that is: one long text must not fill every other line with blanks.
 constexpr std::size_t widestColumn = 80;
 
+/// How many bytes the first characters of a text take, or all when it has fewer.
+std::size_t bytesOf(std::string_view text, std::size_t characters)
+{
+    std::size_t bytes = 0;
+    for (; bytes < text.size(); ++bytes) {
+        const bool isFirstByte = (static_cast<unsigned char>(text[bytes]) & 0xC0) != 0x80;
+        if (isFirstByte && characters-- == 0)
+            break;
+    }
+    return bytes;
+}
+
+/// The last blank up to `end` at which a line may end; a unit stays with its number.
+std::size_t lastBreak(std::string_view text, std::size_t end)
+{
+    std::size_t blank = text.rfind(' ', end);
+    while (blank != std::string_view::npos && blank > 0 &&
+           (text.substr(blank + 1).starts_with('%') || text.substr(blank + 1).starts_with("°")))
+        blank = text.rfind(' ', blank - 1);
+    return blank;
+}
+
 std::string padded(const std::string& text, std::size_t wanted, Table::Align align)
 {
-    const std::string blanks(wanted - std::min(width(text), wanted), ' ');
+    const std::string blanks(wanted - std::min(widthOf(text), wanted), ' ');
     return align == Table::Align::left ? text + blanks : blanks + text;
 }
 
@@ -81,9 +99,62 @@ std::string emphasised(std::string_view text, Emphasis emphasis)
 
 Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
+std::size_t screenWidth()
+{
+    constexpr std::size_t narrowest = 20;
+    constexpr std::size_t widest = 120;
+    constexpr std::size_t usual = 80;
+    winsize size{};
+    std::size_t width = 0;
+    const char* const columns = std::getenv("COLUMNS");
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0)
+        width = size.ws_col;
+    else if (columns)
+        std::from_chars(columns, columns + std::strlen(columns), width);
+    return width == 0 ? usual : std::clamp(width, narrowest, widest);
+}
+
+std::size_t widthOf(std::string_view text)
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+std::string shortened(std::string_view text, std::size_t width)
+{
+    if (widthOf(text) <= width)
+        return std::string(text);
+    return std::string(text.substr(0, bytesOf(text, width - 1))) + "…";
+}
+
+std::string wrapped(std::string_view text, std::size_t width, std::size_t indent, std::string_view first)
+{
+    const std::size_t room = width > indent + 1 ? width - indent : 1;
+    const std::string blanks(indent, ' ');
+    std::string lines;
+    std::string_view lead = first.empty() ? std::string_view(blanks) : first;
+    do {
+        text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+        std::size_t end = bytesOf(text, room);
+        if (end < text.size()) {
+            const std::size_t blank = lastBreak(text, end);
+            end = blank == std::string_view::npos ? end : blank;
+        }
+        lines.append(lead).append(text.substr(0, end)) += '\n';
+        text.remove_prefix(end);
+        lead = blanks;
+    } while (!text.empty());
+    return lines;
+}
+
 void Table::add(std::vector<std::string> cells, Emphasis emphasis)
 {
-    lines_.push_back({std::move(cells), emphasis});
+    lines_.push_back({std::move(cells), emphasis, {}});
+}
+
+void Table::addBelow(std::string_view text)
+{
+    lines_.back().below += text;
 }
 
 std::string Table::text(std::size_t indent) const
@@ -91,9 +162,9 @@ std::string Table::text(std::size_t indent) const
     std::vector<std::size_t> widths;
     std::vector<std::string> titles;
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        std::size_t widest = width(columns_[i].title);
+        std::size_t widest = widthOf(columns_[i].title);
         for (const Line& line : lines_)
-            widest = std::max(widest, width(line.cells[i]));
+            widest = std::max(widest, widthOf(line.cells[i]));
         widths.push_back(std::min(widest, widestColumn));
         titles.push_back(columns_[i].title);
     }
@@ -106,7 +177,7 @@ std::string Table::text(std::size_t indent) const
     };
     std::string text = line(titles, Emphasis::strong);
     for (const Line& each : lines_)
-        text += line(each.cells, each.emphasis);
+        text += line(each.cells, each.emphasis) + each.below;
     return text;
 }
 

@@ -17,6 +17,21 @@ enum class Emphasis { none, strong, good, warning, bad };
 
 [[nodiscard]] std::string emphasised(std::string_view text, Emphasis emphasis);
 
+/// How many characters a line of standard output has room for: those of the terminal, else what `COLUMNS` says, else
+/// 80; from 20 to 120.
+[[nodiscard]] std::size_t screenWidth();
+
+/// How many places a text takes on the screen: one a character.
+[[nodiscard]] std::size_t widthOf(std::string_view text);
+
+/// The text, no wider than that; what is cut off shows as "…".
+[[nodiscard]] std::string shortened(std::string_view text, std::size_t width);
+
+/// The text in lines of at most `width` places, broken at blanks where there are any, each behind `indent` blanks and
+/// with its line end. The first line stands behind `first` instead, which takes as many places as the indent.
+[[nodiscard]] std::string wrapped(std::string_view text, std::size_t width, std::size_t indent,
+                                  std::string_view first = {});
+
 /// Columns of text, as wide as their widest cell up to 80 characters, two blanks apart.
 class Table {
 public:
@@ -32,6 +47,9 @@ public:
     /// One line; as many cells as there are columns. The texts are printed as they are given.
     void add(std::vector<std::string> cells, Emphasis emphasis = Emphasis::none);
 
+    /// Lines that stand under the last one as they are, each with its line end.
+    void addBelow(std::string_view text);
+
     /// The title line and all others, each behind `indent` blanks.
     [[nodiscard]] std::string text(std::size_t indent = 0) const;
 
@@ -39,6 +57,7 @@ private:
     struct Line {
         std::vector<std::string> cells;
         Emphasis emphasis;
+        std::string below;
     };
 
     std::vector<Column> columns_;

@@ -7,7 +7,7 @@
 #include "vantorel/base/Text.h"
 #include "vantorel/layouts/AtaSmart.h"
 #include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NVMeFormat.h"
+#include "vantorel/nvme/NvmeFormat.h"
 
 #include <algorithm>
 #include <array>
@@ -19,9 +19,6 @@ namespace vantorel::host {
 
 namespace {
 
-/// Up to 128 bits, the high half first.
-using Number = std::pair<std::uint64_t, std::uint64_t>;
-
 enum class Bad { never, whenItGrows, whenItShrinks };
 
 /// One value of one drive, in the form in which two can be compared.
@@ -30,7 +27,7 @@ struct Reading {
     std::string id;
     std::string name;
     std::string text;
-    Number number;
+    NvmeLogNumber number;
     Bad bad = Bad::never;
     int severity = 0;  ///< of its state, 0 for a good one
     std::string state; ///< in words
@@ -66,25 +63,20 @@ int numberWidth(ata_attr_raw_format format)
     }
 }
 
-Number rawNumber(const IOATASmartAttribute& attribute, ata_attr_raw_format format)
+NvmeLogNumber rawNumber(const IOATASmartAttribute& attribute, ata_attr_raw_format format)
 {
     std::uint64_t number = 0;
     for (std::size_t i = attribute.rawvalue.size(); i-- > 0;)
         number = number << 8 | attribute.rawvalue[i];
-    return {0, number & ((std::uint64_t{1} << numberWidth(format)) - 1)};
-}
-
-int severityOf(ATASmartAttributeState state)
-{
-    return state == ATASmartAttributeState::failedNow ? 2 : state == ATASmartAttributeState::failedInPast ? 1 : 0;
+    return {.low = number & ((std::uint64_t{1} << numberWidth(format)) - 1)};
 }
 
 int statusOfState(const ATASmartValue& value)
 {
     const int severity = severityOf(value.state);
     if (severity == 2 && value.type == SmartAttributeType::preFail)
-        return driveFailing | preFailReached;
-    return severity == 0 ? 0 : attributeReached;
+        return driveFailing | driveAtRisk;
+    return severity == 0 ? 0 : driveToWatch;
 }
 
 std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
@@ -109,56 +101,45 @@ std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
     return readings;
 }
 
-Number number(const NVMeCounter& counter)
-{
-    Number halves;
-    for (std::size_t i = 8; i-- > 0;) {
-        halves.first = halves.first << 8 | counter[8 + i];
-        halves.second = halves.second << 8 | counter[i];
-    }
-    return halves;
-}
-
-/// What is compared of a health log, and how it can go wrong.
-struct LogField {
+/// How a field of a health log can go wrong.
+struct LogRule {
     std::string_view key;
-    Number (*number)(const NVMeSMARTLog& log);
-    Bad bad = Bad::never;
-    int status = 0; ///< bits of `Status` while `isBad`
-    bool (*isBad)(const NVMeSMARTLog& log) = nullptr;
+    Bad bad;
+    int status; ///< bits of `Status` while `isBad`
+    bool (*isBad)(const NVMeSMARTLog& log);
 };
 
-using Log = NVMeSMARTLog;
-
-constexpr std::array<LogField, 14> logFields{{
-    {"CriticalWarning", [](const Log& log) { return Number(0, std::popcount(log.critical_warning)); }, Bad::whenItGrows,
-     driveFailing, [](const Log& log) { return log.critical_warning != 0; }},
-    {"Temperature", [](const Log& log) { return Number(0, le16ToUInt(log.temperature)); }},
-    {"AvailableSpare", [](const Log& log) { return Number(0, log.avail_spare); }, Bad::whenItShrinks, preFailReached,
-     [](const Log& log) { return log.avail_spare <= log.spare_thresh && log.spare_thresh != 0; }},
-    {"PercentageUsed", [](const Log& log) { return Number(0, log.percent_used); }, Bad::never, attributeReached,
-     [](const Log& log) { return log.percent_used >= 100; }},
-    {"DataUnitsRead", [](const Log& log) { return number(log.data_units_read); }},
-    {"DataUnitsWritten", [](const Log& log) { return number(log.data_units_written); }},
-    {"HostReadCommands", [](const Log& log) { return number(log.host_reads); }},
-    {"HostWriteCommands", [](const Log& log) { return number(log.host_writes); }},
-    {"ControllerBusyTime", [](const Log& log) { return number(log.ctrl_busy_time); }},
-    {"PowerCycles", [](const Log& log) { return number(log.power_cycles); }},
-    {"PowerOnHours", [](const Log& log) { return number(log.power_on_hours); }},
-    {"UnsafeShutdowns", [](const Log& log) { return number(log.unsafe_shutdowns); }},
-    {"MediaAndDataIntegrityErrors", [](const Log& log) { return number(log.media_errors); }, Bad::whenItGrows},
-    {"ErrorInformationLogEntries", [](const Log& log) { return number(log.num_err_log_entries); }},
+constexpr std::array<LogRule, 4> logRules{{
+    {"CriticalWarning", Bad::whenItGrows, driveFailing,
+     [](const NVMeSMARTLog& log) { return log.critical_warning != 0; }},
+    {"AvailableSpare", Bad::whenItShrinks, driveAtRisk,
+     [](const NVMeSMARTLog& log) { return log.avail_spare <= log.spare_thresh && log.spare_thresh != 0; }},
+    {"PercentageUsed", Bad::never, driveToWatch, [](const NVMeSMARTLog& log) { return log.percent_used >= 100; }},
+    {"MediaAndDataIntegrityErrors", Bad::whenItGrows, success, [](const NVMeSMARTLog&) { return false; }},
 }};
+
+/// A field as a number: of the critical warning, how many conditions there are.
+NvmeLogNumber comparableNumber(std::string_view key, const NVMeSMARTLog& log)
+{
+    const NvmeLogNumber number = nvmeLogNumber(key, log).value();
+    return key == "CriticalWarning" ? NvmeLogNumber{.low = static_cast<std::uint64_t>(std::popcount(number.low))}
+                                    : number;
+}
 
 std::vector<Reading> readingsOf(const NVMeSmartObject& result, bool /*isSSD*/)
 {
     const auto log = readRecord<NVMeSMARTLog>(result.rawData);
     std::vector<Reading> readings;
-    for (const LogField& field : logFields) {
-        const NVMeSmartValue value = processSmartValue(field.key, log.value());
-        const bool isBad = field.isBad && field.isBad(*log);
-        readings.push_back({std::string(field.key), "", value.name, value.formattedValue, field.number(*log), field.bad,
-                            isBad ? 1 : 0, isBad ? "warning" : "ok", isBad ? field.status : 0});
+    for (const std::string_view key : nvmeLogKeys()) {
+        if (key == "AvailableSpareThreshold")
+            continue; // no reading: it stays
+        const NVMeSmartValue value = processSmartValue(key, log.value());
+        const auto rule = std::ranges::find(logRules, key, &LogRule::key);
+        const bool isRuled = rule != logRules.end();
+        const bool isBad = isRuled && rule->isBad(*log);
+        readings.push_back({std::string(key), "", value.name, value.formattedValue, comparableNumber(key, *log),
+                            isRuled ? rule->bad : Bad::never, isBad ? 1 : 0, isBad ? "warning" : "ok",
+                            isBad ? rule->status : 0});
     }
     return readings;
 }

@@ -25,7 +25,7 @@ using Kind = DriveOutcome::Kind;
 struct Job {
     ReadableDrive drive;
     Kind kind = Kind::noSmart;
-    std::optional<DriveReading> reading;
+    std::optional<JudgedReading> judged;
     std::string error = "It has no SMART data.";
     std::string remedy;
 };
@@ -44,7 +44,7 @@ void tellObstacle(Job& job)
 /// Runs on any thread; nothing is thrown.
 void perform(Job& job) noexcept
 try {
-    job.reading = readDrive(job.drive);
+    job.judged.emplace(readDrive(job.drive), job.drive.isSSD);
     job.kind = Kind::read;
     job.error.clear();
 } catch (const SmartOpenError& error) {
@@ -85,10 +85,19 @@ int DriveOutcome::status() const
     case Kind::noSmart:
         return isNamed ? driveNotOpened : success;
     case Kind::read:
+        return judged->status();
     case Kind::asleep:
         break;
     }
     return success;
+}
+
+int statusOf(const std::vector<DriveOutcome>& outcomes)
+{
+    int status = outcomes.empty() ? usageError : success;
+    for (const DriveOutcome& outcome : outcomes)
+        status |= outcome.status();
+    return status;
 }
 
 std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names)
@@ -120,7 +129,7 @@ std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names)
     for (const auto& [outcome, index] : answers) {
         const Job& job = jobs[index];
         outcome->kind = job.kind;
-        outcome->reading = job.reading;
+        outcome->judged = job.judged;
         outcome->error = job.error;
         outcome->remedy = job.remedy;
     }

@@ -18,11 +18,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::size_t indexOf(const drive_settings& row)
-{
-    return static_cast<std::size_t>(&row - builtin_knowndrives.data());
-}
-
 std::string_view formatName(ata_attr_raw_format format)
 {
     for (const format_name_entry& entry : format_names) {
@@ -85,16 +80,37 @@ std::string jsonText(const KnownDrive& drive)
     const auto column = [&](std::string_view drive_settings::*member) {
         return row ? Json(row->*member) : Json(nullptr);
     };
-    Json document = {{"row", row ? Json(drive.rowIndex) : Json(nullptr)},
-                     {"modelfamily", column(&drive_settings::modelfamily)},
-                     {"modelregexp", column(&drive_settings::modelregexp)},
-                     {"firmwareregexp", column(&drive_settings::firmwareregexp)},
-                     {"warningmsg", column(&drive_settings::warningmsg)},
-                     {"presets", column(&drive_settings::presets)},
-                     {"definitions", Json::array()}};
+    Json document = {
+        {"row", row ? Json(drive.rowIndex) : Json(nullptr)},
+        {"modelfamily", column(&drive_settings::modelfamily)},
+        {"modelregexp", column(&drive_settings::modelregexp)},
+        {"firmwareregexp", column(&drive_settings::firmwareregexp)},
+        {"warningmsg", column(&drive_settings::warningmsg)},
+        {"presets", column(&drive_settings::presets)},
+        {"table", row ? Json{{"name", drive.table->name}, {"revision", drive.table->revision}} : Json(nullptr)},
+        {"definitions", Json::array()}};
     for (const Resolved& resolved : resolvedDefinitions(drive))
         document["definitions"].push_back(jsonOf(resolved));
-    return document.dump(2) + '\n';
+    return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+/// What people call a table, and its revision.
+std::string titleOf(const DriveTable& table)
+{
+    return table.revision.empty() ? table.name : table.name + ", " + table.revision;
+}
+
+/// The lines of a text under one title.
+std::string fact(std::string_view title, std::string_view lines)
+{
+    std::string text;
+    do {
+        const std::size_t end = std::min(lines.find('\n'), lines.size());
+        text += fmt::format("{:<12}{}\n", title, printable(lines.substr(0, end)));
+        title = {};
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+    } while (!lines.empty());
+    return text;
 }
 
 std::string plainText(const KnownDrive& drive)
@@ -102,11 +118,13 @@ std::string plainText(const KnownDrive& drive)
     const drive_settings* const row = drive.row;
     std::string text = "No row matches; the default definitions hold.\n";
     if (row) {
-        text = fmt::format("Row         {}\nFamily      {}\nModel       {}\nFirmware    {}\nPresets     {}\n",
-                           drive.rowIndex, row->modelfamily, row->modelregexp,
-                           row->firmwareregexp.empty() ? "(any)" : row->firmwareregexp, row->presets);
+        text = fact("Table", titleOf(*drive.table)) + fact("Row", std::to_string(drive.rowIndex)) +
+               fact("Family", row->modelfamily.empty() ? "(unnamed)" : row->modelfamily) +
+               fact("Model", row->modelregexp) +
+               fact("Firmware", row->firmwareregexp.empty() ? "(any)" : row->firmwareregexp) +
+               fact("Presets", row->presets.empty() ? "(none)" : row->presets);
         if (!row->warningmsg.empty())
-            text += fmt::format("Warning     {}\n", base::replacingAll(row->warningmsg, "\n", "\n            "));
+            text += fact("Warning", row->warningmsg);
     }
     Table table({{"ID", Table::Align::right}, {"Name"}, {"Format"}, {"Byte order"}, {"Flags"}, {"From"}});
     for (const Resolved& resolved : resolvedDefinitions(drive)) {
@@ -123,46 +141,70 @@ std::string plainText(const KnownDrive& drive)
     return text + '\n' + table.text();
 }
 
-void search(const std::string& wanted)
+bool holds(const drive_settings& row, std::string_view needle)
 {
-    const std::string needle = base::lowercased(wanted);
-    Table table({{"Row", Table::Align::right}, {"Family"}, {"Model"}});
-    bool found = false;
-    for (const drive_settings& row : builtin_knowndrives) {
-        const std::string_view columns[] = {row.modelfamily, row.modelregexp, row.firmwareregexp, row.warningmsg,
-                                            row.presets};
-        if (std::ranges::none_of(columns,
-                                 [&](std::string_view column) { return base::containsIgnoringCase(column, needle); }))
-            continue;
-        constexpr std::size_t widest = 80;
-        std::string model(row.modelregexp.substr(0, widest));
-        if (row.modelregexp.size() > widest)
-            model += "...";
-        table.add({std::to_string(indexOf(row)), std::string(row.modelfamily), model});
-        found = true;
-    }
-    print(found ? table.text() : "No row holds \"" + printable(wanted) + "\".\n");
+    const std::string_view columns[] = {row.modelfamily, row.modelregexp, row.firmwareregexp, row.warningmsg,
+                                        row.presets};
+    return std::ranges::any_of(columns,
+                               [&](std::string_view column) { return base::containsIgnoringCase(column, needle); });
 }
 
-int lint()
+void search(const std::string& wanted)
 {
-    using Kind = DriveTableFinding::Kind;
-    const auto findings = lintDriveTable(builtInDriveTable());
-    bool sound = true;
-    for (const DriveTableFinding& finding : findings) {
-        print(
-            fmt::format("row {} ({}): {}\n", finding.row, builtin_knowndrives[finding.row].modelfamily, finding.text));
-        sound = sound && finding.kind == Kind::unreachable;
+    constexpr std::size_t widest = 80;
+    const std::string needle = base::lowercased(wanted);
+    Table lines({{"Table"}, {"Row", Table::Align::right}, {"Family"}, {"Model"}});
+    bool found = false;
+    for (const DriveTable* const table : driveTables()) {
+        for (std::size_t i = 0; i < table->rows.size(); ++i) {
+            const drive_settings& row = table->rows[i];
+            if (!holds(row, needle))
+                continue;
+            std::string model = printable(row.modelregexp.substr(0, widest));
+            if (row.modelregexp.size() > widest)
+                model += "...";
+            lines.add({printable(table->name), std::to_string(i), printable(row.modelfamily), std::move(model)});
+            found = true;
+        }
     }
-    print(fmt::format("{} rows, {} findings\n", builtin_knowndrives.size(), findings.size()));
-    return sound ? success : readFailed;
+    print(found ? lines.text() : "No row holds \"" + printable(wanted) + "\".\n");
+}
+
+/// Where a row stands, for its author.
+std::string placeOf(const DriveTable& table, std::size_t row)
+{
+    return row < table.lines.size() ? fmt::format("line {}", table.lines[row]) : fmt::format("row {}", row);
+}
+
+bool lint(const DriveTable& table)
+{
+    const auto findings = lintDriveTable(table);
+    bool isSound = true;
+    for (const DriveTableFinding& finding : findings) {
+        using Kind = DriveTableFinding::Kind;
+        print(printable(fmt::format("{}: {} ({}): {}", table.name, placeOf(table, finding.row),
+                                    table.rows[finding.row].modelfamily, finding.text)) +
+              '\n');
+        isSound = isSound && (finding.kind == Kind::unreachable || finding.kind == Kind::unchecked);
+    }
+    print(printable(fmt::format("{}: {} rows, {} findings", titleOf(table), table.rows.size(), findings.size())) +
+          '\n');
+    return isSound;
+}
+
+int lintAll()
+{
+    int status = success;
+    for (const DriveTable* const table : driveTables())
+        status |= lint(*table) ? success : readFailed;
+    return status;
 }
 
 } // namespace
 
 void addDatabase(CLI::App& app, int& status)
 {
-    CLI::App* const database = app.add_subcommand("db", "Look into the drive table");
+    CLI::App* const database = app.add_subcommand("db", "Look into the drive tables");
     database->require_subcommand(1);
 
     struct ShowArguments {
@@ -186,7 +228,7 @@ void addDatabase(CLI::App& app, int& status)
 
     CLI::App* const check =
         database->add_subcommand("lint", "Check every row: expressions, presets, rows never reached");
-    check->callback([&status] { status = lint(); });
+    check->callback([&status] { status = lintAll(); });
 }
 
 } // namespace vantorel::host

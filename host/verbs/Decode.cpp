@@ -2,16 +2,18 @@
 #include "host/Verbs.h"
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
+#include "host/health/JudgedReading.h"
+#include "host/views/HealthJson.h"
 #include "host/views/ResultView.h"
 #include "vantorel/base/Bytes.h"
 #include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NVMePowerStates.h"
+#include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/smart/SmartController.h"
-#include "vantorel/smart/records/RecordJson.h"
 
 #include <fmt/format.h>
 
 #include <memory>
+#include <utility>
 
 namespace vantorel::host {
 
@@ -30,10 +32,28 @@ Data readImage(const std::string& path, std::size_t least)
     return bytes;
 }
 
-int show(const SmartObject& result, bool json)
+/// How a result is shown.
+struct Form {
+    bool json = false;
+    bool raw = false;
+
+    void add(CLI::App& verb)
+    {
+        auto* const option = verb.add_flag("--json", json, "Print the result as JSON");
+        verb.add_flag("--raw", raw, "With the raw bytes")->needs(option);
+    }
+};
+
+int show(const JudgedReading& judged, Form form)
 {
-    print(json ? toJson(result) + '\n' : resultText(result));
-    return statusOf(result);
+    if (form.json) {
+        JsonObject document(Json{{"format", documentFormat}, {"status", judged.status()}});
+        putHealth(document, judged, form.raw);
+        print(document.text() + '\n');
+    } else {
+        print(resultText(judged));
+    }
+    return judged.status();
 }
 
 struct AtaArguments {
@@ -41,7 +61,7 @@ struct AtaArguments {
     std::string thresholds;
     std::string model;
     bool ssd = false;
-    bool json = false;
+    Form form;
 };
 
 int decodeAta(const AtaArguments& arguments)
@@ -50,24 +70,25 @@ int decodeAta(const AtaArguments& arguments)
     const Data thresholds = readImage(arguments.thresholds, sectorSize);
     const auto result = SmartController::shared().processExtractedSmart(data, DataView(thresholds), false,
                                                                         arguments.ssd, arguments.model);
-    return show(result.value(), arguments.json);
+    return show({{result.value(), {}, {}}, arguments.ssd}, arguments.form);
 }
 
 struct NvmeArguments {
     std::string log;
     std::string identify;
-    bool json = false;
+    Form form;
 };
 
 int decodeNvme(const NvmeArguments& arguments)
 {
     const Data log = readImage(arguments.log, sectorSize);
     auto result = SmartController::shared().nvmeSmartController().processExportedSmart(log).value();
+    Data identify;
     if (!arguments.identify.empty()) {
-        const Data bytes = readImage(arguments.identify, sizeof(NVMeControllerData));
-        result.deviceInfo = processControllerData(*readRecord<NVMeControllerData>(bytes));
+        identify = readImage(arguments.identify, sizeof(NVMeControllerData));
+        result.deviceInfo = processControllerData(*readRecord<NVMeControllerData>(identify));
     }
-    return show(result, arguments.json);
+    return show({{std::move(result), std::move(identify), {}}, true, log}, arguments.form);
 }
 
 } // namespace
@@ -84,14 +105,14 @@ void addDecode(CLI::App& app, int& status)
     ata->add_option("--model", ataArguments->model, "The drive's model; selects its row of the drive table")
         ->required();
     ata->add_flag("--ssd", ataArguments->ssd, "The drive is solid state");
-    ata->add_flag("--json", ataArguments->json, "Print the result as JSON");
+    ataArguments->form.add(*ata);
     ata->callback([ataArguments, &status] { status = decodeAta(*ataArguments); });
 
     CLI::App* const nvme = decode->add_subcommand("nvme", "Judge the saved health log of an NVMe drive");
     const auto nvmeArguments = std::make_shared<NvmeArguments>();
     nvme->add_option("LOG", nvmeArguments->log, "File with the SMART / Health Information log")->required();
     nvme->add_option("--identify", nvmeArguments->identify, "File with the Identify Controller data");
-    nvme->add_flag("--json", nvmeArguments->json, "Print the result as JSON");
+    nvmeArguments->form.add(*nvme);
     nvme->callback([nvmeArguments, &status] { status = decodeNvme(*nvmeArguments); });
 }
 

@@ -77,7 +77,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     std::string failure;
     int status = success;
     try {
-        const std::vector<NVMeSmartError> found = SmartController::shared().getNVMeErrorLog(*drive);
+        const std::vector<NVMeSmartError> found = SmartController::shared().getNvmeErrorLog(*drive);
         text = errorsText(found);
         document["errors"] = Json::array();
         for (const NVMeSmartError& error : found)

@@ -117,9 +117,4 @@ Json diskJson(const Disk& disk)
     return json;
 }
 
-std::string jsonLine(const Json& document)
-{
-    return document.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
-}
-
 } // namespace vantorel::host

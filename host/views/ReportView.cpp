@@ -2,9 +2,9 @@
 #include "ReportView.h"
 
 #include "Quantity.h"
-#include "ResultView.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
+#include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/records/RecordJson.h"
@@ -95,7 +95,9 @@ std::string shownBoth(const ValuePair& pair, std::string_view key)
 bool isFailing(const ValuePair& pair)
 {
     const std::string state = pair.either().get<std::string>("state").value_or("");
-    return state == "failedNow" || state == "failedInPast" || state == "failed" || state == "warning";
+    const auto ata = fromRawValue<ATASmartAttributeState>(state);
+    const auto nvme = fromRawValue<NVMeSmartAttributeState>(state);
+    return (ata && hasFailed(*ata)) || (nvme && hasFailed(*nvme));
 }
 
 std::string valuesText(const std::vector<ValuePair>& pairs)
@@ -286,7 +288,7 @@ int statusOf(const ReportedDrive& drive)
 {
     if (!drive.fault.empty())
         return readFailed;
-    return drive.decoded ? statusOf(*drive.decoded) : success;
+    return drive.decoded ? JudgedReading({*drive.decoded, {}, {}}, drive.stored.kind == "ssd").status() : success;
 }
 
 } // namespace vantorel::host

@@ -1,67 +1,49 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ResultView.h"
 
-#include "host/console/Status.h"
+#include "VerdictView.h"
 #include "host/console/Text.h"
-#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace vantorel::host {
 
 namespace {
 
-std::string fact(std::string_view name, std::string_view value, Emphasis emphasis = Emphasis::none)
-{
-    return fmt::format("{:<12}{}\n", name, emphasised(printable(base::trimmed(value)), emphasis));
-}
-
-std::string optionalFact(std::string_view name, std::string_view value)
-{
-    return value.empty() ? std::string() : fact(name, value);
-}
-
-template <typename DeviceInfo>
-std::string identity(const DeviceInfo& info)
-{
-    return emphasised(printable(info.model.empty() ? "Unnamed drive" : info.model), Emphasis::strong) + '\n' +
-           optionalFact("Serial", info.serial) + optionalFact("Firmware", info.firmware);
-}
-
-template <typename Object>
-std::string judgement(const Object& result, Emphasis emphasis)
-{
-    return fact("Health", fmt::format("{} %", result.health),
-                result.health < 100 ? Emphasis::warning : Emphasis::none) +
-           fact("Status", rawValue(result.status), emphasis) + fact("Assessment", result.assessment, emphasis) +
-           fact("Temperature", result.temperature ? result.temperature->formattedValue : "-");
-}
-
-// A failing line is marked in its first column too, for readers without colour.
+// A line that the verdict names is marked in its first column too, for readers without colour.
 constexpr const char* mark = "!";
 
-std::string family(const ATADeviceInfo& info)
+std::string familyText(const KnownDrive& known)
 {
-    const drive_settings* const row = knownDrive(info).row;
-    if (!row)
-        return fact("Family", "not in the drive table");
-    std::string text = fact("Family", row->modelfamily.empty() ? "(unnamed)" : row->modelfamily);
-    std::string_view rest = row->warningmsg;
-    for (std::string_view name = "Warning"; !rest.empty(); name = "") {
-        const auto end = std::min(rest.find('\n'), rest.size());
-        text += fact(name, rest.substr(0, end), Emphasis::warning);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return text;
+    if (!known.row)
+        return factText("Family", "not in the drive tables");
+    const std::string family = known.row->modelfamily.empty() ? "(unnamed)" : std::string(known.row->modelfamily);
+    return factText("Family", fmt::format("{} (table {}, row {})", family, known.table->name, known.rowIndex)) +
+           factText("Warning", base::replacingAll(known.row->warningmsg, "\n", " "));
 }
 
-bool hasFailed(const ATASmartValue& value)
+std::string headText(const JudgedReading& judged)
 {
-    return value.state == ATASmartAttributeState::failedNow || value.state == ATASmartAttributeState::failedInPast;
+    return judged.reading.result.visit([&](const auto& result) {
+        const auto& info = result.deviceInfo;
+        return emphasised(printable(info.model.empty() ? "Unnamed drive" : info.model), Emphasis::strong) + '\n' +
+               verdictText(judged.verdict) + factText("Serial", base::trimmed(info.serial)) +
+               factText("Firmware", base::trimmed(info.firmware)) + (judged.known ? familyText(*judged.known) : "") +
+               factText("Age", ageText(judged.verdict)) + factText("Temperature", temperatureText(judged.verdict));
+    });
 }
 
-std::string ataText(const ATASmartObject& result)
+/// What the verdict makes of an attribute: the level of the reason that names it.
+health::Level levelOf(const ATASmartValue& value, const health::Verdict& verdict)
+{
+    const auto reason = std::ranges::find(verdict.reasons, value.id, &health::Reason::attribute);
+    return reason == verdict.reasons.end() ? health::Level::good : reason->level;
+}
+
+std::string ataText(const ATASmartObject& result, const health::Verdict& verdict)
 {
     Table table({{""},
                  {"ID", Table::Align::right},
@@ -73,20 +55,14 @@ std::string ataText(const ATASmartObject& result)
                  {"Type"},
                  {"State"}});
     for (const ATASmartValue& value : result.smartValues) {
-        const bool now = value.state == ATASmartAttributeState::failedNow;
-        table.add({hasFailed(value) ? mark : "", std::to_string(value.id), printable(value.name),
+        const health::Level level = levelOf(value, verdict);
+        table.add({level == health::Level::good ? "" : mark, std::to_string(value.id), printable(value.name),
                    printable(value.formattedValue), std::to_string(value.current), std::to_string(value.worst),
                    std::to_string(value.theshold), std::string(rawValue(value.type)),
                    std::string(rawValue(value.state))},
-                  now                ? Emphasis::bad
-                  : hasFailed(value) ? Emphasis::warning
-                                     : Emphasis::none);
+                  emphasisOf(level));
     }
-    const auto failing = std::ranges::count_if(result.smartValues, hasFailed);
-    return identity(result.deviceInfo) + family(result.deviceInfo) + judgement(result, Emphasis::none) +
-           fact("Attributes", fmt::format("{}, of them failed: {}", result.smartValues.size(), failing),
-                failing > 0 ? Emphasis::bad : Emphasis::none) +
-           '\n' + table.text();
+    return table.text();
 }
 
 std::string powerStates(const std::vector<NVMePowerState>& states)
@@ -110,40 +86,19 @@ std::string powerStates(const std::vector<NVMePowerState>& states)
 
 std::string nvmeText(const NVMeSmartObject& result)
 {
-    Table table({{""}, {"Value"}, {"", Table::Align::right}, {"State"}});
-    for (const NVMeSmartValue& value : result.smartValues) {
-        const bool bad = value.state != NVMeSmartAttributeState::ok;
-        table.add({bad ? mark : "", printable(value.name), printable(value.formattedValue),
-                   std::string(rawValue(value.state))},
-                  bad ? Emphasis::bad : Emphasis::none);
-    }
-    const bool failed = result.status == NVMeSmartAttributeState::failed;
-    return identity(result.deviceInfo) + judgement(result, failed ? Emphasis::bad : Emphasis::good) + '\n' +
-           table.text() + powerStates(result.deviceInfo.powerStates);
+    Table table({{"Value"}, {"", Table::Align::right}});
+    for (const NVMeSmartValue& value : result.smartValues)
+        table.add({printable(value.name), printable(value.formattedValue)});
+    return table.text() + powerStates(result.deviceInfo.powerStates);
 }
 
 } // namespace
 
-std::string resultText(const SmartObject& result)
+std::string resultText(const JudgedReading& judged)
 {
-    if (const auto* ata = result.as<ATASmartObject>())
-        return ataText(*ata);
-    return nvmeText(*result.as<NVMeSmartObject>());
-}
-
-int statusOf(const SmartObject& result)
-{
-    if (const auto* nvme = result.as<NVMeSmartObject>())
-        return nvme->status == NVMeSmartAttributeState::failed ? driveFailing : success;
-    int status = success;
-    for (const ATASmartValue& value : result.as<ATASmartObject>()->smartValues) {
-        const bool now = value.state == ATASmartAttributeState::failedNow;
-        if (now && value.type == SmartAttributeType::preFail)
-            status |= driveFailing | preFailReached;
-        else if (hasFailed(value))
-            status |= attributeReached;
-    }
-    return status;
+    const SmartObject& result = judged.reading.result;
+    const auto* const ata = result.as<ATASmartObject>();
+    return headText(judged) + '\n' + (ata ? ataText(*ata, judged.verdict) : nvmeText(*result.as<NVMeSmartObject>()));
 }
 
 } // namespace vantorel::host

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/smart/records/SmartObject.h"
+#include "host/health/JudgedReading.h"
 
 #include <string>
 
 namespace vantorel::host {
 
-/// A result on one screen: identity, the drive table's warning, health, status, assessment, temperature, then a line
-/// for every value; those that fail stand out.
-[[nodiscard]] std::string resultText(const SmartObject& result);
-
-/// The bits of the exit status (`Status`) that a result asks for.
-[[nodiscard]] int statusOf(const SmartObject& result);
+/// A drive in full: its model, the verdict, identity and family with what the drive table warns of, then a line for
+/// every value; those that the verdict names stand out.
+[[nodiscard]] std::string resultText(const JudgedReading& judged);
 
 } // namespace vantorel::host

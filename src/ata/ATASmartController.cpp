@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/ata/ATASmartController.h"
 
-#include "AtaResult.h"
-#include "vantorel/ata/ATASmartProcessing.h"
+#include "MakeResult.h"
+#include "vantorel/ata/AtaSmartProcessing.h"
 #include "vantorel/base/Text.h"
 
 #include <algorithm>
@@ -11,17 +11,12 @@ namespace vantorel {
 
 namespace {
 
-bool isGood(ATASmartAttributeState state)
-{
-    return state != ATASmartAttributeState::failedNow && state != ATASmartAttributeState::failedInPast;
-}
-
 /// A whole percentage: what a remaining-life attribute says, else the share of good values.
 std::uint64_t gethealth(const std::vector<ATASmartValue>& smartValues)
 {
     std::uint64_t good = 0;
     for (const ATASmartValue& value : smartValues) {
-        if (isGood(value.state))
+        if (!hasFailed(value.state))
             ++good;
         const bool tellsLife =
             base::containsIgnoringCase(value.name, "life") || base::containsIgnoringCase(value.name, "wearout");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "AtaReading.h"
 
-#include "AtaResult.h"
+#include "MakeResult.h"
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/platform/IOConstants.h"
@@ -59,12 +59,6 @@ std::optional<bool> ata::isFailing(const SmartInterface& smartInterface)
     if (smartInterface.SMARTReturnStatus(&exceeded) != system::kIOReturnSuccess)
         return std::nullopt;
     return exceeded != 0;
-}
-
-std::optional<bool> ATASmartController::isFailing(system::PlugInHandle pluginInterfaceHandle) const
-{
-    const PlugInSession<SmartInterface> session(pluginInterfaceHandle, kIOATASMARTInterfaceID);
-    return ata::isFailing(session.interface());
 }
 
 ATASmartObject ATASmartController::getSmartData(const Drive& drive, system::PlugInHandle pluginInterfaceHandle) const

@@ -76,14 +76,6 @@ std::string hexadecimal(std::uint64_t number, std::size_t leastDigits)
     return "0x" + std::string(leastDigits - std::min(digits, leastDigits), '0').append(buffer.begin(), result.ptr);
 }
 
-ata_attr_raw_format formatOf(const ATASmartAttributeDefinition& definition, std::uint8_t attributeId)
-{
-    if (definition.format != none)
-        return definition.format;
-    const auto& byDefault = getDefaultDefinitions()[attributeId];
-    return byDefault && byDefault->format != none ? byDefault->format : raw48;
-}
-
 /// The number in its format, before any unit.
 std::string plainText(ata_attr_raw_format format, std::uint64_t number, const std::array<std::uint8_t, 6>& raw)
 {
@@ -166,13 +158,27 @@ std::string withUnit(std::string text, std::string_view rawName)
 
 } // namespace
 
+std::uint64_t rawNumber(const IOATASmartAttribute& attribute, const ATASmartAttributeDefinition& definition)
+{
+    return numberInOrder(definition.byteorder.empty() ? defaultByteOrder(definition.format)
+                                                      : std::string_view(definition.byteorder),
+                         attribute);
+}
+
+ata_attr_raw_format rawFormat(const ATASmartAttributeDefinition& definition, std::uint8_t attributeId)
+{
+    if (definition.format != none)
+        return definition.format;
+    const auto& byDefault = getDefaultDefinitions()[attributeId];
+    return byDefault && byDefault->format != none ? byDefault->format : raw48;
+}
+
 std::string formatSmartValue(const IOATASmartAttribute& attribute, const ATASmartAttributeDefinition& definition,
                              std::string_view rawName)
 {
-    const std::string_view byteOrder =
-        definition.byteorder.empty() ? defaultByteOrder(definition.format) : std::string_view(definition.byteorder);
-    const std::uint64_t number = numberInOrder(byteOrder, attribute);
-    return withUnit(plainText(formatOf(definition, attribute.attributeId), number, attribute.rawvalue), rawName);
+    return withUnit(
+        plainText(rawFormat(definition, attribute.attributeId), rawNumber(attribute, definition), attribute.rawvalue),
+        rawName);
 }
 
 std::string_view GetDefaultAttributeName(std::uint8_t id, bool isSSD, const ATASmartAttributeDefinitions& defaults)

@@ -72,8 +72,8 @@ std::optional<UsbBridge> bridgeIn(const DriveTable& table, const std::string& pr
 std::optional<UsbBridge> usbBridge(std::uint16_t vendor, std::uint16_t product, std::uint16_t version)
 {
     std::vector<const DriveTable*> tables = driveTables();
-    std::ranges::stable_partition(
-        tables, [](const DriveTable* table) { return table->rows.data() != builtin_knowndrives.data(); });
+    std::stable_partition(tables.begin(), tables.end(),
+                          [](const DriveTable* table) { return table->rows.data() != builtin_knowndrives.data(); });
     const std::string id = hexadecimal(vendor) + ':' + hexadecimal(product);
     for (const DriveTable* const table : tables) {
         if (auto bridge = bridgeIn(*table, id, hexadecimal(version)))

@@ -4,6 +4,7 @@
 #include "vantorel/compression/CompressionStream.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -34,10 +35,64 @@ public:
     compression_stream record;
 };
 
-/// How much to set aside for a result of which `size` bytes are there, so that it is seldom moved: what the stream
-/// claims its whole size to be; or else the rest of the input is taken to become what it became so far, up to four
-/// times its size. Both are believed within limits: nothing large is set aside before much came out, and nothing huge
-/// ever.
+/// No larger block is set aside, however large one is asked for.
+constexpr std::size_t mostOfABlock = 65536;
+
+/// What a stream puts its blocks into: the result, and room behind the block that the stream may write.
+class Growth {
+public:
+    explicit Growth(std::size_t blockSize) : blockSize_(blockSize) {}
+
+    /// Where the next block goes. `likely` is what the whole result may come to.
+    std::uint8_t* block(std::size_t likely)
+    {
+        if (size_ == 0 && likely <= blockSize_)
+            return small();
+        const std::size_t room = blockSize_ + COMPRESSION_STREAM_AHEAD;
+        if (result_.size() < size_ + room) {
+            // Cleared as it comes into use, in pieces that are small enough to be still in the processor's cache.
+            const std::size_t piece = room + COMPRESSION_STREAM_AHEAD;
+            if (result_.capacity() < size_ + piece)
+                result_.reserve(std::max(likely, size_ + size_ / 2) + piece);
+            if (small_)
+                result_.assign(small_.get(), small_.get() + room);
+            small_.reset();
+            result_.resize(size_ + piece);
+        }
+        return result_.data() + size_;
+    }
+
+    /// Declares the first `count` bytes of the block put out.
+    void grow(std::size_t count) { size_ += count; }
+    [[nodiscard]] std::size_t size() const { return size_; }
+
+    Data finish()
+    {
+        if (small_)
+            return {small_.get(), small_.get() + size_};
+        result_.resize(size_);
+        if (result_.capacity() / 2 > size_)
+            result_.shrink_to_fit();
+        return std::move(result_);
+    }
+
+private:
+    /// Memory that need not be cleared, for a result of one block.
+    std::uint8_t* small()
+    {
+        small_ = std::make_unique_for_overwrite<std::uint8_t[]>(blockSize_ + COMPRESSION_STREAM_AHEAD);
+        return small_.get();
+    }
+
+    std::size_t blockSize_;
+    std::size_t size_ = 0;
+    std::unique_ptr<std::uint8_t[]> small_;
+    Data result_;
+};
+
+/// What a result may come to of which `size` bytes are there: what the stream claims; or else the rest of the input is
+/// taken to become what it became so far, up to four times its size. Both are believed within limits: nothing large is
+/// set aside before much came out, and nothing huge ever.
 std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inputUsed, std::size_t inputLeft)
 {
     constexpr double atFirst = 512 << 10;
@@ -47,7 +102,7 @@ std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inpu
     const double rate = inputUsed == 0 ? mostRate : std::min(1.02 * known / static_cast<double>(inputUsed), mostRate);
     const double likely = claimed > 0 ? static_cast<double>(claimed) : known + rate * static_cast<double>(inputLeft);
     const double trusted = atFirst + (claimed > 0 ? 64 : 16) * std::min(known, much);
-    return static_cast<std::size_t>(std::max(1.5 * known, std::min(likely, trusted)));
+    return static_cast<std::size_t>(std::min(likely, trusted));
 }
 
 Data process(DataView data, CompressionAlgorithm algorithm, Operation operation, std::ptrdiff_t bufferSize)
@@ -56,37 +111,25 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
         throw CompressionError(CompressionError::emptyData);
     if (bufferSize <= 0)
         throw CompressionError(CompressionError::initError);
-    const auto blockSize = static_cast<std::size_t>(bufferSize);
+    const std::size_t blockSize = std::min(static_cast<std::size_t>(bufferSize), mostOfABlock);
     const int flags = operation == Operation::compression ? COMPRESSION_STREAM_FINALIZE : 0;
 
-    Data result;
     Stream stream(algorithm, operation);
     compression_stream& record = stream.record;
     record.src_ptr = data.data();
     record.src_size = data.size();
     const std::uint64_t claimed = compression_stream_claimed_size(&record);
-    for (std::size_t size = 0;;) {
-        // The block lies at the end of what was put out, so that its bytes need not be moved once more.
-        if (const std::size_t room = blockSize + COMPRESSION_STREAM_AHEAD; result.size() - size < room) {
-            // Cleared as it comes into use, in pieces that are small enough to be still in the processor's cache.
-            const std::size_t piece = room + COMPRESSION_STREAM_AHEAD;
-            if (result.capacity() - size < piece)
-                result.reserve(piece + likelySize(size, claimed, data.size() - record.src_size, record.src_size));
-            result.resize(size + piece);
-        }
-        record.dst_ptr = result.data() + size;
+    for (Growth growth(blockSize);;) {
+        record.dst_ptr =
+            growth.block(likelySize(growth.size(), claimed, data.size() - record.src_size, record.src_size));
         record.dst_size = blockSize;
         const compression_status status = compression_stream_process(&record, flags);
         // A block that is not full although the stream goes on: the input stops before the end of its stream.
         if (status == COMPRESSION_STATUS_ERROR || (status == COMPRESSION_STATUS_OK && record.dst_size > 0))
             throw CompressionError(CompressionError::processError);
-        size += blockSize - record.dst_size;
-        if (status == COMPRESSION_STATUS_END) {
-            result.resize(size);
-            if (result.capacity() / 2 > size)
-                result.shrink_to_fit();
-            return result;
-        }
+        growth.grow(blockSize - record.dst_size);
+        if (status == COMPRESSION_STATUS_END)
+            return growth.finish();
     }
 }
 

@@ -62,41 +62,44 @@ private:
     Step next(Stage stage)
     {
         stage_ = stage;
-        gathered_.clear();
         return Step::onward;
     }
 
     Step readHeader(compression_stream& stream)
     {
-        if (!gathered_.gather(stream, sizeof(le32)))
+        const std::uint8_t* bytes = gathered_.look(stream, sizeof(le32));
+        if (!bytes)
             return Step::starved;
-        const std::uint32_t magic = *readRecord<le32>(gathered_.view());
-        if (magic == endMagic)
+        switch (*readRecord<le32>({bytes, sizeof(le32)})) {
+        case endMagic:
+            gathered_.pass(stream, sizeof(le32));
             return Step::ended;
-        if (magic == storedMagic) {
-            if (!gathered_.gather(stream, sizeof(StoredHeader)))
+        case storedMagic:
+            if (bytes = gathered_.look(stream, sizeof(StoredHeader)); !bytes)
                 return Step::starved;
-            plainSize_ = readRecord<StoredHeader>(gathered_.view())->size;
+            plainSize_ = readRecord<StoredHeader>({bytes, sizeof(StoredHeader)})->size;
+            gathered_.pass(stream, sizeof(StoredHeader));
             return next(Stage::stored);
+        case compressedMagic: {
+            if (bytes = gathered_.look(stream, sizeof(CompressedHeader)); !bytes)
+                return Step::starved;
+            const auto header = *readRecord<CompressedHeader>({bytes, sizeof(CompressedHeader)});
+            gathered_.pass(stream, sizeof header);
+            plainSize_ = header.plainSize;
+            encodedSize_ = header.encodedSize;
+            sequences_.begin(encodedSize_, plainSize_);
+            return next(plainSize_ <= largestWhole && encodedSize_ <= largestEncoded ? Stage::whole : Stage::inPieces);
         }
-        if (magic != compressedMagic)
+        default:
             return Step::damaged;
-        if (!gathered_.gather(stream, sizeof(CompressedHeader)))
-            return Step::starved;
-        const auto header = *readRecord<CompressedHeader>(gathered_.view());
-        plainSize_ = header.plainSize;
-        encodedSize_ = header.encodedSize;
-        sequences_.begin(encodedSize_, plainSize_);
-        return next(plainSize_ <= largestWhole && encodedSize_ <= largestEncoded ? Stage::whole : Stage::inPieces);
+        }
     }
 
     Step expandWhole(compression_stream& stream)
     {
-        // Straight out of the source when the block lies there whole.
-        const bool direct = gathered_.view().empty() && stream.src_size >= encodedSize_;
-        if (!direct && !gathered_.gather(stream, encodedSize_))
+        const std::uint8_t* const encoded = gathered_.look(stream, encodedSize_);
+        if (!encoded)
             return Step::starved;
-        const std::uint8_t* const encoded = direct ? stream.src_ptr : gathered_.view().data();
         const std::size_t known = std::min(window_.historySize(), reach);
         const int size = LZ4_decompress_safe_usingDict(
             reinterpret_cast<const char*>(encoded), reinterpret_cast<char*>(window_.next()),
@@ -104,10 +107,7 @@ private:
             reinterpret_cast<const char*>(window_.next() - known), static_cast<int>(known));
         if (size < 0 || static_cast<std::uint32_t>(size) != plainSize_)
             return Step::damaged;
-        if (direct) {
-            stream.src_ptr += encodedSize_;
-            stream.src_size -= encodedSize_;
-        }
+        gathered_.pass(stream, encodedSize_);
         window_.grow(plainSize_);
         return next(Stage::header);
     }

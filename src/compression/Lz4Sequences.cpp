@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::uint8_t lengthGoesOn = 15; // a length field of the token that is followed by more bytes
 constexpr std::uint8_t byteGoesOn = 255;
-constexpr std::uint32_t shortestMatch = 4;
+constexpr std::uint8_t shortestMatch = 4;
 
 } // namespace
 
@@ -44,9 +44,56 @@ bool Sequences::readByte(std::uint8_t byte)
     return run_ <= plainLeft_;
 }
 
+/// Expands whole sequences as long as they lie far from the ends of everything: of the block, the source, the room. The
+/// first that is not so, or damaged, is left to be read step by step. Says how many bytes it appended.
+std::size_t Sequences::decodeWhole(compression_stream& stream, SlidingWindow& window, std::size_t room)
+{
+    constexpr std::ptrdiff_t margin = 32; // of source, so that a sequence without long lengths may be read at once
+    const std::uint8_t* in = stream.src_ptr;
+    const std::uint8_t* const inEnd = in + std::min<std::size_t>(stream.src_size, encodedLeft_);
+    const std::uint8_t* const oldest = window.history();
+    std::uint8_t* const start = window.next();
+    std::uint8_t* to = start;
+    const std::uint8_t* const end = start + std::min<std::size_t>(room, plainLeft_);
+    const auto readLength = [inEnd](const std::uint8_t*& from, std::ptrdiff_t length) {
+        for (std::uint8_t byte = byteGoesOn; byte == byteGoesOn && inEnd - from >= margin; length += byte)
+            byte = *from++;
+        return length;
+    };
+    while (inEnd - in >= margin) {
+        const std::uint8_t* from = in + 1;
+        std::ptrdiff_t literals = *in >> 4;
+        std::ptrdiff_t length = *in & 15;
+        if (literals == lengthGoesOn)
+            literals = readLength(from, literals);
+        if (literals > inEnd - from - margin || literals > end - to)
+            break;
+        copyInSteps<16>(to, from, static_cast<std::size_t>(literals));
+        from += literals;
+        const std::size_t distance = from[0] | std::size_t{from[1]} << 8;
+        from += 2;
+        if (length == lengthGoesOn)
+            length = readLength(from, length);
+        length += shortestMatch;
+        std::uint8_t* const match = to + literals;
+        if (inEnd - from < margin || length > end - match || distance - 1 >= static_cast<std::size_t>(match - oldest))
+            break;
+        repeatBytes(match, distance, static_cast<std::size_t>(length));
+        to = match + length;
+        in = from;
+    }
+    encodedLeft_ -= static_cast<std::uint32_t>(passSource(stream, static_cast<std::size_t>(in - stream.src_ptr)));
+    const auto count = static_cast<std::size_t>(to - start);
+    plainLeft_ -= static_cast<std::uint32_t>(count);
+    window.grow(count);
+    return count;
+}
+
 Sequences::Result Sequences::decode(compression_stream& stream, SlidingWindow& window, std::size_t room)
 {
     for (;;) {
+        if (phase_ == Phase::token)
+            room -= decodeWhole(stream, window, room);
         if (phase_ == Phase::match) {
             if (!window.reaches(distance_))
                 return Result::damaged;

@@ -22,6 +22,7 @@ public:
 private:
     enum class Phase { token, literalLength, literals, distanceLow, distanceHigh, matchLength, match };
 
+    std::size_t decodeWhole(compression_stream& stream, SlidingWindow& window, std::size_t room);
     bool readByte(std::uint8_t byte);
 
     Phase phase_ = Phase::token;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Codec.h"
+#include "FastCopy.h"
 
 #include <cassert>
 #include <cstddef>
@@ -60,32 +61,12 @@ public:
         grow(count);
     }
 
-    /// Like `append`, but may read up to `overshoot` bytes behind the `count` it takes.
-    void appendFast(const std::uint8_t* from, std::size_t count)
-    {
-        std::uint8_t* to = next();
-        grow(count);
-        copyInSteps<16>(to, from, count);
-    }
-
     /// Appends `count` bytes, at most `room()`, from `distance` bytes back; `reaches(distance)` holds. Bytes that the
     /// copy itself writes are read again when it overlaps them.
     void copyMatch(std::size_t distance, std::size_t count)
     {
-        std::uint8_t* to = next();
-        const std::uint8_t* from = to - distance;
+        repeatBytes(next(), distance, count);
         grow(count);
-        if (distance >= 16)
-            return copyInSteps<16>(to, from, count);
-        if (distance >= 8)
-            return copyInSteps<8>(to, from, count);
-        // A short period: what was copied so far doubles what can be copied at once.
-        for (; count > distance; distance *= 2) {
-            std::memcpy(to, from, distance);
-            to += distance;
-            count -= distance;
-        }
-        std::memcpy(to, from, count);
     }
 
     /// Hands out what the destination takes.
@@ -107,21 +88,7 @@ public:
         taken_ = end_ = reach_;
     }
 
-    static constexpr std::size_t overshoot = 32;
-
 private:
-    /// Copies `count` bytes in whole steps, the last of which may reach past the end.
-    template <std::size_t step>
-    static void copyInSteps(std::uint8_t* to, const std::uint8_t* from, std::size_t count)
-    {
-        const std::uint8_t* const end = to + count;
-        do {
-            std::memcpy(to, from, step);
-            to += step;
-            from += step;
-        } while (to < end);
-    }
-
     std::size_t reach_;
     std::size_t capacity_;
     std::size_t taken_ = 0;

@@ -9,27 +9,47 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace vantorel::system::compression {
 
-/// Bytes of the source that are only of use together, kept until all of them are here.
+/// Bytes of the source that are only of use together. They are read where they lie when the source has all of them, and
+/// else kept until all of them are here.
 class Gathered {
 public:
     /// `slack` bytes behind the capacity may be read, whatever they hold.
-    explicit Gathered(std::size_t capacity, std::size_t slack = 0)
-        : capacity_(capacity), bytes_(std::make_unique<std::uint8_t[]>(capacity + slack))
-    {}
+    explicit Gathered(std::size_t capacity, std::size_t slack = 0) : capacity_(capacity), slack_(slack) {}
 
     /// Takes from the source until `count` bytes, at most the capacity, are here; whether they are.
     bool gather(compression_stream& stream, std::size_t count)
     {
         assert(count <= capacity_);
-        if (size_ < count)
-            size_ += takeSource(stream, bytes_.get() + size_, count - size_);
+        if (size_ >= count)
+            return true;
+        if (count > allocated_)
+            allocate(count);
+        size_ += takeSource(stream, bytes_.get() + size_, count - size_);
         return size_ >= count;
     }
 
-    /// Drops the first `count` bytes.
+    /// The next `count` bytes: in the source, if nothing was gathered and it goes on for `behind` bytes more; gathered
+    /// otherwise; null as long as they are not all there. They are not used up before they are passed.
+    [[nodiscard]] const std::uint8_t* look(compression_stream& stream, std::size_t count, std::size_t behind = 0)
+    {
+        if (size_ == 0 && stream.src_size >= count + behind)
+            return stream.src_ptr;
+        return gather(stream, count) ? bytes_.get() : nullptr;
+    }
+
+    /// Uses up what `look` gave for the same count.
+    void pass(compression_stream& stream, std::size_t count)
+    {
+        if (size_ == 0)
+            passSource(stream, count);
+        clear();
+    }
+
+    /// Drops the first `count` bytes gathered.
     void drop(std::size_t count)
     {
         size_ -= count;
@@ -37,11 +57,24 @@ public:
     }
 
     void clear() { size_ = 0; }
+    [[nodiscard]] bool empty() const { return size_ == 0; }
     [[nodiscard]] DataView view() const { return {bytes_.get(), size_}; }
-    [[nodiscard]] std::size_t capacity() const { return capacity_; }
 
 private:
+    /// Headers alone need little, so the whole capacity is not set aside before a payload is gathered.
+    void allocate(std::size_t count)
+    {
+        constexpr std::size_t little = 1024;
+        allocated_ = count <= little ? std::min(little, capacity_) : capacity_;
+        auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(allocated_ + slack_);
+        if (size_ > 0)
+            std::memcpy(bytes.get(), bytes_.get(), size_);
+        bytes_ = std::move(bytes);
+    }
+
     std::size_t capacity_;
+    std::size_t slack_;
+    std::size_t allocated_ = 0;
     std::size_t size_ = 0;
     std::unique_ptr<std::uint8_t[]> bytes_;
 };

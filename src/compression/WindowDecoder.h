@@ -34,7 +34,7 @@ protected:
     /// `room`: what `decode` finds free in the window each time; `spare`: so much more before its contents are moved.
     WindowDecoder(std::size_t reach, std::size_t room, std::size_t spare) : window_(reach, room + spare), room_(room)
     {
-        assert(room + SlidingWindow::overshoot <= COMPRESSION_STREAM_AHEAD);
+        assert(room + overshoot <= COMPRESSION_STREAM_AHEAD);
     }
 
     enum class Step {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/nvme/NVMeSmartController.h"
 
-#include "NvmeResult.h"
+#include "MakeResult.h"
 #include "vantorel/base/Text.h"
-#include "vantorel/nvme/NVMeFormat.h"
+#include "vantorel/nvme/NvmeFormat.h"
 
 #include <algorithm>
 
@@ -11,29 +11,11 @@ namespace vantorel {
 
 namespace {
 
-/// What a result lists, in this order. The critical warning is told by the assessment instead.
-constexpr std::string_view listedKeys[] = {
-    "Temperature",
-    "AvailableSpare",
-    "AvailableSpareThreshold",
-    "PercentageUsed",
-    "DataUnitsRead",
-    "DataUnitsWritten",
-    "HostReadCommands",
-    "HostWriteCommands",
-    "ControllerBusyTime",
-    "PowerCycles",
-    "PowerOnHours",
-    "UnsafeShutdowns",
-    "MediaAndDataIntegrityErrors",
-    "ErrorInformationLogEntries",
-};
-
+/// The critical warning, which is first, is told by the assessment instead.
 std::vector<NVMeSmartValue> processSmartLog(const NVMeSMARTLog& log)
 {
     std::vector<NVMeSmartValue> values;
-    values.reserve(std::size(listedKeys));
-    for (const std::string_view key : listedKeys)
+    for (const std::string_view key : nvmeLogKeys().subspan(1))
         values.push_back(processSmartValue(key, log));
     return values;
 }

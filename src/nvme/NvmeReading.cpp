@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "NvmeReading.h"
 
-#include "NvmeResult.h"
+#include "MakeResult.h"
 #include "vantorel/layouts/NvmeCommands.h"
-#include "vantorel/nvme/NVMePowerStates.h"
 #include "vantorel/nvme/NVMeSmartController.h"
+#include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/platform/IOConstants.h"
 #include "vantorel/platform/PlugInSession.h"
 #include "vantorel/system/Localization.h"

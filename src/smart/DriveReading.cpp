@@ -3,9 +3,9 @@
 
 #include "SmartService.h"
 #include "ata/AtaReading.h"
-#include "ata/AtaResult.h"
+#include "ata/MakeResult.h"
+#include "nvme/MakeResult.h"
 #include "nvme/NvmeReading.h"
-#include "nvme/NvmeResult.h"
 #include "vantorel/platform/IOConstants.h"
 #include "vantorel/platform/PlugInSession.h"
 

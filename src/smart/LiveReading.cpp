@@ -3,7 +3,6 @@
 #include "disks/RegistryWalk.h"
 #include "vantorel/platform/IOConstants.h"
 #include "vantorel/smart/SmartController.h"
-#include "vantorel/system/Installation.h"
 
 namespace vantorel {
 
@@ -46,25 +45,7 @@ NVMeSmartObject SmartController::getNVMeSmartData(const Drive& drive) const
     return nvmeSmartController_.getSmartData(drive, openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }
 
-std::optional<bool> SmartController::isFailing(const Drive& drive) const
-{
-    try {
-        return ataSmartController_.isFailing(openPlugIn(getSmartService(drive), kIOATASMARTUserClientTypeID));
-    } catch (const SmartError&) {
-        return std::nullopt;
-    }
-}
-
-std::optional<system::DriveObstacle> SmartController::whyNotOpened(const Drive& drive) const
-{
-    const system::IOHandle service = getSmartService(drive);
-    std::uint64_t entry = 0;
-    if (!service || system::IORegistryEntryGetRegistryEntryID(service.get(), entry) != system::KERN_SUCCESS)
-        return std::nullopt;
-    return system::machine()->whyNotOpened(entry);
-}
-
-std::vector<NVMeSmartError> SmartController::getNVMeErrorLog(const Drive& drive) const
+std::vector<NVMeSmartError> SmartController::getNvmeErrorLog(const Drive& drive) const
 {
     return nvmeSmartController_.getErrorLog(openPlugIn(getSmartService(drive), kIONVMeSMARTUserClientTypeID));
 }

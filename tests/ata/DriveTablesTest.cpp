@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <map>
+
 namespace vantorel {
 namespace {
 
@@ -86,6 +89,48 @@ TEST(DriveTables, AreAskedInTheOrderOfTheirUse)
     EXPECT_EQ(knownDrive(device("XAPPLE SSD SM0256G")).table->name, "built-in");
     EXPECT_EQ(knownDrive(device("NEW")).table->name, "o2");
     EXPECT_EQ(knownDrive(device("NONE")).attribute(9).definition.name, "Power_On_Hours");
+}
+
+/// The families of a fleet as another reader of the same rows names them; empty for none.
+std::map<std::string, std::string> familiesOfAFleet()
+{
+    std::map<std::string, std::string> families;
+    std::ifstream file(VANTOREL_TEST_DATA "/fleet-families.tsv");
+    for (std::string model, family; std::getline(file, model, '\t') && std::getline(file, family);)
+        families[model] = family;
+    return families;
+}
+
+std::string familyOf(const std::string& model)
+{
+    const drive_settings* const row = knownDrive(device(model)).row;
+    return row ? std::string(row->modelfamily) : "";
+}
+
+TEST(DriveTables, NameTheFamiliesOfAFleetAsSmartctlDoes)
+{
+    const auto families = familiesOfAFleet();
+    ASSERT_EQ(families.size(), 61U);
+    std::map<std::string, std::string> builtIn;
+    for (const auto& [model, family] : families)
+        builtIn[model] = familyOf(model);
+
+    addDriveTable(recentDriveTable(), DriveTableUse::supplement);
+    std::map<std::string, std::string> others;
+    for (const auto& [model, family] : families) {
+        EXPECT_EQ(familyOf(model), builtIn[model].empty() ? family : builtIn[model]);
+        if (familyOf(model) != family)
+            others[model] = familyOf(model);
+    }
+    EXPECT_THAT(others,
+                testing::ElementsAre(testing::Pair("TOSHIBA MG04ACA200E", "Toshiba 3.5\" MG04ACA... Enterprise HDD"),
+                                     testing::Pair("TS32GMTS400", "SiliconMotion based SSDs"),
+                                     testing::Pair("WDC WD20EFRX-68EUZN0", "Western Digital Red")))
+        << "families whose names have changed since";
+
+    addDriveTable(recentDriveTable(), DriveTableUse::override);
+    for (const auto& [model, family] : families)
+        EXPECT_EQ(familyOf(model), family);
 }
 
 TEST(UsbBridges, AreKnownByProductAndWhereRowsDifferByVersion)

@@ -18,6 +18,7 @@ TEST(DatabaseCommand, ShowsTheRowAndEveryResolvedDefinition)
     EXPECT_EQ(run.status, 0);
     const Json row = Json::parse(run.out);
     EXPECT_EQ(row["row"], 92);
+    EXPECT_EQ(row["table"], Json::parse(R"({"name":"built-in","revision":"4591 2017-11-04 22:40:53Z"})"));
     EXPECT_EQ(row["modelfamily"], "");
     EXPECT_EQ(row["firmwareregexp"], "RM100-08");
     EXPECT_EQ(row["presets"], "-v 9,halfminutes -F samsung");
@@ -28,10 +29,18 @@ TEST(DatabaseCommand, ShowsTheRowAndEveryResolvedDefinition)
     EXPECT_EQ(row["definitions"][9]["source"], "default");
 }
 
+TEST(DatabaseCommand, ANewerTableKnowsWhatTheBuiltInOneDoesNot)
+{
+    const auto run = runCommand("db show 'WDC WUH721818ALE6L4'");
+    EXPECT_THAT(run.out, testing::StartsWith("Table       recent, 7.5 2026-08-19\nRow         316\n"
+                                             "Family      Western Digital Ultrastar DC HC550\n"));
+    EXPECT_THAT(run.out, HasSubstr("\nFirmware    (any)\nPresets     (none)\n\n ID  Name"));
+}
+
 TEST(DatabaseCommand, AModelOfNoRowHasNulls)
 {
     const Json row = Json::parse(runCommand("db show 'No Such Drive' --json").out);
-    for (const char* key : {"row", "modelfamily", "modelregexp", "firmwareregexp", "warningmsg", "presets"})
+    for (const char* key : {"row", "modelfamily", "modelregexp", "firmwareregexp", "warningmsg", "presets", "table"})
         EXPECT_TRUE(row.at(key).is_null()) << key;
     EXPECT_EQ(row["definitions"].size(), 64U);
     EXPECT_THAT(runCommand("db show 'No Such Drive'").out, HasSubstr("No row matches"));
@@ -40,23 +49,27 @@ TEST(DatabaseCommand, AModelOfNoRowHasNulls)
 TEST(DatabaseCommand, SearchesEveryColumnInAnyCase)
 {
     EXPECT_THAT(runCommand("db search 'APPLE ssd SM'").out, HasSubstr("No row holds"));
-    EXPECT_THAT(runCommand("db search unknown_APPLE").out, HasSubstr("  4  Apple SD/SM/TS...E/F/G SSDs"));
-    EXPECT_THAT(runCommand("db search 'usb: ; ali'").out, HasSubstr("480"));
+    EXPECT_THAT(runCommand("db search unknown_APPLE").out,
+                testing::ContainsRegex("built-in +4  Apple SD/SM/TS...E/F/G SSDs .*\nrecent +10  Apple"));
+    EXPECT_THAT(runCommand("db search 'usb: ; ali'").out,
+                testing::ContainsRegex("built-in  480  USB: ; ALi .*\nrecent +598  USB: ; ALi"));
 }
 
 TEST(DatabaseCommand, LintNamesRowsThatAreNeverReached)
 {
     const auto run = runCommand("db lint");
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.out,
-                HasSubstr("row 9 (Micron M500DC/M510DC Enterprise SSDs): every drive that it describes is matched "
-                          "earlier, by row 8\n"));
-    EXPECT_THAT(run.out, HasSubstr("681 rows, 3 findings"));
+    EXPECT_THAT(
+        run.out,
+        HasSubstr("built-in: row 9 (Micron M500DC/M510DC Enterprise SSDs): every drive that it describes is matched "
+                  "earlier, by row 8\n"));
+    EXPECT_THAT(run.out, HasSubstr("built-in, 4591 2017-11-04 22:40:53Z: 681 rows, 3 findings\n"));
 }
 
 TEST(DatabaseCommand, TheVersionTellsTheTablesRevision)
 {
-    EXPECT_EQ(runCommand("--version").out, "vantorel 0.1.0\ndrive table drivedb.h 4591 2017-11-04 22:40:53Z\n");
+    EXPECT_EQ(runCommand("--version").out, "vantorel 0.1.0\ndrive table: built-in, revision 4591 2017-11-04 22:40:53Z\n"
+                                           "drive table: recent, revision 7.5 2026-08-19\n");
 }
 
 } // namespace

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/RunCommand.h"
 #include "support/TestData.h"
+#include "vantorel/base/Base64.h"
 #include "vantorel/smart/records/RecordJson.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace vantorel {
 namespace {
 
+using Json = nlohmann::ordered_json;
 using test::runCommand;
 using testing::HasSubstr;
 using testing::Not;
@@ -21,46 +24,71 @@ std::string decodeAta(const std::string& drive)
     return "decode ata " + data + "ata/" + drive + "/data.bin " + data + "ata/" + drive + "/thresholds.bin ";
 }
 
-TEST(DecodeCommand, PrintsTheResultsOwnJsonAndNothingElse)
+TEST(DecodeCommand, PrintsVerdictTypedValuesAndTheRecordInOneDocument)
 {
-    const auto run = runCommand(decodeAta("intel-x25m") + "--model 'INTEL SSDSA2MH080G1GC' --ssd --json");
-    EXPECT_EQ(run.status, 32) << "old-age attributes at their thresholds";
+    const auto run = runCommand(decodeAta("wd-aaks") + "--model 'WDC WD5000AAKS-00TMA0' --json --raw");
+    EXPECT_EQ(run.status, 16);
     EXPECT_EQ(run.err, "");
-    const auto result = fromJson<ATASmartObject>(run.out);
-    EXPECT_EQ(result.smartValues.size(), 12U);
-    EXPECT_EQ(result.health, 99U);
-    EXPECT_EQ(result.rawThresholds, test::readTestData("ata/intel-x25m/thresholds.bin"));
+    const Json document = Json::parse(run.out);
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : document.items())
+        keys.push_back(key);
+    EXPECT_THAT(keys, testing::ElementsAre("format", "status", "verdict", "knownAs", "attributes", "record", "raw"));
+    EXPECT_EQ(document["format"], 1);
+    EXPECT_EQ(document["status"], 16);
+    EXPECT_EQ(document["verdict"]["level"], "atRisk");
+    EXPECT_EQ(document["verdict"]["reasons"][0]["value"]["number"], 529);
+    EXPECT_EQ(document["knownAs"]["table"], "built-in");
+    EXPECT_EQ(document["knownAs"]["family"], "Western Digital Caviar Blue (SATA)");
+    EXPECT_EQ(document["attributes"][1]["id"], 3);
+    EXPECT_EQ(document["attributes"][1]["value"]["unit"], "milliseconds");
+    const auto record = fromJson<ATASmartObject>(document["record"].dump());
+    EXPECT_EQ(record.smartValues.size(), document["attributes"].size());
+    EXPECT_EQ(record.rawThresholds, test::readTestData("ata/wd-aaks/thresholds.bin"));
+    EXPECT_EQ(document["raw"], (Json{{"data", base::base64(test::readTestData("ata/wd-aaks/data.bin"))},
+                                     {"thresholds", base::base64(*record.rawThresholds)}}));
 }
 
-TEST(DecodeCommand, ShowsFailingLinesMarkedAndWithoutColourInAPipe)
+TEST(DecodeCommand, LeadsWithTheVerdictAndMarksWhatItNames)
 {
-    const auto run = runCommand(decodeAta("wd-2500jb") + "--model 'WDC WD2500JB-00REA0'");
-    EXPECT_EQ(run.status, 32);
-    EXPECT_THAT(run.out, StartsWith("WDC WD2500JB-00REA0\nFamily      Western Digital Caviar SE\nHealth      93 %\n"));
-    EXPECT_THAT(run.out, HasSubstr("\n!    3  Spin Up Time"));
+    const auto run = runCommand(decodeAta("wd-aaks") + "--model 'WDC WD5000AAKS-00TMA0'");
+    EXPECT_THAT(run.out, StartsWith("WDC WD5000AAKS-00TMA0\nVerdict     at risk\n            - 529 sectors wait"));
+    EXPECT_THAT(run.out, HasSubstr("\nFamily      Western Digital Caviar Blue (SATA) (table built-in, row 426)"));
+    EXPECT_THAT(run.out, HasSubstr("\n!    5  Reallocated Sector Count"));
+    EXPECT_THAT(run.out, HasSubstr("\n     9  Power On Hours"));
     EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
-    EXPECT_EQ(runCommand(decodeAta("maxtor-60") + "--model X").status, 0);
+
+    // What the record calls failed and the verdict does not is told, with the reason why.
+    const auto old = runCommand(decodeAta("wd-2500jb") + "--model 'WDC WD2500JB-00REA0'");
+    EXPECT_THAT(old.out, HasSubstr("Set aside   - "));
+    EXPECT_THAT(old.out, HasSubstr("failedInPast"));
+    EXPECT_EQ(runCommand(decodeAta("intel-x25m") + "--ssd --model X").status, 0);
 }
 
 TEST(DecodeCommand, ATextOfTheUserCannotDriveTheTerminal)
 {
     const auto run = runCommand(decodeAta("maxtor-60") + "--model \"$(printf 'A\\033[31mB\\302\\233C\\377')\"");
     EXPECT_THAT(run.out, StartsWith("A [31mB C\uFFFD\n"));
-    EXPECT_EQ(runCommand(decodeAta("maxtor-60") + "--json --model \"$(printf '\\377')\"").status, 0);
+    const auto json = runCommand(decodeAta("maxtor-60") + "--json --model \"$(printf '\\377')\"");
+    EXPECT_EQ(Json::parse(json.out)["record"]["deviceInfo"]["model"], "\uFFFD");
 }
 
 TEST(DecodeCommand, FillsTheIdentityFromControllerData)
 {
     const auto run =
         runCommand("decode nvme " + data + "nvme/smart.bin --json --identify " + data + "nvme/identify.bin");
-    EXPECT_EQ(run.status, 0);
-    const auto info = fromJson<NVMeSmartObject>(run.out).deviceInfo;
+    EXPECT_EQ(run.status, 32) << "an emulated drive whose reserve is gone";
+    const Json document = Json::parse(run.out);
+    EXPECT_FALSE(document.contains("knownAs"));
+    EXPECT_FALSE(document.contains("raw"));
+    const auto info = fromJson<NVMeSmartObject>(document["record"].dump()).deviceInfo;
     EXPECT_EQ(info.model, "QEMU NVMe Ctrl");
     EXPECT_EQ(info.serial, "VTNVME0003");
     EXPECT_EQ(info.powerStates.at(0).maxPower, "25.0W");
-    EXPECT_EQ(
-        fromJson<NVMeSmartObject>(runCommand("decode nvme --json " + data + "nvme/smart.bin").out).deviceInfo.serial,
-        "Unkown");
+    const Json saved = Json::parse(runCommand("decode nvme --json --raw " + data + "nvme/smart.bin").out);
+    EXPECT_EQ(saved["record"]["deviceInfo"]["serial"], "Unkown");
+    EXPECT_EQ(saved["record"]["rawData"], "");
+    EXPECT_EQ(saved["raw"], (Json{{"data", base::base64(test::readTestData("nvme/smart.bin"))}}));
 }
 
 TEST(DecodeCommand, ACriticalWarningIsTheExitStatus)
@@ -69,7 +97,7 @@ TEST(DecodeCommand, ACriticalWarningIsTheExitStatus)
     const std::string log = folder.write("log", std::string(1, '\x04') + std::string(511, '\0'));
     const auto run = runCommand("decode nvme " + log);
     EXPECT_EQ(run.status, 8);
-    EXPECT_THAT(run.out, HasSubstr("Status      failed\nAssessment  The NVM subsystem reliability has degraded"));
+    EXPECT_THAT(run.out, HasSubstr("\nVerdict     FAILING\n"));
 }
 
 TEST(DecodeCommand, WrongUseIsOneLineAndStatusOne)
@@ -80,7 +108,6 @@ TEST(DecodeCommand, WrongUseIsOneLineAndStatusOne)
     const std::string shortFile = folder.write("short", std::string(511, 'x'));
     const std::string large = folder.write("large", std::string((1 << 20) + 1, 'x'));
     const std::pair<std::string, std::string> cases[] = {
-        {"", "A subcommand is required"},
         {"decode", "A subcommand is required"},
         {"frobnicate", "what is \"frobnicate\"?"},
         {"db show X Y Z", "Z"},

@@ -6,6 +6,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
 namespace vantorel {
 namespace {
 
@@ -21,32 +25,69 @@ const std::string laptop = " --machine " + machines + "laptop";
 TEST(SmartCommand, ShowsEveryDriveAndOrsTheBitsOfAll)
 {
     const auto run = runCommand("smart" + tower);
-    EXPECT_EQ(run.status, 8 | 16 | 32);
-    for (const char* model : {"INTEL SSDSA2MH080G1GC", "WDC WD5000AAKS-00TMA0", "SAMSUNG HD501LJ", "Cruzer Glide"})
-        EXPECT_THAT(run.out, HasSubstr(model));
-    EXPECT_THAT(run.out, HasSubstr("\n!    5  Reallocated Sector Count"));
+    EXPECT_EQ(run.status, 8 | 16);
+    for (const char* head :
+         {"disk0  INTEL SSDSA2MH080G1GC\nVerdict     good\n", "\n\ndisk1  WDC WD5000AAKS-00TMA0\nVerdict     at risk\n",
+          "\n\ndisk2  SAMSUNG HD501LJ\nVerdict     good\n", "\n\ndisk3  Maxtor 96147H8\nVerdict     FAILING\n"})
+        EXPECT_THAT(run.out, HasSubstr(head));
     EXPECT_THAT(run.out, HasSubstr("disk6  Cruzer Glide\nIt has no SMART data.\n"));
     EXPECT_EQ(run.err, "") << "a stick that nobody asked for";
     const auto stick = runCommand("smart disk6" + tower);
     EXPECT_EQ(stick.status, 2);
     EXPECT_EQ(stick.err, "vantorel: disk6: It has no SMART data.\n");
+}
 
-    const auto brief = runCommand("smart disk1 disk3 --brief" + tower);
-    EXPECT_EQ(brief.status, 8 | 16);
-    EXPECT_EQ(std::ranges::count(brief.out, '\n'), 3);
-    EXPECT_THAT(brief.out, HasSubstr("FAILING: Reallocated Sector Count"));
+TEST(CheckCommand, TellsWhichDrivesNeedAHandAndWhy)
+{
+    const std::string expected = test::contentsOf(VANTOREL_TEST_DATA "/command/tower-check.txt");
+    unsetenv("COLUMNS");
+    for (const std::string verb : {"", "check", "smart --brief"}) {
+        const auto run = runCommand(verb + tower);
+        EXPECT_EQ(run.status, 8 | 16) << verb;
+        EXPECT_EQ(run.out, expected) << verb;
+        EXPECT_EQ(run.err, "") << verb;
+    }
+    const auto one = runCommand("check N80T0WER disk6 disk9" + tower);
+    EXPECT_EQ(one.status, 1 | 2 | 8);
+    EXPECT_THAT(one.out, HasSubstr("\n3 drives: 1 failing, 1 no SMART data, 1 no drive\n"));
+    EXPECT_THAT(one.err, testing::AllOf(HasSubstr("disk6: It has no SMART data.\n"), HasSubstr("disk9: There is no")));
+    EXPECT_EQ(runCommand("check disk0 disk2" + tower).status, 0);
+    EXPECT_EQ(Json::parse(runCommand("check --json" + tower).out), Json::parse(runCommand("smart --json" + tower).out));
+}
+
+TEST(CheckCommand, FitsTheScreen)
+{
+    for (const std::size_t width : {20, 40, 66, 67, 80, 120}) {
+        setenv("COLUMNS", std::to_string(width).c_str(), 1);
+        std::istringstream lines(runCommand("check" + tower).out);
+        std::size_t widest = 0;
+        for (std::string line; std::getline(lines, line);) {
+            const auto taken = static_cast<std::size_t>(
+                std::ranges::count_if(line, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+            widest = std::max(widest, taken);
+        }
+        EXPECT_LE(widest, width);
+        EXPECT_GT(widest, width * 3 / 4);
+    }
 }
 
 TEST(SmartCommand, PrintsOneDocumentErrorsIncluded)
 {
     const auto run = runCommand("smart disk0 N80T0WER disk9 --json" + tower);
-    EXPECT_EQ(run.status, 1 | 8 | 16 | 32);
-    const Json drives = Json::parse(run.out)["drives"];
+    EXPECT_EQ(run.status, 1 | 8);
+    const Json document = Json::parse(run.out);
+    EXPECT_EQ(document["format"], 1);
+    EXPECT_EQ(document["status"], 1 | 8);
+    const Json& drives = document["drives"];
     ASSERT_EQ(drives.size(), 3U);
-    EXPECT_EQ(drives[0]["status"], 32);
-    EXPECT_EQ(fromJson<ATASmartObject>(drives[0]["result"].dump()).deviceInfo.model, "INTEL SSDSA2MH080G1GC");
+    EXPECT_EQ(drives[0]["status"], 0);
+    EXPECT_EQ(drives[0]["size"], 80026361856);
+    EXPECT_EQ(drives[0]["verdict"]["level"], "good");
+    EXPECT_EQ(fromJson<ATASmartObject>(drives[0]["record"].dump()).deviceInfo.model, "INTEL SSDSA2MH080G1GC");
     EXPECT_EQ(drives[1]["name"], "disk3");
-    EXPECT_EQ(drives[2], (Json{{"name", "disk9"}, {"status", 1}, {"error", "There is no such drive."}}));
+    EXPECT_EQ(drives[1]["status"], 8);
+    EXPECT_EQ(drives[2],
+              (Json{{"name", "disk9"}, {"status", 1}, {"state", "noDrive"}, {"error", "There is no such drive."}}));
 }
 
 TEST(SmartCommand, AReadThatFailsHidesNoOther)
@@ -61,8 +102,9 @@ TEST(SmartCommand, AReadThatFailsHidesNoOther)
     const Json drives = Json::parse(runCommand("smart disk0 disk1 --json" + machine).out)["drives"];
     EXPECT_EQ(drives[0]["error"], "Unable to get data tresholds.");
     EXPECT_EQ(drives[0]["status"], 4);
-    EXPECT_EQ(drives[1]["status"], 0);
-    EXPECT_TRUE(drives[1].contains("result"));
+    EXPECT_EQ(drives[0]["state"], "failed");
+    EXPECT_EQ(drives[1]["status"], 16);
+    EXPECT_TRUE(drives[1].contains("record"));
 }
 
 TEST(ErrorsCommand, ShowsTheErrorLogNewestFirst)

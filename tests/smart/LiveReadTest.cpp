@@ -314,7 +314,7 @@ TEST_F(LiveReads, EndAtTheFirstCallThatFailsAndLeaveNothing)
     errors.insert(
         {{"GetIdentifyData", {"Unable to read identify data."}}, {"GetLogPage", {"Unable to read error log."}}});
     const auto errorsFailure = [&] {
-        return failureOf([&] { return SmartController::shared().getNVMeErrorLog(*nvmeDrive); });
+        return failureOf([&] { return SmartController::shared().getNvmeErrorLog(*nvmeDrive); });
     };
     sweep(errors, errorsFailure, nothingLeft);
 }
@@ -360,38 +360,6 @@ TEST_F(LiveReads, TellThroughWhatTheDriveItselfDoes)
     EXPECT_EQ(machine->openChannels, 0);
 }
 
-TEST_F(LiveReads, AskTheDriveForItsOwnJudgementAndTheMachineForWhatStandsInTheWay)
-{
-    loadBoth();
-    const auto ata = tracked<Drive>("disk0");
-    const auto nvme = tracked<Drive>("disk1");
-    const SmartController& controller = SmartController::shared();
-    AtaResult told;
-    std::vector<std::uint8_t> features;
-    machine->ataDrives[ataDevice] = [&](const AtaCommand& command) {
-        features.push_back(command.feature);
-        return told;
-    };
-    for (const auto& [status, lba, expected] : {std::tuple(kIOReturnSuccess, 0x2CF400U, std::optional(true)),
-                                                std::tuple(kIOReturnSuccess, 0xC24F00U, std::optional(false)),
-                                                std::tuple(kIOReturnUnsupported, 0x2CF400U, std::optional<bool>())}) {
-        told = {status, 0, lba};
-        EXPECT_EQ(controller.isFailing(*ata), expected);
-    }
-    EXPECT_EQ(features, std::vector<std::uint8_t>(3, 0xDA));
-    EXPECT_EQ(controller.isFailing(*nvme), std::nullopt);
-    machine->openStatus = kIOReturnNotReady;
-    EXPECT_EQ(controller.isFailing(*ata), std::nullopt);
-
-    EXPECT_FALSE(controller.whyNotOpened(*ata));
-    machine->obstacles[ataDevice] = {kIOReturnNotReady, "asleep", "wake it"};
-    ASSERT_TRUE(controller.whyNotOpened(*ata));
-    EXPECT_EQ(controller.whyNotOpened(*ata)->status, kIOReturnNotReady);
-    EXPECT_EQ(controller.whyNotOpened(*ata)->remedy, "wake it");
-    EXPECT_FALSE(controller.whyNotOpened(*nvme));
-    expectNothingLeft();
-}
-
 TEST_F(LiveReads, OfTheErrorLogGiveTheErrorsNewestFirst)
 {
     loadBoth();
@@ -412,7 +380,7 @@ TEST_F(LiveReads, OfTheErrorLogGiveTheErrorsNewestFirst)
         asked = command.read.size();
         return answer(command);
     };
-    const auto errors = SmartController::shared().getNVMeErrorLog(*tracked<Drive>("disk1"));
+    const auto errors = SmartController::shared().getNvmeErrorLog(*tracked<Drive>("disk1"));
     EXPECT_EQ(asked, 256U);
     EXPECT_EQ(errors, (std::vector<NVMeSmartError>{{9, 2, 0x1234, 0x2002}, {8, 2, 0x1234, 6}, {7, 2, 0x1234, 0x4004}}));
     expectNothingLeft();

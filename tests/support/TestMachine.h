@@ -50,7 +50,6 @@ public:
     system::IOReturn openStatus = system::kIOReturnSuccess; ///< of every channel
     std::function<void()> whenOpened;                       ///< called by each opening of a channel
     std::atomic<int> openChannels = 0;
-    std::map<std::uint64_t, system::DriveObstacle> obstacles; ///< by entry
 
     void start(system::MachineEvents& events) override
     {
@@ -81,11 +80,6 @@ public:
     system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override
     {
         return open<system::NvmeChannel, system::NvmeCommand, system::NvmeResult>(nvmeDrives, entry);
-    }
-    std::optional<system::DriveObstacle> whyNotOpened(std::uint64_t entry) override
-    {
-        const auto found = obstacles.find(entry);
-        return found == obstacles.end() ? std::nullopt : std::optional(found->second);
     }
 
 private:

@@ -24,10 +24,6 @@ public:
     /// are switched on in the drive and stay so. The identity is the drive object's. Throws `SmartError` with the text
     /// of the step that failed; nothing partial is given and nothing tried again. Blocks the calling thread.
     [[nodiscard]] ATASmartObject getSmartData(const Drive& drive, system::PlugInHandle pluginInterfaceHandle) const;
-
-    /// Whether the drive itself says that it is failing, asked through a plug-in whose handle is taken over; absent
-    /// when it does not say. Throws `SmartOpenError`. Blocks the calling thread.
-    [[nodiscard]] std::optional<bool> isFailing(system::PlugInHandle pluginInterfaceHandle) const;
 };
 
 } // namespace vantorel

@@ -12,6 +12,13 @@
 /// translations; any thread; nothing here fails.
 namespace vantorel {
 
+/// The number that an attribute's bytes form by the definition's byte order, or by its format's where it has none.
+[[nodiscard]] std::uint64_t rawNumber(const IOATASmartAttribute& attribute,
+                                      const ATASmartAttributeDefinition& definition);
+
+/// The format of a definition: its own, else the default row's for that number, else `raw48`.
+[[nodiscard]] ata_attr_raw_format rawFormat(const ATASmartAttributeDefinition& definition, std::uint8_t attributeId);
+
 /// The text of an attribute's raw value: a number built from the raw bytes by the definition's byte order, printed in
 /// its format, then fitted to the unit that `rawName` announces (`GiB`, `MiB`, `Gigabyte`, `Perc`, `Temperature`).
 [[nodiscard]] std::string formatSmartValue(const IOATASmartAttribute& attribute,

@@ -12,7 +12,7 @@
 namespace vantorel {
 
 /// A 128-bit counter, least significant byte first.
-using NVMeCounter = std::array<std::uint8_t, 16>;
+using NvmeCounter = std::array<std::uint8_t, 16>;
 
 /// The SMART / Health Information log, log page 2.
 struct NVMeSMARTLog {
@@ -22,16 +22,16 @@ struct NVMeSMARTLog {
     std::uint8_t spare_thresh;               ///< percent
     std::uint8_t percent_used;               ///< percent, may exceed 100
     std::array<std::uint8_t, 26> rsvd6;
-    NVMeCounter data_units_read;    ///< units of 1000 blocks of 512 bytes
-    NVMeCounter data_units_written; ///< units of 1000 blocks of 512 bytes
-    NVMeCounter host_reads;         ///< commands
-    NVMeCounter host_writes;        ///< commands
-    NVMeCounter ctrl_busy_time;     ///< minutes
-    NVMeCounter power_cycles;
-    NVMeCounter power_on_hours;
-    NVMeCounter unsafe_shutdowns;
-    NVMeCounter media_errors;
-    NVMeCounter num_err_log_entries;
+    NvmeCounter data_units_read;    ///< units of 1000 blocks of 512 bytes
+    NvmeCounter data_units_written; ///< units of 1000 blocks of 512 bytes
+    NvmeCounter host_reads;         ///< commands
+    NvmeCounter host_writes;        ///< commands
+    NvmeCounter ctrl_busy_time;     ///< minutes
+    NvmeCounter power_cycles;
+    NvmeCounter power_on_hours;
+    NvmeCounter unsafe_shutdowns;
+    NvmeCounter media_errors;
+    NvmeCounter num_err_log_entries;
     le32 warning_temp_time;          ///< minutes
     le32 critical_comp_time;         ///< minutes
     std::array<le16, 8> temp_sensor; ///< kelvin

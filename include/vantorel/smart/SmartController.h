@@ -7,7 +7,6 @@
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/smart/records/SmartError.h"
 #include "vantorel/smart/records/SmartObject.h"
-#include "vantorel/system/Machine.h"
 
 #include <optional>
 #include <string>
@@ -52,13 +51,7 @@ public:
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;
     /// The errors that an NVMe controller keeps, newest first; unused entries are left out.
-    [[nodiscard]] std::vector<NVMeSmartError> getNVMeErrorLog(const Drive& drive) const;
-    /// Whether an ATA drive itself says that it fails: one of its attributes has reached its threshold (SMART RETURN
-    /// STATUS). Absent when the drive does not say, or cannot be asked. Throws nothing.
-    [[nodiscard]] std::optional<bool> isFailing(const Drive& drive) const;
-    /// After a `SmartOpenError`: what stood in the way, such as missing rights or that the drive sleeps. Absent when
-    /// the machine has no more to say. Throws nothing.
-    [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(const Drive& drive) const;
+    [[nodiscard]] std::vector<NVMeSmartError> getNvmeErrorLog(const Drive& drive) const;
 
 private:
     SmartController() = default;

@@ -31,7 +31,10 @@ public:
 private:
     explicit AtaDeclaration(const std::array<std::uint8_t, size>& bytes) : bytes_(bytes) {}
 
-    [[nodiscard]] unsigned word(std::size_t index) const { return bytes_[2 * index] | bytes_[2 * index + 1] << 8U; }
+    [[nodiscard]] unsigned word(std::size_t index) const
+    {
+        return unsigned{bytes_[2 * index]} | unsigned{bytes_[2 * index + 1]} << 8U;
+    }
     /// Whether a word says by its two highest bits that it, and what belongs to it, is filled in.
     [[nodiscard]] bool isFilledIn(std::size_t index) const { return (word(index) & 0xC000U) == 0x4000U; }
     [[nodiscard]] bool declares(std::size_t index, unsigned bit) const;

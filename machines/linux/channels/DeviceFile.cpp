@@ -24,12 +24,19 @@ using namespace system;
 #define BLKGETDISKSEQ _IOR(0x12, 128, std::uint64_t)
 #endif
 
-/// A node changes hands when its device goes and another one comes, and the number may be given again with it.
-bool isStill(const DeviceNode& node, const DeviceFile& file, const struct stat& facts)
+/// A node changes hands when its device goes and another one comes. Its number tells the two apart mostly, and without
+/// opening the wrong one; its disk sequence always.
+bool isStill(const DeviceNode& node, const struct stat& facts)
 {
-    const std::string number = attribute(node, "dev");
-    if (!number.empty() && number != std::to_string(major(facts.st_rdev)) + ':' + std::to_string(minor(facts.st_rdev)))
+    if (!S_ISBLK(facts.st_mode) && !S_ISCHR(facts.st_mode))
         return false;
+    const std::string number = attribute(node, "dev");
+    return number.empty() ||
+           number == std::to_string(major(facts.st_rdev)) + ':' + std::to_string(minor(facts.st_rdev));
+}
+
+bool isStill(const DeviceNode& node, const DeviceFile& file)
+{
     std::uint64_t sequence = 0;
     // Kernels before 5.15 do not know the request, and controllers have no sequence.
     return !node.diskSequence || file.control(BLKGETDISKSEQ, &sequence) != 0 || sequence == *node.diskSequence;
@@ -81,18 +88,19 @@ int DeviceFile::control(unsigned long request, void* argument) const
 
 OpenedFile openNode(const DeviceNode& node)
 {
+    struct stat facts {};
+    if (::stat(node.path.c_str(), &facts) != 0)
+        return {statusOfError(errno), {}};
+    if (!isStill(node, facts))
+        return {kIOReturnNoDevice, {}};
     int descriptor = -1;
     do
         descriptor = ::open(node.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     while (descriptor < 0 && errno == EINTR);
-    DeviceFile file(descriptor);
     if (descriptor < 0)
         return {statusOfError(errno), {}};
-    struct stat facts {};
-    if (::fstat(descriptor, &facts) != 0)
-        return {statusOfError(errno), {}};
-    const bool isDevice = S_ISBLK(facts.st_mode) || S_ISCHR(facts.st_mode);
-    if (!isDevice || !isStill(node, file, facts))
+    DeviceFile file(descriptor);
+    if (!isStill(node, file))
         return {kIOReturnNoDevice, {}};
     return {kIOReturnSuccess, std::move(file)};
 }

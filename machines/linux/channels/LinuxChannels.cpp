@@ -8,6 +8,8 @@
 #include "Obstacles.h"
 #include "UsbBridge.h"
 
+#include <charconv>
+#include <string_view>
 #include <utility>
 
 namespace vantorel::channels {
@@ -47,6 +49,14 @@ constexpr auto notNvme = "The drive takes no NVMe commands.";
 std::string bridgeName(const DeviceNode& node)
 {
     return "Its USB bridge (" + node.usbVendor + ':' + node.usbProduct + ')';
+}
+
+/// Four hexadecimal digits; 0, which is nobody's, for anything else.
+std::uint16_t number(std::string_view digits)
+{
+    std::uint16_t value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+    return error == std::errc() && end == digits.data() + digits.size() ? value : std::uint16_t{0};
 }
 
 /// The disk behind a node, as something that the next disk with this path does not share.
@@ -124,7 +134,9 @@ DriveChannels::Way DriveChannels::wayTo(const DeviceNode& node) const
         return {isAta ? Way::Kind::direct : Way::Kind::none, {}, {}};
     }
     const std::optional<std::string> words =
-        options_.usbBridge ? options_.usbBridge(node.usbVendor, node.usbProduct, node.usbVersion) : std::nullopt;
+        options_.usbBridge
+            ? options_.usbBridge(number(node.usbVendor), number(node.usbProduct), number(node.usbVersion))
+            : std::nullopt;
     if (!words)
         return {Way::Kind::unknownUsb, {.ata = AtaWrapping::sat16}, {}};
     if (const std::optional<UsbBridge> bridge = usbBridgeNamed(*words))

@@ -24,11 +24,11 @@ struct DeviceNode {
     std::string usbVersion;                    ///< `bcdDevice`
 };
 
-/// How a USB bridge is spoken to, in the words of the drive table's `-d`: "sat", "sat,12", "usbjmicron,x",
-/// "sntjmicron/sat", …. The empty text: it carries no commands. Absent: the bridge is not known.
-/// Takes vendor, product and version, each as in `DeviceNode`.
+/// How a USB bridge is spoken to, by its vendor, product and version (`bcdDevice`), in the words of the drive table's
+/// `-d`: "sat", "sat,12", "usbjmicron,x", "sntjmicron/sat", …. The empty text: it carries no commands. Absent: the
+/// bridge is not known.
 using UsbBridgeLookUp =
-    std::function<std::optional<std::string>(const std::string&, const std::string&, const std::string&)>;
+    std::function<std::optional<std::string>(std::uint16_t vendor, std::uint16_t product, std::uint16_t version)>;
 
 struct ChannelOptions {
     bool wake = false; ///< send commands to drives that sleep, too

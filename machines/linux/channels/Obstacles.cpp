@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Obstacles.h"
 
+#include "DeviceFile.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,7 +48,7 @@ std::string missingRights(const DeviceNode& node)
 {
     const bool isNvme = node.path.starts_with("/dev/nvme");
     std::string commands = isNvme ? "its commands take CAP_SYS_ADMIN." : "its commands take CAP_SYS_RAWIO.";
-    if (::access(node.path.c_str(), R_OK) != 0)
+    if (openNode(node).status == kIOReturnNotPrivileged)
         return "There is no read access to " + node.path + ", and " + commands;
     commands.front() = 'I';
     return commands;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "BlockBuilder.h"
 
-#include "Lzvn.h"
+#include "MatchFinder.h"
+#include "compression/FastCopy.h"
 
 #include <algorithm>
 
@@ -12,34 +13,46 @@ namespace {
 /// What stands in the place of a distance where nothing is repeated.
 constexpr std::uint32_t noDistance = 1;
 
-void writePlain(const std::uint8_t* plain, std::uint32_t size, Outgoing& out)
+/// How many matches and literals a block of so much text has at the most.
+std::uint32_t matchesIn(std::uint32_t textSize)
 {
-    out.append(PlainHeader{plainMagic, size});
-    out.append(plain, size);
+    return std::min(maxMatches, textSize / MatchFinder::shortest + textSize / maxLiteralCount + 2);
+}
+std::uint32_t literalsIn(std::uint32_t textSize)
+{
+    return std::min<std::uint32_t>(maxLiterals, textSize + literalLanes);
 }
 
 } // namespace
 
-BlockBuilder::BlockBuilder()
-    : matches_(std::make_unique_for_overwrite<Match[]>(maxMatches)),
-      literals_(std::make_unique_for_overwrite<std::uint8_t[]>(maxLiterals))
+BlockBuilder::BlockBuilder(std::uint32_t textSize)
+    : matches_(std::make_unique_for_overwrite<Match[]>(matchesIn(textSize))),
+      literals_(std::make_unique_for_overwrite<std::uint8_t[]>(literalsIn(textSize) + overshoot))
 {}
+
+std::size_t BlockBuilder::maxBlock(std::uint32_t textSize)
+{
+    return maxEntropyBlock(literalsIn(textSize), matchesIn(textSize));
+}
 
 bool BlockBuilder::add(Run& run)
 {
-    while (run.literals > 0 || run.length > 0) {
+    while (run.bytes) {
         const std::uint32_t literals = std::min(run.literals, maxLiteralCount);
         if (matchCount_ == maxMatches || literalCount_ + literals > maxLiterals)
             return false;
         const std::uint32_t length = literals == run.literals ? std::min(run.length, maxLength) : 0;
         matches_[matchCount_++] = {static_cast<std::uint16_t>(literals), static_cast<std::uint16_t>(length),
                                    length > 0 ? run.distance : noDistance};
-        std::memcpy(literals_.get() + literalCount_, run.bytes, literals);
+        if (literals + overshoot <= run.readable)
+            copyInSteps<16>(literals_.get() + literalCount_, run.bytes, literals);
+        else
+            std::memcpy(literals_.get() + literalCount_, run.bytes, literals);
         literalCount_ += literals;
         plainSize_ += literals + length;
-        run.bytes += literals;
-        run.literals -= literals;
-        run.length -= length;
+        const bool isAll = literals == run.literals && length == run.length;
+        run = {isAll ? nullptr : run.bytes + literals, run.literals - literals, run.length - length, run.distance,
+               run.readable - literals};
     }
     return true;
 }
@@ -52,30 +65,9 @@ void BlockBuilder::finish(const std::uint8_t* plain, Outgoing& out)
     writeEntropyBlock({matches_.get(), matchCount_}, {literals_.get(), literalCount_}, plainSize_, out);
     if (out.size() - before >= sizeof(PlainHeader) + plainSize_) {
         out.cut(before);
-        writePlain(plain, plainSize_, out);
+        out.append(PlainHeader{plainMagic, plainSize_});
+        out.append(plain, plainSize_);
     }
-    clear();
-}
-
-void BlockBuilder::finishShort(const std::uint8_t* plain, Outgoing& out)
-{
-    const std::size_t before = out.size();
-    out.grow(sizeof(LzvnHeader));
-    const bool written = writeLzvn({matches_.get(), matchCount_}, literals_.get(), out);
-    const std::size_t size = out.size() - before;
-    out.cut(before);
-    if (written && size < plainSize_) {
-        const auto payload = static_cast<std::uint32_t>(size - sizeof(LzvnHeader));
-        out.append(LzvnHeader{lzvnMagic, plainSize_, payload});
-        out.grow(payload);
-    } else {
-        writePlain(plain, plainSize_, out);
-    }
-    clear();
-}
-
-void BlockBuilder::clear()
-{
     matchCount_ = 0;
     literalCount_ = 0;
     plainSize_ = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "EntropyReader.h"
-#include "Lzvn.h"
+#include "LzvnReader.h"
 #include "compression/StreamBuffers.h"
 #include "compression/WindowDecoder.h"
 
@@ -45,7 +45,7 @@ private:
         case Stage::plain:
             if (const Step step = copyPlain(stream, plainLeft_); plainLeft_ > 0)
                 return step;
-            return nextAfresh(Stage::magic);
+            return next(Stage::magic);
         case Stage::lzvn:
             return decodeLzvn(stream);
         case Stage::entropyHeader:
@@ -66,31 +66,39 @@ private:
         return Step::onward;
     }
 
-    /// The same for what starts with a byte of the source that was not gathered yet.
-    Step nextAfresh(Stage stage)
+    /// The next record of the source, which is used up only for `Stage::plain` and `Stage::lzvn`: an entropy-coded
+    /// block is looked at as a whole.
+    template <ByteImage T>
+    std::optional<T> look(compression_stream& stream)
     {
-        gathered_.clear();
-        return next(stage);
+        const std::uint8_t* const bytes = gathered_.look(stream, sizeof(T));
+        return bytes ? readRecord<T>({bytes, sizeof(T)}) : std::nullopt;
     }
 
     Step readMagic(compression_stream& stream)
     {
-        if (!gathered_.gather(stream, sizeof(le32)))
+        const auto magic = look<le32>(stream);
+        if (!magic)
             return Step::starved;
-        switch (*readRecord<le32>(gathered_.view())) {
+        switch (*magic) {
         case endMagic:
+            gathered_.pass(stream, sizeof *magic);
             return Step::ended;
-        case plainMagic:
-            if (!gathered_.gather(stream, sizeof(PlainHeader)))
+        case plainMagic: {
+            const auto header = look<PlainHeader>(stream);
+            if (!header)
                 return Step::starved;
-            plainLeft_ = readRecord<PlainHeader>(gathered_.view())->plainSize;
-            return nextAfresh(Stage::plain);
+            gathered_.pass(stream, sizeof *header);
+            plainLeft_ = header->plainSize;
+            return next(Stage::plain);
+        }
         case lzvnMagic: {
-            if (!gathered_.gather(stream, sizeof(LzvnHeader)))
+            const auto header = look<LzvnHeader>(stream);
+            if (!header)
                 return Step::starved;
-            const auto header = *readRecord<LzvnHeader>(gathered_.view());
-            lzvn_.begin(header.plainSize, header.payloadSize);
-            return nextAfresh(Stage::lzvn);
+            gathered_.pass(stream, sizeof *header);
+            lzvn_.begin(header->plainSize, header->payloadSize);
+            return next(Stage::lzvn);
         }
         case entropyMagic:
             return next(Stage::entropyHeader);
@@ -109,7 +117,7 @@ private:
         case LzvnReader::Result::starved:
             return Step::starved;
         case LzvnReader::Result::done:
-            return nextAfresh(Stage::magic);
+            return next(Stage::magic);
         default:
             return Step::damaged;
         }
@@ -117,21 +125,22 @@ private:
 
     Step readEntropyHeader(compression_stream& stream)
     {
-        if (!gathered_.gather(stream, sizeof(EntropyHeader)))
-            return Step::starved;
-        return acceptHeader(*readRecord<EntropyHeader>(gathered_.view()), sizeof(EntropyHeader));
+        const auto header = look<EntropyHeader>(stream);
+        return header ? acceptHeader(*header, sizeof *header) : Step::starved;
     }
 
     Step readPackedHeader(compression_stream& stream)
     {
-        if (!gathered_.gather(stream, sizeof(PackedHeader)))
+        const auto first = look<PackedHeader>(stream);
+        if (!first)
             return Step::starved;
-        const auto size = packedSize(*readRecord<PackedHeader>(gathered_.view()));
+        const auto size = packedSize(*first);
         if (!size)
             return Step::damaged;
-        if (!gathered_.gather(stream, *size))
+        const std::uint8_t* const bytes = gathered_.look(stream, *size);
+        if (!bytes)
             return Step::starved;
-        const auto header = unpack(gathered_.view());
+        const auto header = unpack({bytes, *size});
         return header ? acceptHeader(*header, *size) : Step::damaged;
     }
 
@@ -146,33 +155,40 @@ private:
 
     Step readPayload(compression_stream& stream)
     {
-        if (!gathered_.gather(stream, headerSize_ + header_.payloadSize))
+        // The source may be gone when the matches are read, unless the stream is in place.
+        const std::size_t size = headerSize_ + header_.payloadSize;
+        if (!inPlace() && !gathered_.gather(stream, size))
             return Step::starved;
-        // The header lies before the payload, and the slack of the buffer behind it.
-        if (!entropy_.begin(header_, gathered_.view().data() + headerSize_))
+        const std::uint8_t* const bytes = gathered_.look(stream, size, EntropyReader::readBehind);
+        if (!bytes)
+            return Step::starved;
+        if (!entropy_)
+            entropy_ = std::make_unique_for_overwrite<EntropyReader>();
+        if (!entropy_->begin(header_, bytes + headerSize_))
             return Step::damaged;
+        gathered_.pass(stream, size); // what was gathered stays where it is until something else is
         return next(Stage::matches);
     }
 
     Step decodeMatches()
     {
-        switch (entropy_.decode(window_)) {
+        switch (entropy_->decode(window_)) {
         case EntropyReader::Result::more:
             return Step::onward;
         case EntropyReader::Result::done:
-            return nextAfresh(Stage::magic);
+            return next(Stage::magic);
         default:
             return Step::damaged;
         }
     }
 
     Stage stage_ = Stage::magic;
-    Gathered gathered_{sizeof(EntropyHeader) + maxLiteralPayload + maxMatchPayload, 8};
+    Gathered gathered_{sizeof(EntropyHeader) + maxLiteralPayload + maxMatchPayload, EntropyReader::readBehind};
     std::uint32_t plainLeft_ = 0;
     LzvnReader lzvn_;
     EntropyHeader header_{};
     std::size_t headerSize_ = 0;
-    EntropyReader entropy_;
+    std::unique_ptr<EntropyReader> entropy_; ///< made for the first block that needs it
 };
 
 } // namespace

@@ -23,6 +23,13 @@ inline std::uint32_t readValue(std::span<const ValueEntry> table, std::uint32_t&
     return entry.base + (field & ((1U << entry.extraBits) - 1));
 }
 
+std::array<std::uint32_t, literalLanes> statesOf(const EntropyHeader& header)
+{
+    std::array<std::uint32_t, literalLanes> states;
+    std::copy(header.literalState.begin(), header.literalState.end(), states.begin());
+    return states;
+}
+
 } // namespace
 
 bool EntropyReader::makeTables(const EntropyHeader& header)
@@ -53,21 +60,24 @@ bool EntropyReader::readLiterals(const EntropyHeader& header, DataView payload)
     auto bits = readerOf(payload, header.literalBits);
     if (!bits)
         return false;
-    std::array<std::uint32_t, literalLanes> states;
-    std::copy(header.literalState.begin(), header.literalState.end(), states.begin());
+    static_assert(literalLanes == 4);
+    auto [state0, state1, state2, state3] = statesOf(header);
+    const auto next = [this, &bits](std::uint32_t& state) {
+        const LiteralEntry entry = literalTable_[state];
+        state = static_cast<std::uint32_t>(entry.delta) + bits->pull(entry.bits);
+        return entry.symbol;
+    };
     literalCount_ = header.literalCount;
-    for (std::uint32_t i = 0; i < literalCount_; i += literalLanes) {
+    std::uint8_t* const end = literals_.data() + literalCount_;
+    for (std::uint8_t* to = literals_.data(); to != end; to += literalLanes) {
         if (!bits->refill())
             return false;
-        for (std::size_t lane = 0; lane < literalLanes; ++lane) {
-            const LiteralEntry entry = literalTable_[states[lane]];
-            literals_[i + lane] = entry.symbol;
-            states[lane] = static_cast<std::uint32_t>(entry.delta) + bits->pull(entry.bits);
-        }
+        to[0] = next(state0);
+        to[1] = next(state1);
+        to[2] = next(state2);
+        to[3] = next(state3);
     }
-    return literalCount_ == 0 ||
-           (!bits->overrun() &&
-            std::all_of(states.begin(), states.end(), [&](std::uint32_t state) { return state < usedLiteralStates_; }));
+    return literalCount_ == 0 || (!bits->overrun() && std::max({state0, state1, state2, state3}) < usedLiteralStates_);
 }
 
 bool EntropyReader::begin(const EntropyHeader& header, const std::uint8_t* payload)
@@ -79,53 +89,56 @@ bool EntropyReader::begin(const EntropyHeader& header, const std::uint8_t* paylo
     const auto bits = readerOf(matches, header.matchBits);
     if (!bits)
         return false;
-    bits_ = *bits;
-    literalCountState_ = header.literalCountState;
-    lengthState_ = header.lengthState;
-    distanceState_ = header.distanceState;
-    distance_ = 0;
-    matchesLeft_ = header.matchCount;
-    plainLeft_ = header.plainSize;
-    nextLiteral_ = 0;
-    return matchesLeft_ > 0 || plainLeft_ == 0;
+    progress_ = {*bits, header.literalCountState, header.lengthState, header.distanceState,
+                 0,     header.matchCount,        header.plainSize,   literalCount_};
+    return progress_.matchesLeft > 0 || progress_.plainLeft == 0;
 }
 
 EntropyReader::Result EntropyReader::decode(SlidingWindow& window)
 {
-    if (matchesLeft_ == 0)
+    if (progress_.matchesLeft == 0)
         return Result::done; // a block of nothing, whose automata need not have states
-    BackwardBitReader bits = bits_;
-    for (; matchesLeft_ > 0; --matchesLeft_) {
-        if (window.pending() >= SlidingWindow::batch) {
-            bits_ = bits;
-            return Result::more;
-        }
-        if (!bits.refill())
+    // Copies, of which the compiler knows that the bytes put out do not lie in them.
+    Progress at = progress_;
+    const std::uint8_t* literal = literals_.data() + literalCount_ - at.literalsLeft;
+    const std::uint8_t* const literalsEnd = literals_.data() + literalCount_;
+    const std::uint8_t* const oldest = window.history();
+    std::uint8_t* const start = window.next();
+    std::uint8_t* to = start;
+    const std::uint8_t* const stop = start + SlidingWindow::batch;
+    const std::uint8_t* const end = start + std::min<std::size_t>(at.plainLeft, room);
+    for (; at.matchesLeft > 0 && to < stop; --at.matchesLeft) {
+        if (!at.bits.refill())
             return Result::damaged;
-        const std::uint32_t literals = readValue(literalCountTable_, literalCountState_, bits);
-        const std::uint32_t length = readValue(lengthTable_, lengthState_, bits);
-        const std::uint32_t distance = readValue(distanceTable_, distanceState_, bits);
-        if (distance != 0)
-            distance_ = distance;
-        if (literals > literalCount_ - nextLiteral_ || literals + length > plainLeft_)
+        const std::uint32_t literals = readValue(literalCountTable_, at.literalCountState, at.bits);
+        const std::uint32_t length = readValue(lengthTable_, at.lengthState, at.bits);
+        const std::uint32_t distance = readValue(distanceTable_, at.distanceState, at.bits);
+        at.distance = distance != 0 ? distance : at.distance;
+        if (literals > literalsEnd - literal || literals + length > end - to)
             return Result::damaged;
-        window.appendFast(literals_.data() + nextLiteral_, literals);
-        nextLiteral_ += literals;
-        plainLeft_ -= literals + length;
-        if (length == 0)
-            continue;
-        if (!window.reaches(distance_))
+        copyInSteps<16>(to, literal, literals);
+        literal += literals;
+        to += literals;
+        if (std::size_t{at.distance} - 1 < static_cast<std::size_t>(to - oldest))
+            repeatBytes(to, at.distance, length);
+        else if (length > 0)
             return Result::damaged;
-        window.copyMatch(distance_, length);
+        to += length;
     }
-    bits_ = bits;
+    at.plainLeft -= static_cast<std::uint32_t>(to - start);
+    at.literalsLeft = static_cast<std::uint32_t>(literalsEnd - literal);
+    progress_ = at;
+    window.grow(static_cast<std::size_t>(to - start));
+    if (at.matchesLeft > 0)
+        return Result::more;
     return isWholesome() ? Result::done : Result::damaged;
 }
 
 bool EntropyReader::isWholesome() const
 {
-    return plainLeft_ == 0 && !bits_.overrun() && literalCountState_ < usedLiteralCountStates_ &&
-           lengthState_ < usedLengthStates_ && distanceState_ < usedDistanceStates_;
+    return progress_.plainLeft == 0 && !progress_.bits.overrun() &&
+           progress_.literalCountState < usedLiteralCountStates_ && progress_.lengthState < usedLengthStates_ &&
+           progress_.distanceState < usedDistanceStates_;
 }
 
 } // namespace vantorel::system::compression::lzfse

@@ -18,8 +18,11 @@ public:
     /// The most that one call of `decode` appends.
     static constexpr std::size_t room = SlidingWindow::batch + maxLiteralCount + maxLength;
 
-    /// `header` is plausible. `payload` holds both payloads, stays until the block is done, and has 8 readable bytes on
-    /// both sides. False when the block is damaged.
+    /// How many bytes behind the payloads are read, whatever they hold.
+    static constexpr std::size_t readBehind = 1;
+
+    /// `header` is plausible. `payload` holds both payloads, stays until the block is done, and has 8 readable bytes
+    /// before it and `readBehind` behind. False when the block is damaged.
     [[nodiscard]] bool begin(const EntropyHeader& header, const std::uint8_t* payload);
 
     [[nodiscard]] Result decode(SlidingWindow& window);
@@ -36,21 +39,26 @@ private:
     std::size_t usedDistanceStates_ = 0;
     std::size_t usedLiteralStates_ = 0;
 
-    BackwardBitReader bits_{{}};
-    std::uint32_t literalCountState_ = 0;
-    std::uint32_t lengthState_ = 0;
-    std::uint32_t distanceState_ = 0;
-    std::uint32_t distance_ = 0; ///< of the match before; 0 before the first
-    std::uint32_t matchesLeft_ = 0;
-    std::uint32_t plainLeft_ = 0;
-    std::uint32_t nextLiteral_ = 0;
+    /// Where the expansion stands.
+    struct Progress {
+        BackwardBitReader bits{{}};
+        std::uint32_t literalCountState = 0;
+        std::uint32_t lengthState = 0;
+        std::uint32_t distanceState = 0;
+        std::uint32_t distance = 0; ///< of the match before; 0 before the first
+        std::uint32_t matchesLeft = 0;
+        std::uint32_t plainLeft = 0;
+        std::uint32_t literalsLeft = 0;
+    };
+
+    Progress progress_;
     std::uint32_t literalCount_ = 0;
 
     std::array<ValueEntry, literalCountStates> literalCountTable_;
     std::array<ValueEntry, lengthStates> lengthTable_;
     std::array<ValueEntry, distanceStates> distanceTable_;
     std::array<LiteralEntry, literalStates> literalTable_;
-    std::array<std::uint8_t, maxLiterals + SlidingWindow::overshoot> literals_;
+    std::array<std::uint8_t, maxLiterals + overshoot> literals_;
 };
 
 } // namespace vantorel::system::compression::lzfse

@@ -36,15 +36,16 @@ struct Alphabet {
         return to + symbols;
     }
 
-    /// Goes to the next state, giving off bits.
-    void write(std::size_t symbol, std::uint32_t& state, BitWriter& bits) const
+    /// Where the automaton begins and what its states are counted from.
+    static constexpr std::uint32_t origin = states;
+
+    /// The state behind `state`, which gives off bits.
+    [[nodiscard]] std::uint32_t write(std::size_t symbol, std::uint32_t state, BitWriter& bits) const
     {
         const EncoderEntry entry = table[symbol];
-        const auto current = static_cast<std::int32_t>(state);
-        const bool isLong = current >= entry.firstLong;
-        const auto count = static_cast<unsigned>(isLong ? entry.bits : entry.bits - 1);
+        const auto count = (state + static_cast<std::uint32_t>(entry.bitsOffset)) >> 16;
         bits.push(state & ((1U << count) - 1), count);
-        state = static_cast<std::uint32_t>((current >> count) + (isLong ? entry.longDelta : entry.shortDelta));
+        return (state >> count) + static_cast<std::uint32_t>(entry.delta);
     }
 };
 
@@ -85,8 +86,13 @@ private:
             ++length_.counts[lengthSymbol[matches_[i].length]];
             ++distance_.counts[distanceSymbol(distanceOf(i))];
         }
-        for (const std::uint8_t literal : literals_)
-            ++literal_.counts[literal];
+        // Four counts of each, since one that was just raised is not there yet for the next literal.
+        std::array<std::array<std::uint32_t, literalSymbols>, 4> counts{};
+        for (std::size_t i = 0; i < literals_.size(); i += literalLanes)
+            for (std::size_t lane = 0; lane < literalLanes; ++lane)
+                ++counts[lane][literals_[i + lane]];
+        for (std::size_t symbol = 0; symbol < literalSymbols; ++symbol)
+            literal_.counts[symbol] = counts[0][symbol] + counts[1][symbol] + counts[2][symbol] + counts[3][symbol];
     }
 
     // The decoder reads both payloads from their ends, so the last symbol is written first.
@@ -94,16 +100,23 @@ private:
     std::uint8_t* writeLiterals(std::uint8_t* to)
     {
         BitWriter bits(to);
-        std::array<std::uint32_t, literalLanes> states{};
+        std::uint32_t state0 = literal_.origin;
+        std::uint32_t state1 = literal_.origin;
+        std::uint32_t state2 = literal_.origin;
+        std::uint32_t state3 = literal_.origin;
+        static_assert(literalLanes == 4);
         for (std::size_t i = literals_.size(); i > 0; i -= literalLanes) {
-            for (std::size_t lane = literalLanes; lane-- > 0;)
-                literal_.write(literals_[i - literalLanes + lane], states[lane], bits);
+            state3 = literal_.write(literals_[i - 1], state3, bits);
+            state2 = literal_.write(literals_[i - 2], state2, bits);
+            state1 = literal_.write(literals_[i - 3], state1, bits);
+            state0 = literal_.write(literals_[i - 4], state0, bits);
             bits.flush();
         }
         header_.literalBits = 0U - bits.finish();
         header_.literalPayloadSize = static_cast<std::uint32_t>(bits.next() - to);
+        const std::array<std::uint32_t, literalLanes> states = {state0, state1, state2, state3};
         for (std::size_t lane = 0; lane < literalLanes; ++lane)
-            header_.literalState[lane] = static_cast<std::uint16_t>(states[lane]);
+            header_.literalState[lane] = static_cast<std::uint16_t>(states[lane] - literal_.origin);
         return bits.next();
     }
 
@@ -111,13 +124,13 @@ private:
     {
         std::memset(to, 0, matchPadding);
         BitWriter bits(to + matchPadding);
-        std::uint32_t literalCountState = 0;
-        std::uint32_t lengthState = 0;
-        std::uint32_t distanceState = 0;
+        std::uint32_t literalCountState = literalCount_.origin;
+        std::uint32_t lengthState = length_.origin;
+        std::uint32_t distanceState = distance_.origin;
         const auto write = [&bits](const auto& alphabet, const auto& values, std::size_t symbol, std::uint32_t value,
                                    std::uint32_t& state) {
             bits.push(value - values[symbol].base, values[symbol].extraBits);
-            alphabet.write(symbol, state, bits);
+            state = alphabet.write(symbol, state, bits);
         };
         for (std::size_t i = matches_.size(); i-- > 0;) {
             const auto [literals, length, unused] = matches_[i];
@@ -129,9 +142,9 @@ private:
         }
         header_.matchBits = 0U - bits.finish();
         header_.matchPayloadSize = static_cast<std::uint32_t>(bits.next() - to);
-        header_.literalCountState = static_cast<std::uint16_t>(literalCountState);
-        header_.lengthState = static_cast<std::uint16_t>(lengthState);
-        header_.distanceState = static_cast<std::uint16_t>(distanceState);
+        header_.literalCountState = static_cast<std::uint16_t>(literalCountState - literalCount_.origin);
+        header_.lengthState = static_cast<std::uint16_t>(lengthState - length_.origin);
+        header_.distanceState = static_cast<std::uint16_t>(distanceState - distance_.origin);
         return bits.next();
     }
 

@@ -12,7 +12,10 @@
 namespace vantorel::system::compression::lzfse {
 
 /// The most bytes a packed entropy-coded block has, and those that writing it may touch behind its end.
-inline constexpr std::size_t maxEntropyBlock = maxPackedHeaderSize + maxLiteralPayload + maxMatchPayload + 8;
+constexpr std::size_t maxEntropyBlock(std::size_t literals, std::size_t matches)
+{
+    return maxPackedHeaderSize + largestLiteralPayload(literals) + largestMatchPayload(matches) + 8;
+}
 
 /// Appends a packed entropy-coded block. `literals` are those of all matches, one behind the other, filled up with
 /// zeros to a multiple of `literalLanes`; `plainSize` is what the matches come to. `out` has room for

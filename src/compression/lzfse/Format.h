@@ -61,9 +61,17 @@ inline constexpr std::uint32_t maxLength = 2359;      ///< of one match
 /// Zero bytes before the first bit of the match payload.
 inline constexpr std::size_t matchPadding = 8;
 
-/// No block within the limits above needs more: 10 bits a literal; 14 + 17 + 23 bits a match.
-inline constexpr std::size_t maxLiteralPayload = maxLiterals * 10 / 8 + 8;
-inline constexpr std::size_t maxMatchPayload = matchPadding + maxMatches * 54 / 8 + 8;
+/// What literals and matches need at the most: 10 bits a literal; 14 + 17 + 23 bits a match.
+constexpr std::size_t largestLiteralPayload(std::size_t literals)
+{
+    return literals * 10 / 8 + 8;
+}
+constexpr std::size_t largestMatchPayload(std::size_t matches)
+{
+    return matchPadding + matches * 54 / 8 + 8;
+}
+inline constexpr std::size_t maxLiteralPayload = largestLiteralPayload(maxLiterals);
+inline constexpr std::size_t maxMatchPayload = largestMatchPayload(maxMatches);
 
 struct EntropyHeader {
     le32 magic;

@@ -2,6 +2,8 @@
 #include "Fse.h"
 
 #include <algorithm>
+#include <cassert>
+#include <limits>
 #include <numeric>
 
 namespace vantorel::system::compression::lzfse {
@@ -59,23 +61,25 @@ void normalise(std::span<const std::uint32_t> counts, std::size_t states, std::s
 
     // What rounding left over or gave too much is made good where it changes the price of the data least: taking a
     // state from a symbol of frequency f costs about count / (f - 1/2), giving one saves count / (f + 1/2).
-    const auto price = [&](std::size_t i, double half) {
-        return static_cast<double>(counts[i]) / (static_cast<double>(frequencies[i]) + half);
-    };
-    for (; given > states; --given) {
-        std::size_t best = counts.size();
+    std::array<float, literalSymbols> prices;
+    const auto end = prices.begin() + static_cast<std::ptrdiff_t>(counts.size());
+    const auto even = [&](auto&& priceOf, auto&& cheapest, int step) {
         for (std::size_t i = 0; i < counts.size(); ++i)
-            if (frequencies[i] > 1 && (best == counts.size() || price(i, -0.5) < price(best, -0.5)))
-                best = i;
-        --frequencies[best];
-    }
-    for (; given < states; ++given) {
-        std::size_t best = 0;
-        for (std::size_t i = 1; i < counts.size(); ++i)
-            if (counts[i] > 0 && (counts[best] == 0 || price(i, 0.5) > price(best, 0.5)))
-                best = i;
-        ++frequencies[best];
-    }
+            prices[i] = priceOf(i);
+        for (; given != states; given += static_cast<std::size_t>(step)) {
+            const auto i = static_cast<std::size_t>(cheapest() - prices.begin());
+            frequencies[i] = static_cast<std::uint16_t>(frequencies[i] + step);
+            prices[i] = priceOf(i);
+        }
+    };
+    const auto price = [&](std::size_t i, float half) {
+        return static_cast<float>(counts[i]) / (static_cast<float>(frequencies[i]) + half);
+    };
+    if (given > states)
+        even([&](std::size_t i) { return frequencies[i] > 1 ? price(i, -0.5F) : std::numeric_limits<float>::max(); },
+             [&] { return std::min_element(prices.begin(), end); }, -1);
+    else
+        even([&](std::size_t i) { return price(i, 0.5F); }, [&] { return std::max_element(prices.begin(), end); }, 1);
 }
 
 std::optional<std::size_t> makeDecoderTable(Frequencies frequencies, std::span<LiteralEntry> table)
@@ -111,11 +115,7 @@ void makeEncoderTable(Frequencies frequencies, std::size_t states, std::span<Enc
         if (frequency == 0)
             continue;
         const auto bits = static_cast<int>(longestBits(states, static_cast<std::uint32_t>(frequency)));
-        // A symbol that owns every state costs no bits; then `shortDelta` is never used.
-        const int shortDelta = bits > 0 ? offset - frequency + (n >> (bits - 1)) : 0;
-        table[symbol] = {static_cast<std::int16_t>((frequency << bits) - n), static_cast<std::int16_t>(bits),
-                         static_cast<std::int16_t>(offset - frequency + (n >> bits)),
-                         static_cast<std::int16_t>(shortDelta)};
+        table[symbol] = {(bits << 16) - (frequency << bits), n + offset - frequency};
         offset += frequency;
     }
 }

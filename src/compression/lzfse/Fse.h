@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Format.h"
+#include "compression/Load.h"
 
 #include <array>
 #include <bit>
@@ -42,23 +43,15 @@ struct ValueEntry {
 [[nodiscard]] std::optional<std::size_t> makeDecoderTable(Frequencies frequencies, std::span<const ValueSymbol> values,
                                                           std::span<ValueEntry> table);
 
-/// What the encoder does on a symbol: from `firstLong` upwards a state gives off `bits` bits, below one less.
+/// What the encoder does on a symbol. Its states are counted from 2^n upwards, so that one addition tells how many bits
+/// a state gives off, and another leads on to the next one.
 struct EncoderEntry {
-    std::int16_t firstLong;
-    std::int16_t bits;
-    std::int16_t longDelta;
-    std::int16_t shortDelta;
+    std::int32_t bitsOffset; ///< added to the state it gives the number of bits, in the upper half
+    std::int32_t delta;      ///< from what is left of the state to the next one
 };
 
 /// `frequencies` add up to at most `states`. Entries of symbols that do not occur are left alone.
 void makeEncoderTable(Frequencies frequencies, std::size_t states, std::span<EncoderEntry> table);
-
-[[nodiscard]] inline std::uint64_t load64(const std::uint8_t* from)
-{
-    le64 value;
-    std::memcpy(&value, from, sizeof value);
-    return value;
-}
 
 /// Writes bits upwards from the lowest of the first byte.
 class BitWriter {
@@ -103,7 +96,7 @@ private:
 /// Reads bits downwards from the highest of the last byte, the reverse of how they were written.
 class BackwardBitReader {
 public:
-    /// 8 bytes on both sides of the payload must be readable; what they hold is of no weight.
+    /// 8 bytes before the payload and one behind it must be readable; what they hold is of no weight.
     explicit BackwardBitReader(DataView payload)
         : start_(payload.data()), left_(8 * static_cast<std::ptrdiff_t>(payload.size()))
     {}
@@ -113,17 +106,17 @@ public:
     {
         if (overrun())
             return false;
-        bits_ = load64(start_ + left_ / 8 - 7);
-        count_ = 56 + static_cast<unsigned>(left_ % 8);
+        bits_ = load64(start_ + left_ / 8 - 7) << (8 - left_ % 8);
         return true;
     }
 
-    /// The next `count` bits, the first read on top.
+    /// The next `count` bits, fewer than 64, the first read on top.
     [[nodiscard]] std::uint32_t pull(unsigned count)
     {
-        count_ -= count;
+        const auto pulled = static_cast<std::uint32_t>(bits_ >> 1 >> (63 - count));
+        bits_ <<= count;
         left_ -= count;
-        return static_cast<std::uint32_t>(bits_ >> count_ & ((std::uint64_t{1} << count) - 1));
+        return pulled;
     }
 
     /// Whether bits were pulled from before the payload.
@@ -132,8 +125,7 @@ public:
 private:
     const std::uint8_t* start_;
     std::ptrdiff_t left_;    ///< bits of the payload not pulled
-    std::uint64_t bits_ = 0; ///< of which the lowest `count_` are not pulled
-    unsigned count_ = 0;
+    std::uint64_t bits_ = 0; ///< the next of them, from the highest downwards
 };
 
 } // namespace vantorel::system::compression::lzfse

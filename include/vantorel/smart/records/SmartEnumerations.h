@@ -36,10 +36,30 @@ template <>
 inline constexpr std::array<std::string_view, 6> rawTexts<ATASmartAttributeState> = {
     "nonExisting", "noNormalValue", "noThreshold", "ok", "failedInPast", "failedNow"};
 
+/// How bad a judgement is: 0 for a good one, 1 for a failure that is over, 2 for one that lasts.
+[[nodiscard]] constexpr int severityOf(ATASmartAttributeState state)
+{
+    using enum ATASmartAttributeState;
+    return state == failedNow ? 2 : state == failedInPast ? 1 : 0;
+}
+
 /// The judgement of an NVMe value or of a whole log. `warning` is never assigned by the library.
 enum class NVMeSmartAttributeState : std::uint8_t { ok, warning, failed };
 
 template <>
 inline constexpr std::array<std::string_view, 3> rawTexts<NVMeSmartAttributeState> = {"ok", "warning", "failed"};
+
+/// How bad a judgement is: 0 for a good one, 1 for a warning, 2 for a failure.
+[[nodiscard]] constexpr int severityOf(NVMeSmartAttributeState state)
+{
+    return static_cast<int>(state);
+}
+
+/// Whether a value was judged to be anything but good.
+template <class State>
+[[nodiscard]] constexpr bool hasFailed(State state)
+{
+    return severityOf(state) > 0;
+}
 
 } // namespace vantorel

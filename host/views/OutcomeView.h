@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "CheckView.h"
+#include "host/health/DriveOutcome.h"
+
+#include <string>
+#include <vector>
+
+namespace vantorel::host {
+
+/// The drives that were asked, one line each and what is wrong with them: see `checkText`.
+[[nodiscard]] std::string checkText(const std::vector<DriveOutcome>& outcomes);
+
+/// One drive on one screen.
+[[nodiscard]] std::string outcomeText(const DriveOutcome& outcome);
+
+/// The document that tells of all of them, in their order. `raw`: with the bytes of each.
+[[nodiscard]] std::string outcomesJson(const std::string& machine, const std::vector<DriveOutcome>& outcomes, bool raw);
+
+} // namespace vantorel::host
