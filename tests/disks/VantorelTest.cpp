@@ -14,6 +14,8 @@
 #include <array>
 #include <atomic>
 #include <functional>
+#include <future>
+#include <map>
 #include <stdexcept>
 #include <thread>
 
@@ -170,6 +172,41 @@ TEST_F(VantorelTest, LinksOnlyWhenTheLaterPartnerArrives)
     EXPECT_EQ(names(early->logicalVolumes()), "disk1s1") << "a container that is not tracked takes no volume";
 }
 
+TEST_F(VantorelTest, CountsOnlyTheFirstContainerOfADrive)
+{
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    const char* const uuids[] = {test::storeUuid, test::containerUuid, test::physicalUuid, test::memberUuidA};
+    for (int i = 0; i < 2; ++i) {
+        const std::string number = std::to_string(i + 1);
+        const auto store = tree.media(drive, "disk0s" + number, "Container", {{"UUID", uuids[i]}});
+        tree.apfsVolume(tree.container(store, "disk" + number, uuids[2 + i]), "disk" + number + "s1", "Data");
+    }
+    load(std::move(tree));
+    EXPECT_EQ(names(tracked<AppleStorage>("disk2")->logicalVolumes()), "disk2s1");
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("disk0"))), "disk1s1 disk0s1 disk0s2");
+}
+
+TEST_F(VantorelTest, PutsVolumesOfEveryKindIntoTheContainerAboveThemAndNoOthers)
+{
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    const auto store = tree.media(drive, "disk0s1", "Container", {{"UUID", test::storeUuid}});
+    const auto container = tree.container(store, "disk1", test::containerUuid);
+    tree.media(container, "disk2", "Logical", {{"CoreStorage", true}});
+    tree.media(container, "disk3", "Whole");
+    const auto inner = tree.apfsVolume(container, "disk1s1", "Data");
+    tree.container(inner, "disk4", test::physicalUuid); // two levels above it are a scheme and a volume
+    const auto other = tree.add({container}, "Other", "Other", {{"UUID", "no UUID"}});
+    tree.media(other, "disk1s2", "Two levels below the container's entry, which has its UUID");
+    tree.media(tree.add({other}, "Other", "Other"), "disk1s3", "Two levels below none");
+    load(std::move(tree));
+    EXPECT_EQ(names(tracked<AppleStorage>("disk1")->logicalVolumes()), "disk2 disk1s1 disk1s2");
+    EXPECT_EQ(tracked<CoreStorage>("disk2")->volumeKind(), Disk::VolumeKind::apfs);
+    EXPECT_EQ(tracked<Volume>("disk0s1")->volumeKind(), Disk::VolumeKind::unknown);
+    EXPECT_THAT(messages, IsEmpty());
+}
+
 TEST_F(VantorelTest, ComparesAbsentIdentifiersAsEqual)
 {
     test::DiskTree tree;
@@ -218,6 +255,55 @@ TEST_F(VantorelTest, TellsArrivalChangeAndRemovalInOrder)
     EXPECT_EQ(names(container->logicalVolumes()), "disk1s1 disk1s2");
     EXPECT_FALSE(Vantorel::shared().getVolume("disk1s2"));
     EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(VantorelTest, TellsWhenTheListHasChanged)
+{
+    std::vector<std::string> lists;
+    Vantorel::shared().registerListener(
+        std::make_shared<ActingListener>([&] { lists.push_back(names(Vantorel::shared().disks())); }));
+    test::DiskTree tree;
+    const auto partition = tree.media(tree.drive("disk0", "X"), "disk0s1", "p");
+    auto& machine = load(std::move(tree));
+    machine.setVolume("disk0s1", {"hfs", "New", std::nullopt, std::nullopt, {}});
+    machine.remove(partition);
+    settle();
+    EXPECT_THAT(lists, ElementsAre("disk0", "disk0 disk0s1", "disk0 disk0s1", "disk0"));
+}
+
+TEST_F(VantorelTest, TellsArrivalsOnTheMainThreadAndTheRestOnTheThreadOfItsRunLoop)
+{
+    std::map<std::string, std::thread::id> threads;
+    system::CFRunLoopRef itsLoop;
+    std::promise<void> started;
+    std::promise<void> gone;
+    std::atomic<bool> done = false;
+    std::thread owner([&] {
+        Vantorel::shared().registerListener(std::make_shared<ActingListener>([&] {
+            threads.emplace(threads.empty() ? "arrival" : "removal", std::this_thread::get_id());
+            system::CFRunLoopStop(system::CFRunLoopGetCurrent());
+            if (threads.size() == 2)
+                gone.set_value();
+        }));
+        itsLoop = system::CFRunLoopGetCurrent();
+        started.set_value();
+        while (!done)
+            system::CFRunLoopRunInMode(system::kCFRunLoopDefaultMode, 20, true);
+    });
+    started.get_future().wait();
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    auto& machine = test::TestMachine::install(std::move(tree.entries));
+    while (threads.empty())
+        system::CFRunLoopRunInMode(system::kCFRunLoopDefaultMode, 20, false);
+    machine.remove(drive);
+    gone.get_future().wait();
+    done = true;
+    system::CFRunLoopStop(itsLoop);
+    const auto ownersId = owner.get_id();
+    owner.join();
+    EXPECT_EQ(threads["arrival"], std::this_thread::get_id());
+    EXPECT_EQ(threads["removal"], ownersId);
 }
 
 TEST_F(VantorelTest, TellsEveryListenerOverASnapshotWhateverTheOthersDo)
