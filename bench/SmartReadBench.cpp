@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Whole reads of recorded drives: walk, plug-in, commands and processing.
+#include "machines/recorded/Loading.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/smart/SmartController.h"

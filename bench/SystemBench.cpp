@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "machines/recorded/Loading.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"

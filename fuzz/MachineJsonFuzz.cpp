@@ -12,9 +12,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const recorded::FileReader read = [](const std::string&) { return Data(512); };
     recorded::Recording recording;
     try {
-        if (auto entries = recorded::readJsonRegistry(json, "machine.json", read, recording.faults))
-            recording.entries = *std::move(entries);
-        recorded::readMachineJson(json, "machine.json", read, recording);
+        recording = recorded::readMachineJson(json, "machine.json", read, [](std::vector<recorded::Fault>&) {
+            return std::vector<system::RegistryEntry>();
+        });
     } catch (const recorded::RecordingError&) {
         return 0;
     }

@@ -12,9 +12,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     using recorded::RecordedDrive;
     const std::array<recorded::SavedSmart, 3> saved{{
-        {"disk0", RecordedDrive::Kind::ata, Data(512), Data(512)},
-        {"disk0", RecordedDrive::Kind::nvme, Data(512), std::nullopt},
-        {"disk1", RecordedDrive::Kind::nvme, Data(), std::nullopt},
+        {"disk0", RecordedDrive::Kind::ata, Data(512), Data(512), {}, {}, {}},
+        {"disk0", RecordedDrive::Kind::nvme, Data(512), {}, {}, {}, {}},
+        {"disk1", RecordedDrive::Kind::nvme, Data(), {}, {}, {}, {}},
     }};
     try {
         const recorded::Recording recording = recorded::savedMachine({data, size}, "listing", saved);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/RegistryListing.h"
+#include "machines/recorded/TextListing.h"
 
 using namespace vantorel;
 

@@ -39,7 +39,7 @@ int run(int argc, char** argv)
     app.require_subcommand(0, 1);
     app.set_version_flag("--version", versionText, "Print the versions of the library and of the drive table");
     app.fallthrough();
-    host::addMachineOption(app);
+    host::addMachineOptions(app);
     host::addDriveTables(app);
     int status = host::success;
     host::addCheck(app, status);

@@ -4,6 +4,10 @@
 #include "host/console/Output.h"
 #include "host/files/ReportFile.h"
 #include "machines/recorded/RecordedMachine.h"
+#ifdef VANTOREL_LINUX_MACHINE
+#include "machines/linux/LinuxMachine.h"
+#endif
+#include "vantorel/ata/DriveTables.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/MessageSink.h"
@@ -13,8 +17,11 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -27,6 +34,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* machineOption = "--machine";
+constexpr const char* wakeOption = "--wake";
 
 constexpr std::string_view samplePrefix = "sample:";
 
@@ -61,29 +69,57 @@ void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& p
         complain(path, fmt::format("{} more faults; `vantorel machine check` tells all", faults.size() - most));
 }
 
-} // namespace
-
-void addMachineOption(CLI::App& app)
+/// The recorded machine at a path, or the sample of a name.
+std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents laterEvents)
 {
-    app.add_option(machineOption,
-                   "The machine to look at: a recording, a registry listing or a report; sample:NAME is one that comes "
-                   "with this program")
-        ->type_name("PATH");
-}
-
-std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
-{
-    system::setMessageSink([](std::string_view line) { tell(line); });
-    const auto* const option = app.get_option(machineOption);
-    if (option->count() == 0)
-        throw CommandError("this computer", "cannot be read yet; name a machine, such as --machine sample:tower");
-    auto path = option->as<std::string>();
     if (path.starts_with(samplePrefix))
         path = samplePath(std::string_view(path).substr(samplePrefix.size()));
     auto recording = loadRecordingOrReport(path);
     tellFaults(recording.faults, path);
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
-    system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), playback));
+    return std::make_unique<recorded::RecordedMachine>(std::move(recording), playback);
+}
+
+#ifdef VANTOREL_LINUX_MACHINE
+std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
+{
+    machines::LinuxOptions options;
+    options.channels.wake = wakesDrives;
+    options.channels.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
+        const auto bridge = usbBridge(vendor, product, version);
+        return bridge ? std::optional<std::string>(bridge->type) : std::nullopt;
+    };
+    return std::make_unique<machines::LinuxMachine>(std::move(options));
+}
+#else
+std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)
+{
+    throw CommandError("this computer", "cannot be read by this build; name a machine, such as --machine sample:tower");
+}
+#endif
+
+} // namespace
+
+void addMachineOptions(CLI::App& app)
+{
+    auto* const path =
+        app.add_option(machineOption, "Look at a recording, a registry listing or a report in place of this computer; "
+                                      "sample:NAME is one that comes with this program")
+            ->type_name("PATH");
+    app.add_flag(wakeOption)->description("Read drives that sleep, too, which wakes them")->excludes(path);
+}
+
+std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
+{
+    system::setMessageSink([](std::string_view line) { tell(line); });
+    std::string path = "this computer";
+    const auto* const option = app.get_option(machineOption);
+    if (option->count() > 0) {
+        path = option->as<std::string>();
+        system::install(recordedMachine(path, laterEvents));
+    } else {
+        system::install(thisComputer(app.get_option(wakeOption)->count() > 0));
+    }
     static_cast<void>(Vantorel::shared());
     return path;
 }

@@ -30,7 +30,7 @@ extern "C" void removeUnfinished(int signal)
 
 void removeOnSignals()
 {
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGXCPU}) {
         struct sigaction action {};
         if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL)
             continue; // ignored, as under nohup
@@ -38,6 +38,8 @@ void removeOnSignals()
         action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
         sigaction(signal, &action, nullptr);
     }
+    // A file that grows beyond what it may is a write that fails, and is told as one.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 } // namespace

@@ -12,7 +12,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 namespace vantorel::host {
@@ -218,14 +222,64 @@ DriveChange compareDrives(const ReportedDrive& before, const ReportedDrive& afte
     return change;
 }
 
-bool isSameDrive(const ReportedDrive& one, const ReportedDrive& other)
-{
-    const std::string_view serial = base::trimmed(one.identity.serial);
-    const std::string_view otherSerial = base::trimmed(other.identity.serial);
-    if (!serial.empty() && !otherSerial.empty())
-        return serial == otherSerial;
-    return one.stored.model == other.stored.model && one.name == other.name;
-}
+/// The drives of the earlier report that have no later one yet, found by what a later one must share with them.
+class EarlierDrives {
+public:
+    explicit EarlierDrives(const std::vector<ReportedDrive>& drives) : drives_(drives), isTaken_(drives.size())
+    {
+        for (std::size_t i = drives.size(); i-- > 0;) { // so that the first stands last in its list
+            const std::string_view serial = serialOf(drives[i]);
+            bySerial_[serial].push_back(i);
+            byModel_[modelOf(drives[i])].push_back(i);
+            if (serial.empty())
+                unnumberedByModel_[modelOf(drives[i])].push_back(i);
+        }
+    }
+
+    /// Takes the first that is the same as a later one; nothing when there is none.
+    const ReportedDrive* take(const ReportedDrive& later)
+    {
+        const std::string_view serial = serialOf(later);
+        const std::size_t index =
+            serial.empty() ? firstOf(byModel_, modelOf(later))
+                           : std::min(firstOf(bySerial_, serial), firstOf(unnumberedByModel_, modelOf(later)));
+        if (index == drives_.size())
+            return nullptr;
+        isTaken_[index] = true;
+        return &drives_[index];
+    }
+
+    [[nodiscard]] bool isTaken(std::size_t index) const { return isTaken_[index]; }
+
+private:
+    using Model = std::pair<std::string_view, std::string_view>; // and device name
+    using Indices = std::vector<std::size_t>;
+
+    static std::string_view serialOf(const ReportedDrive& drive) { return base::trimmed(drive.identity.serial); }
+    static Model modelOf(const ReportedDrive& drive)
+    {
+        const std::optional<std::string>& model = drive.stored.model;
+        return {model ? std::string_view(*model) : std::string_view(), drive.name};
+    }
+
+    /// The number of drives when there is none.
+    template <typename Map, typename Key>
+    std::size_t firstOf(Map& map, const Key& key)
+    {
+        const auto found = map.find(key);
+        if (found == map.end())
+            return drives_.size();
+        while (!found->second.empty() && isTaken_[found->second.back()])
+            found->second.pop_back();
+        return found->second.empty() ? drives_.size() : found->second.back();
+    }
+
+    const std::vector<ReportedDrive>& drives_;
+    std::vector<bool> isTaken_;
+    std::map<std::string_view, Indices> bySerial_;
+    std::map<Model, Indices> byModel_;
+    std::map<Model, Indices> unnumberedByModel_;
+};
 
 } // namespace
 
@@ -244,21 +298,15 @@ std::string_view rawValue(DriveChange::Kind kind)
 std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after)
 {
     std::vector<DriveChange> changes;
-    std::vector<const ReportedDrive*> left;
-    for (const ReportedDrive& drive : before.drives)
-        left.push_back(&drive);
+    EarlierDrives earlier(before.drives);
     for (const ReportedDrive& drive : after.drives) {
-        const auto same =
-            std::ranges::find_if(left, [&](const ReportedDrive* other) { return isSameDrive(*other, drive); });
-        if (same == left.end()) {
-            changes.push_back(describe(drive, DriveChange::Kind::appeared));
-            continue;
-        }
-        changes.push_back(compareDrives(**same, drive));
-        left.erase(same);
+        const ReportedDrive* const same = earlier.take(drive);
+        changes.push_back(same ? compareDrives(*same, drive) : describe(drive, DriveChange::Kind::appeared));
     }
-    for (const ReportedDrive* const drive : left) {
-        changes.push_back(describe(*drive, DriveChange::Kind::vanished));
+    for (std::size_t i = 0; i < before.drives.size(); ++i) {
+        if (earlier.isTaken(i))
+            continue;
+        changes.push_back(describe(before.drives[i], DriveChange::Kind::vanished));
         changes.back().status = driveNotOpened;
     }
     return changes;

@@ -3,17 +3,16 @@
 
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
+#include "machines/recorded/Loading.h"
 #include "machines/recorded/RegistryListing.h"
 #include "machines/recorded/SavedMachine.h"
 #include "vantorel/smart/SmartController.h"
+#include "vantorel/system/KeyedArchiver.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <map>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -23,21 +22,15 @@ namespace vantorel::host {
 namespace {
 
 constexpr std::size_t largestReport = std::size_t{512} << 20;
-constexpr std::size_t mostDrives = 10'000; // far beyond any machine, and few enough to be compared each with each
 constexpr std::string_view listingName = "registry listing";
 
-ReportReader readReport(const std::string& path)
+ReportReader readReport(const std::string& path, DataView bytes)
 {
     try {
-        return ReportReader(readFile(path, largestReport));
+        return ReportReader(bytes);
     } catch (const ReportError& error) {
         throw CommandError(path, error.what());
     }
-}
-
-bool isNvme(const ReportDrive& drive)
-{
-    return drive.interface ? drive.interface == "nvme" : !drive.thresholdsData;
 }
 
 std::optional<SmartObject> decode(const ReportDrive& drive, const recorded::DeviceIdentity& identity)
@@ -58,13 +51,30 @@ std::optional<SmartObject> decode(const ReportDrive& drive, const recorded::Devi
     return *std::move(result);
 }
 
-ReportedDrive reportedDrive(ReportDrive stored, std::size_t number,
-                            const std::map<std::string, recorded::DeviceIdentity, std::less<>>& devices)
+using Devices = std::map<std::string, recorded::DeviceIdentity, std::less<>>;
+
+/// `isListed`: whether `devices` tells of every drive.
+ReportedDrive::Smart smartOf(const ReportedDrive& drive, bool isListed)
 {
-    ReportedDrive drive{std::move(stored), {}, {}, {}, {}};
+    using enum ReportedDrive::Smart;
+    if (drive.stored.smartData)
+        return stored;
+    if (drive.stored.failure)
+        return unread;
+    if (!isListed)
+        return unknown;
+    return isNvme(drive.stored) ? (drive.identity.nvmeSmartEntry ? unread : none)
+                                : (drive.identity.smartEntry ? unread : none);
+}
+
+ReportedDrive reportedDrive(ReportDrive stored, std::size_t number, const Devices& devices, bool isListed)
+{
+    ReportedDrive drive;
+    drive.stored = std::move(stored);
     drive.name = drive.stored.bsdName.value_or(fmt::format("drive {}", number + 1));
     if (const auto device = devices.find(drive.name); device != devices.end())
         drive.identity = device->second;
+    drive.smart = smartOf(drive, isListed);
     if (!drive.stored.smartData)
         return drive;
     drive.decoded = decode(drive.stored, drive.identity);
@@ -73,38 +83,33 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number,
     return drive;
 }
 
-bool isReport(const std::string& path)
+/// What the report saved of its drives; those of which nothing was to be had are left out.
+std::vector<recorded::SavedSmart> savedDrives(const ReportReader& reader)
 {
-    if (std::filesystem::path(path).extension() == ".vantorel")
-        return true;
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        return false; // what is read of a pipe here would be missing later
-    // The table that names the archiver is the first object of an archive.
-    constexpr std::string_view mark = "$archiver";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
-    std::array<char, 4096> start{};
-    if (!file)
-        return false;
-    const std::string_view text(start.data(), std::fread(start.data(), 1, start.size(), file.get()));
-    return text.find(mark) != std::string_view::npos;
-}
-
-recorded::Recording reportedMachine(const std::string& path)
-{
-    const ReportReader reader = readReport(path);
     std::vector<recorded::SavedSmart> saved;
     for (const ReportDrive& drive : reader.drives()) {
-        if (drive.bsdName && drive.smartData)
+        const bool wasOpened = drive.smartData || (drive.failure && drive.failure->opened);
+        if (drive.bsdName && wasOpened)
             saved.push_back({*drive.bsdName,
                              isNvme(drive) ? recorded::RecordedDrive::Kind::nvme : recorded::RecordedDrive::Kind::ata,
-                             *drive.smartData, drive.thresholdsData});
+                             drive.smartData, drive.thresholdsData, drive.identify, drive.errorLog, drive.failing});
     }
+    return saved;
+}
+
+recorded::Recording reportedMachine(const std::string& path, DataView bytes)
+{
+    const ReportReader reader = readReport(path, bytes);
     try {
         const Data listing = reader.expandedRegistry();
         if (listing.empty())
             throw CommandError(path, "the report has no registry listing, so there is no machine in it");
-        return recorded::savedMachine(listing, std::string(listingName), saved);
+        recorded::Recording machine = recorded::savedMachine(listing, std::string(listingName), savedDrives(reader));
+        for (const ReportVolume& volume : reader.volumes()) {
+            if (auto recorded = recordedVolume(volume))
+                machine.volumes.push_back(*std::move(recorded));
+        }
+        return machine;
     } catch (const ReportError& error) {
         throw CommandError(path, error.what());
     } catch (const recorded::RecordingError& error) {
@@ -114,18 +119,47 @@ recorded::Recording reportedMachine(const std::string& path)
 
 } // namespace
 
+std::string_view rawValue(ReportedDrive::Smart smart)
+{
+    constexpr std::string_view names[] = {"stored", "unread", "none", "unknown"};
+    return names[static_cast<std::size_t>(smart)];
+}
+
+bool isNvme(const ReportDrive& drive)
+{
+    return drive.interface ? drive.interface == "nvme" : !drive.thresholdsData;
+}
+
+std::optional<recorded::RecordedVolume> recordedVolume(const ReportVolume& volume)
+{
+    if (!volume.disk)
+        return std::nullopt;
+    recorded::RecordedVolume recorded;
+    recorded.disk = *volume.disk;
+    recorded.facts = {volume.kind, volume.name, volume.uuid ? base::Uuid::parse(*volume.uuid) : std::nullopt,
+                      volume.mountable, volume.mountPoints};
+    recorded.size = volume.size.value_or(0);
+    recorded.free = volume.free.value_or(0);
+    recorded.writable = volume.writable.value_or(true);
+    return recorded;
+}
+
 ReportFile openReport(const std::string& path)
 {
-    const ReportReader reader = readReport(path);
-    if (reader.drives().size() > mostDrives)
-        throw CommandError(path, fmt::format("tells of more than {} drives", mostDrives));
-    ReportFile report{path, reader.version(), reader.unknownKeys(), {}, {}, 0, {}};
-    std::map<std::string, recorded::DeviceIdentity, std::less<>> devices;
+    const ReportReader reader = readReport(path, readFile(path, largestReport));
+    ReportFile report;
+    report.path = path;
+    report.version = reader.version();
+    report.origin = reader.origin();
+    report.unknownKeys = reader.unknownKeys();
+    report.volumes = reader.volumes();
+    Devices devices;
     try {
         report.listing = reader.expandedRegistry();
-        if (report.listing.empty())
-            report.listingFault = "the report has no registry listing";
-        if (report.listingFault.empty()) {
+        if (report.listing.empty()) {
+            const std::string& why = reader.listingFailure();
+            report.listingFault = "the report has no registry listing" + (why.empty() ? "" : ": " + why);
+        } else {
             std::vector<recorded::Fault> ignored;
             const auto entries = recorded::readListing(report.listing, std::string(listingName), ignored);
             report.entries = entries.size();
@@ -137,13 +171,19 @@ ReportFile openReport(const std::string& path)
         report.listingFault = error.what();
     }
     for (const ReportDrive& drive : reader.drives())
-        report.drives.push_back(reportedDrive(drive, report.drives.size(), devices));
+        report.drives.push_back(reportedDrive(drive, report.drives.size(), devices, report.listingFault.empty()));
     return report;
 }
 
 recorded::Recording loadRecordingOrReport(const std::string& path)
 {
-    return isReport(path) ? reportedMachine(path) : recorded::loadRecording(path);
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored))
+        return recorded::loadRecording(path);
+    const Data bytes = readFile(path, largestReport);
+    if (system::isKeyedArchive(bytes) || std::filesystem::path(path).extension() == ".vantorel")
+        return reportedMachine(path, bytes);
+    return recorded::loadRecording(path, bytes);
 }
 
 } // namespace vantorel::host

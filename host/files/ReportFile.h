@@ -10,26 +10,46 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantorel::host {
 
 /// One drive of a report and what can be made of it today.
 struct ReportedDrive {
+    /// What became of the drive's SMART data when the report was made.
+    enum class Smart {
+        stored,
+        unread,  ///< it has some, and they could not be read
+        none,    ///< it has none
+        unknown, ///< neither the report nor its listing tells
+    };
+
     ReportDrive stored;
     std::string name;                  ///< its device name, else "drive 3"
     recorded::DeviceIdentity identity; ///< as far as the report's registry listing tells it
+    Smart smart = Smart::unknown;
     std::optional<SmartObject>
         decoded;       ///< the raw bytes, decoded by today's table; firmware and serial are the listing's
     std::string fault; ///< why raw bytes are there and no result
 };
 
+[[nodiscard]] std::string_view rawValue(ReportedDrive::Smart smart);
+
+/// Whether what is stored of a drive is of the NVMe kind.
+[[nodiscard]] bool isNvme(const ReportDrive& drive);
+
+/// The volume as recorded machines hold it; absent when it does not tell its disk.
+[[nodiscard]] std::optional<recorded::RecordedVolume> recordedVolume(const ReportVolume& volume);
+
 /// A report that was opened.
 struct ReportFile {
     std::string path;
     std::optional<std::string> version; ///< of the library that made it
+    ReportOrigin origin;
     std::vector<std::string> unknownKeys;
     std::vector<ReportedDrive> drives;
+    std::vector<ReportVolume> volumes;
     Data listing;             ///< the registry listing, expanded; empty when there is none
     std::size_t entries = 0;  ///< registry entries in the listing
     std::string listingFault; ///< why the listing cannot be used
@@ -39,8 +59,8 @@ struct ReportFile {
 [[nodiscard]] ReportFile openReport(const std::string& path);
 
 /// The recorded machine at a path: a recording, or the machine as it stood when a report was made. A report is told by
-/// its extension ".vantorel", or by being a keyed archive. Throws `RecordingError`, and `CommandError` for a report
-/// that cannot be read or has no listing of the registry.
+/// what is in it, whatever its name; a file named "….vantorel" is to be one. Throws `RecordingError`, and
+/// `CommandError` for a report that cannot be read or has no listing of the registry.
 [[nodiscard]] recorded::Recording loadRecordingOrReport(const std::string& path);
 
 } // namespace vantorel::host

@@ -136,4 +136,12 @@ std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names)
     return outcomes;
 }
 
+void complainOfFaults(const std::vector<DriveOutcome>& outcomes)
+{
+    for (const DriveOutcome& outcome : outcomes) {
+        if (!outcome.judged && outcome.status() != success)
+            complain(outcome.name, outcome.error + (outcome.remedy.empty() ? "" : " Try: " + outcome.remedy));
+    }
+}
+
 } // namespace vantorel::host

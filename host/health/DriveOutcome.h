@@ -46,6 +46,9 @@ struct DriveOutcome {
 /// on the registry's thread.
 [[nodiscard]] std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names);
 
+/// A line on standard error for each drive that could not be read, with the command that helps where there is one.
+void complainOfFaults(const std::vector<DriveOutcome>& outcomes);
+
 } // namespace vantorel::host
 
 template <>

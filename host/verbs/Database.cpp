@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/Verbs.h"
+#include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
@@ -195,6 +196,10 @@ bool lint(const DriveTable& table)
 int lintAll()
 {
     int status = success;
+    for (const std::string& fault : driveTableFaults()) {
+        print(printable(fault) + '\n');
+        status = readFailed;
+    }
     for (const DriveTable* const table : driveTables())
         status |= lint(*table) ? success : readFailed;
     return status;

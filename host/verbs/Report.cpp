@@ -2,20 +2,24 @@
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
+#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/OutputFile.h"
+#include "host/health/DriveOutcome.h"
 #include "host/views/Quantity.h"
 #include "host/views/Time.h"
 #include "vantorel/report/SystemReport.h"
 
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstdio>
+#include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include <unistd.h>
 
@@ -28,28 +32,52 @@ struct ReportArguments {
     bool force = false;
 };
 
-Data makeReport()
+/// Reads the drives side by side, as `smart` does, and gives each reading to the report when it comes to that drive.
+class Readings {
+public:
+    Readings() : outcomes_(readDrives({})) {}
+
+    [[nodiscard]] DriveReading of(const Drive& drive) const
+    {
+        const auto outcome = std::ranges::find(outcomes_, &drive, [](const auto& each) { return each.drive.get(); });
+        if (outcome == outcomes_.end())
+            return readDrive(ReadableDrive::of(drive)); // it came meanwhile
+        if (outcome->judged)
+            return outcome->judged->reading;
+        if (outcome->kind == DriveOutcome::Kind::failed)
+            throw SmartError(outcome->error);
+        throw SmartOpenError(outcome->error);
+    }
+
+    [[nodiscard]] const std::vector<DriveOutcome>& outcomes() const { return outcomes_; }
+
+private:
+    std::vector<DriveOutcome> outcomes_;
+};
+
+/// The report, and in `fault` why its listing of the registry is missing. Throws when there is none at all.
+Data makeReport(const Readings& readings, std::string& fault)
 {
     ProgressLine progress;
     std::optional<Data> report;
     bool isDone = false;
+    SystemReportOptions options;
+    options.read = [&](const Drive& drive) { return readings.of(drive); };
+    options.onFault = [&](const std::string& why) { fault = why; };
     SystemReport::generate(
         [&](std::optional<Data> bytes) {
             report = std::move(bytes);
             isDone = true;
         },
-        [&](const Drive& drive, std::size_t number, std::size_t count) {
-            progress.show(
-                fmt::format("Reading {}, drive {} of {}", printable(drive.bsdName().value_or("-")), number + 1, count));
-        });
+        std::move(options));
     progress.show("Listing the registry");
     pumpEvents(std::nullopt, [&] { return isDone; });
     if (!report)
-        throw CommandError("report", "the registry could not be listed");
+        throw CommandError("report", fault.empty() ? "it could not be put together" : fault);
     return *std::move(report);
 }
 
-void report(const CLI::App& app, const ReportArguments& arguments)
+int report(const CLI::App& app, const ReportArguments& arguments)
 {
     std::error_code ignored;
     const bool isFile = arguments.output != "-";
@@ -59,23 +87,32 @@ void report(const CLI::App& app, const ReportArguments& arguments)
         throw CommandError(arguments.output, "exists already; --force replaces it");
 
     loadMachine(app);
-    const Data bytes = makeReport();
+    const Readings readings;
+    std::string fault;
+    const Data bytes = makeReport(readings, fault);
     OutputFile file(arguments.output);
     file.write(bytes);
     file.commit();
     if (isFile)
         print(fmt::format("{}: {}\n", printable(arguments.output), sizeText(bytes.size())));
+    complainOfFaults(readings.outcomes());
+    int status = statusOf(readings.outcomes());
+    if (!fault.empty()) {
+        complain("report", fault);
+        status |= readFailed;
+    }
+    return status;
 }
 
 } // namespace
 
-void addReport(CLI::App& app, int& /*status*/)
+void addReport(CLI::App& app, int& status)
 {
     CLI::App* const verb = app.add_subcommand("report", "Save the whole state of a machine's storage in one file");
     const auto arguments = std::make_shared<ReportArguments>();
     verb->add_option("-o,--output", arguments->output, "File to write; - for standard output")->capture_default_str();
     verb->add_flag("--force", arguments->force, "Replace the file if it exists");
-    verb->callback([&app, arguments] { report(app, *arguments); });
+    verb->callback([&app, arguments, &status] { status = report(app, *arguments); });
 }
 
 } // namespace vantorel::host

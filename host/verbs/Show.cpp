@@ -11,7 +11,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -30,63 +33,78 @@ struct ShowArguments {
 
 using NamedBytes = std::pair<std::string, const Data*>;
 
-/// The drive's name as the start of file names. It is a foreign text, which must not lead out of the folder nor be
-/// that of another drive.
-std::string fileNameOf(const ReportFile& report, std::size_t number)
+/// The drives' names as the starts of file names. They are foreign texts, which must not lead out of the folder, and no
+/// two may be the same.
+std::vector<std::string> fileNames(const ReportFile& report)
 {
-    const std::string& name = report.drives[number].name;
     const auto isPlain = [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z'); };
-    const bool isFirst = std::ranges::find(report.drives, name, &ReportedDrive::name) ==
-                         report.drives.begin() + static_cast<std::ptrdiff_t>(number);
-    return isFirst && !name.empty() && std::ranges::all_of(name, isPlain) ? name : fmt::format("drive-{}", number + 1);
+    std::set<std::string_view> taken;
+    std::vector<std::string> names;
+    for (const ReportedDrive& drive : report.drives) {
+        const bool isUsable = !drive.name.empty() && std::ranges::all_of(drive.name, isPlain);
+        const bool isFirst = taken.insert(drive.name).second;
+        names.push_back(isUsable && isFirst ? drive.name : fmt::format("drive-{}", names.size() + 1));
+    }
+    return names;
 }
 
-/// All that is in the report as bytes, under the names of the files that it becomes.
-std::vector<NamedBytes> contents(const ReportFile& report)
-{
-    std::vector<NamedBytes> files;
-    if (!report.listing.empty())
-        files.emplace_back("ioreg.plist", &report.listing);
-    for (std::size_t i = 0; i < report.drives.size(); ++i) {
-        const ReportedDrive& drive = report.drives[i];
-        const std::string name = fileNameOf(report, i);
-        const bool isSector = drive.stored.thresholdsData.has_value();
-        if (drive.stored.smartData)
-            files.emplace_back(name + (isSector ? "-data.bin" : "-log.bin"), &*drive.stored.smartData);
-        if (isSector)
-            files.emplace_back(name + "-thresholds.bin", &*drive.stored.thresholdsData);
+/// A machine.json and the files beside it, so that a folder of them is a recorded machine.
+class Extract {
+public:
+    explicit Extract(const ReportFile& report)
+    {
+        if (!report.listing.empty())
+            files_.emplace_back("ioreg.plist", &report.listing);
+        const std::vector<std::string> names = fileNames(report);
+        for (std::size_t i = 0; i < names.size(); ++i)
+            addDrive(report.drives[i].stored, names[i]);
+        for (const ReportVolume& volume : report.volumes) {
+            if (volume.disk)
+                machine_["volumes"].push_back(volumeJson(volume));
+        }
+        if (report.listing.empty())
+            return;
+        const std::string text = machine_.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+        machineBytes_.assign(text.begin(), text.end());
+        files_.emplace_back("machine.json", &machineBytes_);
     }
-    return files;
-}
+    Extract(const Extract&) = delete;
+    Extract& operator=(const Extract&) = delete;
 
-/// A machine.json over the files, so that the folder is a recorded machine.
-std::string machineJson(const ReportFile& report)
-{
-    Json machine = {{"listing", "ioreg.plist"}, {"drives", Json::array()}};
-    for (std::size_t i = 0; i < report.drives.size(); ++i) {
-        const ReportedDrive& drive = report.drives[i];
-        if (!drive.stored.smartData || !drive.stored.bsdName)
-            continue;
-        const std::string name = fileNameOf(report, i);
-        Json entry = {{"disk", *drive.stored.bsdName}};
-        if (drive.stored.thresholdsData)
-            entry["ata"] = {{"data", name + "-data.bin"}, {"thresholds", name + "-thresholds.bin"}};
-        else
-            entry["nvme"] = {{"log", name + "-log.bin"}};
-        machine["drives"].push_back(entry);
+    [[nodiscard]] const std::vector<NamedBytes>& files() const { return files_; }
+
+private:
+    void addDrive(const ReportDrive& drive, const std::string& name)
+    {
+        Json answers = Json::object();
+        const auto add = [&](const char* key, const std::optional<Data>& bytes) {
+            if (!bytes)
+                return;
+            const std::string file = name + '-' + key + ".bin";
+            files_.emplace_back(file, &*bytes);
+            answers[key] = file;
+        };
+        const bool isLog = isNvme(drive);
+        add("identify", drive.identify);
+        add(isLog ? "log" : "data", drive.smartData);
+        add("thresholds", drive.thresholdsData);
+        add("errorLog", drive.errorLog);
+        if (drive.failing)
+            answers["exceeded"] = *drive.failing;
+        if (drive.bsdName && !answers.empty())
+            machine_["drives"].push_back({{"disk", *drive.bsdName}, {isLog ? "nvme" : "ata", answers}});
     }
-    return machine.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
-}
+
+    std::vector<NamedBytes> files_;
+    Json machine_ = {{"listing", "ioreg.plist"}, {"volumes", Json::array()}, {"drives", Json::array()}};
+    Data machineBytes_;
+};
 
 /// Writes nothing when a file of one of the names is there already.
 void extract(const ReportFile& report, const std::string& folder)
 {
-    std::vector<NamedBytes> files = contents(report);
-    const std::string machine = machineJson(report);
-    const Data machineBytes(machine.begin(), machine.end());
-    if (!report.listing.empty())
-        files.emplace_back("machine.json", &machineBytes);
-
+    const Extract whole(report);
+    const std::vector<NamedBytes>& files = whole.files();
     std::error_code error;
     fs::create_directories(folder, error);
     if (error)

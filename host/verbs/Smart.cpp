@@ -23,14 +23,6 @@ struct SmartArguments {
 };
 
 /// Tells on standard error of the drives that ought to have been read and were not.
-void complainOfFaults(const std::vector<DriveOutcome>& outcomes)
-{
-    for (const DriveOutcome& outcome : outcomes) {
-        if (!outcome.judged && outcome.status() != success)
-            complain(outcome.name, outcome.error + (outcome.remedy.empty() ? "" : " Try: " + outcome.remedy));
-    }
-}
-
 int smart(const CLI::App& app, const SmartArguments& arguments)
 {
     const std::string path = loadMachine(app);

@@ -14,6 +14,17 @@ namespace {
 
 constexpr int deepestLevel = 40;
 
+/// A partition carries the name of its whole disk, and an APFS snapshot that of its volume: "disk0" of "disk0s2",
+/// "nvme0n1" of "nvme0n1p2" and "sda" of "sda1". Of a whole disk it is nobody's name.
+std::string_view nameAbove(std::string_view name)
+{
+    constexpr std::string_view digits = "0123456789";
+    name = name.substr(0, name.find_last_not_of(digits) + 1);
+    const bool isParted = name.size() > 1 && (name.back() == 's' || name.back() == 'p') &&
+                          digits.find(name[name.size() - 2]) != std::string_view::npos;
+    return isParted ? name.substr(0, name.size() - 1) : name;
+}
+
 class TreeBuilder {
 public:
     explicit TreeBuilder(const Vantorel& registry) : registry_(registry), disks_(registry.disks())
@@ -48,10 +59,8 @@ private:
             below = logical->logicalVolume();
         if (below && tracked_.contains(below.get()))
             return below.get();
-        // A partition carries the name of its whole disk, and an APFS snapshot that of its volume.
-        const std::string_view name = disk.bsdName() ? std::string_view(*disk.bsdName()) : std::string_view();
-        const std::size_t slice = name.rfind('s');
-        const auto found = slice == std::string_view::npos ? named_.end() : named_.find(name.substr(0, slice));
+        const auto found =
+            named_.find(nameAbove(disk.bsdName() ? std::string_view(*disk.bsdName()) : std::string_view()));
         return found == named_.end() ? nullptr : found->second;
     }
 

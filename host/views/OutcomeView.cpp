@@ -20,7 +20,7 @@ const char* stateText(Kind kind)
     case Kind::asleep:
         return "asleep";
     case Kind::noSmart:
-        return "no SMART data";
+        return "without SMART";
     case Kind::noDrive:
         return "no drive";
     case Kind::read:

@@ -4,12 +4,14 @@
 #include "Quantity.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
+#include "host/files/StoredValues.h"
 #include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/smart/records/RecordJson.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <utility>
@@ -17,24 +19,6 @@
 namespace vantorel::host {
 
 namespace {
-
-template <typename Result>
-std::vector<ValuePair> decodedValues(const Result& result)
-{
-    std::vector<ValuePair> pairs;
-    for (const auto& value : result.smartValues)
-        pairs.push_back({{}, dictionary(value).value_or(PropertyTable())});
-    return pairs;
-}
-
-/// Whether both tell of the same value: by number, or by name where there are no numbers.
-bool areSameValue(const PropertyTable& one, const PropertyTable& other)
-{
-    const char* const key = one.contains("id") ? "id" : "name";
-    const PropertyValue* const name = one.lookUp(key);
-    const PropertyValue* const otherName = other.lookUp(key);
-    return name && otherName && *name == *otherName;
-}
 
 Json propertyJson(const PropertyValue& value)
 {
@@ -107,7 +91,7 @@ std::string valuesText(const std::vector<ValuePair>& pairs)
     for (const ValuePair& pair : pairs) {
         const PropertyTable& value = pair.either();
         const bool isNumbered = value.contains("id");
-        const bool isDifferent = !pair.stored || !pair.decoded || !pair.differences().empty();
+        const bool isDifferent = pair.isDifferent();
         const bool isBad = isFailing(pair);
         table.add({std::string(isDifferent ? "*" : "") + (isBad ? "!" : ""), isNumbered ? shown(value, "id") : "",
                    shownBoth(pair, "name"), shown(pair.stored, "formattedValue"), shown(pair.decoded, "formattedValue"),
@@ -136,6 +120,37 @@ std::string judgement(const SmartObject& result)
     });
 }
 
+/// What was read of the drive beside its SMART data.
+std::string besides(const ReportDrive& drive)
+{
+    std::vector<std::string> parts;
+    if (drive.failing)
+        parts.emplace_back(*drive.failing ? "it says that it is failing" : "it says that it is well");
+    if (drive.identify)
+        parts.push_back(fmt::format("identify data, {} bytes", drive.identify->size()));
+    if (drive.errorLog)
+        parts.push_back(fmt::format("error log, {} bytes", drive.errorLog->size()));
+    return fmt::format("{}", fmt::join(parts, "; "));
+}
+
+/// Why there are no values.
+std::string absence(const ReportedDrive& drive)
+{
+    switch (drive.smart) {
+    case ReportedDrive::Smart::unread:
+        if (!drive.stored.failure)
+            return "Its SMART data were not read.";
+        return drive.stored.failure->asleep ? drive.stored.failure->error
+                                            : "Its SMART data could not be read: " + drive.stored.failure->error;
+    case ReportedDrive::Smart::none:
+        return "It has no SMART data.";
+    case ReportedDrive::Smart::stored:
+    case ReportedDrive::Smart::unknown:
+        break;
+    }
+    return "No SMART data are stored.";
+}
+
 std::string driveText(const ReportedDrive& drive)
 {
     std::string text =
@@ -145,18 +160,33 @@ std::string driveText(const ReportedDrive& drive)
         fact("Firmware", drive.identity.firmware) +
         fact("Attached by", fmt::format("{}, {}", drive.stored.interface.value_or("unknown"),
                                         drive.stored.protocol.value_or("unknown"))) +
-        fact("Kind", drive.stored.kind.value_or("unknown"));
+        fact("Kind", drive.stored.kind.value_or("unknown")) + fact("Also read", besides(drive.stored));
     if (drive.decoded)
         text += judgement(*drive.decoded);
     if (!drive.fault.empty())
         text += "  " + emphasised(drive.fault, Emphasis::bad) + '\n';
     const std::vector<ValuePair> pairs = valuePairs(drive);
     if (pairs.empty())
-        return text + "  No SMART data were read.\n";
-    const auto different = std::ranges::count_if(
-        pairs, [](const ValuePair& pair) { return !pair.stored || !pair.decoded || !pair.differences().empty(); });
+        return text + "  " +
+               emphasised(printable(absence(drive)), statusOf(drive) == success ? Emphasis::none : Emphasis::bad) +
+               '\n';
+    const auto different = std::ranges::count_if(pairs, &ValuePair::isDifferent);
     text += fact("Values", fmt::format("{}, decoded otherwise than they were stored: {}", pairs.size(), different));
     return text + valuesText(pairs);
+}
+
+std::string volumeText(const ReportVolume& volume)
+{
+    std::string text = volume.disk.value_or("-");
+    for (const auto& [part, before] : {std::pair(volume.name, "  "), std::pair(volume.kind, ", ")}) {
+        if (part && !part->empty())
+            text += before + *part;
+    }
+    for (const std::string& path : volume.mountPoints)
+        text += (&path == volume.mountPoints.data() ? ", at " : " and ") + path;
+    if (volume.size)
+        text += fmt::format(", {}, {} free", sizeText(*volume.size), sizeText(volume.free.value_or(0)));
+    return volume.writable == false ? text + ", read-only" : text;
 }
 
 Json differencesJson(const std::vector<ValuePair>& pairs)
@@ -192,18 +222,29 @@ void put(Json& json, const char* key, const std::optional<std::string>& text)
 
 Json driveJson(const ReportedDrive& drive)
 {
+    const ReportDrive& stored = drive.stored;
     Json json = {{"name", drive.name}};
-    put(json, "vendor", drive.stored.vendor);
-    put(json, "model", drive.stored.model);
-    put(json, "bsdName", drive.stored.bsdName);
-    put(json, "interface", drive.stored.interface);
-    put(json, "kind", drive.stored.kind);
-    put(json, "protocol", drive.stored.protocol);
+    put(json, "vendor", stored.vendor);
+    put(json, "model", stored.model);
+    put(json, "bsdName", stored.bsdName);
+    put(json, "interface", stored.interface);
+    put(json, "kind", stored.kind);
+    put(json, "protocol", stored.protocol);
     json["serial"] = drive.identity.serial;
     json["firmware"] = drive.identity.firmware;
     json["status"] = statusOf(drive);
-    if (drive.stored.processedSmart)
-        json["stored"] = propertyJson(*drive.stored.processedSmart);
+    json["smart"] = rawValue(drive.smart);
+    if (stored.failure)
+        json["failure"] = {
+            {"opened", stored.failure->opened}, {"asleep", stored.failure->asleep}, {"error", stored.failure->error}};
+    if (stored.failing)
+        json["failing"] = *stored.failing;
+    if (stored.identify)
+        json["identify"] = base::base64(*stored.identify);
+    if (stored.errorLog)
+        json["errorLog"] = base::base64(*stored.errorLog);
+    if (stored.processedSmart)
+        json["stored"] = propertyJson(*stored.processedSmart);
     if (drive.decoded) {
         json["decoded"] = Json::parse(toJson(*drive.decoded));
         json["differences"] = differencesJson(valuePairs(drive));
@@ -215,54 +256,39 @@ Json driveJson(const ReportedDrive& drive)
 
 } // namespace
 
-std::vector<std::string> ValuePair::differences() const
+Json volumeJson(const ReportVolume& volume)
 {
-    std::vector<std::string> keys;
-    if (!stored || !decoded)
-        return keys;
-    for (const auto& [key, value] : *decoded) {
-        const PropertyValue* const before = stored->lookUp(key);
-        if (!before || *before != value)
-            keys.push_back(key);
-    }
-    for (const auto& [key, value] : *stored) {
-        if (!decoded->contains(key))
-            keys.push_back(key);
-    }
-    return keys;
-}
-
-std::vector<ValuePair> valuePairs(const ReportedDrive& drive)
-{
-    std::vector<ValuePair> pairs;
-    if (drive.decoded)
-        pairs = drive.decoded->visit([](const auto& result) { return decodedValues(result); });
-    const PropertyTable* const processed = drive.stored.processedSmart ? &*drive.stored.processedSmart : nullptr;
-    const PropertyValue* const values = processed ? processed->lookUp("values") : nullptr;
-    const PropertyArray none;
-    const std::size_t decodedCount = pairs.size();
-    for (const PropertyValue& value : values && values->array() ? *values->array() : none) {
-        if (!value.table())
-            continue;
-        const auto end = pairs.begin() + static_cast<std::ptrdiff_t>(decodedCount);
-        const auto same = std::find_if(pairs.begin(), end, [&](const ValuePair& pair) {
-            return !pair.stored && areSameValue(*pair.decoded, *value.table());
-        });
-        if (same != end)
-            same->stored = *value.table();
-        else
-            pairs.push_back({*value.table(), {}});
-    }
-    return pairs;
+    Json json = Json::object();
+    const auto putPresent = [&json](const char* key, const auto& value) {
+        if (value)
+            json[key] = *value;
+    };
+    putPresent("disk", volume.disk);
+    putPresent("kind", volume.kind);
+    putPresent("name", volume.name);
+    putPresent("uuid", volume.uuid);
+    putPresent("mountable", volume.mountable);
+    json["mountPoints"] = volume.mountPoints;
+    putPresent("size", volume.size);
+    putPresent("free", volume.free);
+    putPresent("writable", volume.writable);
+    return json;
 }
 
 std::string reportText(const ReportFile& report)
 {
+    const ReportOrigin& origin = report.origin;
     std::string text = emphasised(printable(report.path), Emphasis::strong) + '\n' +
-                       fact("Made by", "vantorel " + report.version.value_or("of an unknown version"));
+                       fact("Made by", "vantorel " + report.version.value_or("of an unknown version")) +
+                       fact("Drive table", origin.table.value_or("")) + fact("Made at", origin.created.value_or(""));
+    if (origin.system)
+        text += fact("Made on", fmt::format("{} {}, {}", *origin.system, origin.kernel.value_or("-"),
+                                            origin.architecture.value_or("-")));
     if (report.listingFault.empty())
         text += fact("Registry", fmt::format("{} entries, {}", report.entries, sizeText(report.listing.size())));
     text += fact("Drives", std::to_string(report.drives.size()));
+    for (const ReportVolume& volume : report.volumes)
+        text += fact("Volume", volumeText(volume));
     for (const std::string& key : report.unknownKeys)
         text += fact("Unknown key", key);
     for (const ReportedDrive& drive : report.drives)
@@ -272,10 +298,20 @@ std::string reportText(const ReportFile& report)
 
 Json reportJson(const ReportFile& report)
 {
+    const ReportOrigin& origin = report.origin;
     Json json = {{"report", report.path}};
     put(json, "version", report.version);
     json["registryEntries"] = report.entries;
     json["unknownKeys"] = report.unknownKeys;
+    put(json, "created", origin.created);
+    put(json["host"], "system", origin.system);
+    put(json["host"], "kernel", origin.kernel);
+    put(json["host"], "architecture", origin.architecture);
+    put(json["tool"], "version", origin.tool);
+    put(json["tool"], "table", origin.table);
+    json["volumes"] = Json::array();
+    for (const ReportVolume& volume : report.volumes)
+        json["volumes"].push_back(volumeJson(volume));
     json["drives"] = Json::array();
     for (const ReportedDrive& drive : report.drives)
         json["drives"].push_back(driveJson(drive));
@@ -288,7 +324,12 @@ int statusOf(const ReportedDrive& drive)
 {
     if (!drive.fault.empty())
         return readFailed;
-    return drive.decoded ? JudgedReading({*drive.decoded, {}, {}}, drive.stored.kind == "ssd").status() : success;
+    if (drive.stored.failure)
+        return drive.stored.failure->asleep ? success : drive.stored.failure->opened ? readFailed : driveNotOpened;
+    if (!drive.decoded)
+        return success;
+    const DriveReading reading{*drive.decoded, drive.stored.identify.value_or(Data()), drive.stored.failing};
+    return JudgedReading(reading, drive.stored.kind == "ssd").status();
 }
 
 } // namespace vantorel::host

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DeviceIdentity.h"
 
+#include "Recording.h"
+
 #include <unordered_map>
 #include <utility>
 
@@ -10,9 +12,6 @@ namespace {
 
 using system::RegistryEntry;
 using EntriesById = std::unordered_map<std::uint64_t, const RegistryEntry*>;
-
-/// Beyond the depth of any registry; a damaged listing may go round in circles.
-constexpr int mostLevels = 256;
 
 void fill(std::string& text, const PropertyTable& table, std::string_view key)
 {
@@ -31,7 +30,7 @@ DeviceIdentity identityAbove(const RegistryEntry& medium, const EntriesById& ent
 {
     DeviceIdentity identity;
     const RegistryEntry* entry = &medium;
-    for (int level = 0; level < mostLevels && !entry->parents.empty(); ++level) {
+    for (int level = 0; level < deepestRegistry && !entry->parents.empty(); ++level) {
         const auto parent = entries.find(entry->parents.front());
         if (parent == entries.end())
             break;
@@ -42,8 +41,8 @@ DeviceIdentity identityAbove(const RegistryEntry& medium, const EntriesById& ent
             fill(identity.serial, *facts, "Serial Number");
             fill(identity.firmware, *facts, "Product Revision Level");
         }
-        noteCapability(identity.smartEntry, *entry, "SMART Capable");
-        noteCapability(identity.nvmeSmartEntry, *entry, "NVMe SMART Capable");
+        noteCapability(identity.smartEntry, *entry, capabilityKey(RecordedDrive::Kind::ata));
+        noteCapability(identity.nvmeSmartEntry, *entry, capabilityKey(RecordedDrive::Kind::nvme));
     }
     return identity;
 }

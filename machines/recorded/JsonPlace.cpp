@@ -1,88 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "JsonPlace.h"
 
-#include "vantorel/base/Base64.h"
-
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
+#include <cmath>
 
 namespace vantorel::recorded {
 
-namespace {
-
-using Json = nlohmann::json;
-
-constexpr int deepest = 512;
-constexpr std::string_view bytesKey = "base64";
-
-PropertyValue convert(const Json& json)
-{
-    switch (json.type()) {
-    case Json::value_t::boolean:
-        return json.get<bool>();
-    case Json::value_t::number_integer:
-        return json.get<std::int64_t>();
-    case Json::value_t::number_unsigned:
-        return json.get<std::uint64_t>();
-    case Json::value_t::number_float:
-        return json.get<double>();
-    case Json::value_t::string:
-        return json.get<std::string>();
-    case Json::value_t::array: {
-        PropertyArray array;
-        array.reserve(json.size());
-        for (const Json& element : json)
-            array.push_back(convert(element));
-        return array;
-    }
-    case Json::value_t::object: {
-        if (json.size() == 1 && json.begin().key() == bytesKey && json.begin()->is_string()) {
-            if (std::optional<Data> bytes = base::fromBase64(json.begin()->get<std::string>()))
-                return *std::move(bytes);
-        }
-        PropertyTable table;
-        for (const auto& [key, value] : json.items())
-            table.emplace(key, convert(value));
-        return table;
-    }
-    default:
-        return nullptr;
-    }
-}
-
-/// The message of the parser without its own name and number in front: "parse error at line 1, column 2: …".
-std::string withoutPrefix(const std::string& message)
-{
-    const std::size_t end = message.find("] ");
-    return end == std::string::npos ? message : message.substr(end + 2);
-}
-
-} // namespace
-
-JsonDocument::JsonDocument(DataView bytes, const std::string& file, std::vector<Fault>& faults)
-    : file_(file), faults_(faults)
-{
-    int depth = 0;
-    const auto watchDepth = [&depth](int level, Json::parse_event_t, Json&) {
-        depth = std::max(depth, level);
-        return level <= deepest; // what lies deeper is left out at once
-    };
-    try {
-        const Json json = Json::parse(bytes.begin(), bytes.end(), watchDepth);
-        if (depth > deepest)
-            throw RecordingError(file + ": nested too deeply");
-        if (!json.is_object())
-            throw RecordingError(file + ": no JSON object");
-        value_ = convert(json);
-    } catch (const Json::exception& error) {
-        throw RecordingError(file + ": " + withoutPrefix(error.what()));
-    }
-}
-
 void JsonPlace::fault(std::string what) const
 {
-    faults_.push_back({file_, path_.empty() ? "top" : path_, std::move(what)});
+    note(faults_, {file_, path_.empty() ? "top" : path_, std::move(what)});
 }
 
 bool JsonPlace::has(std::string_view key) const
@@ -135,8 +61,8 @@ std::string JsonPlace::text() const
 {
     if (!value_)
         return {};
-    if (const auto number = value_->get<std::uint64_t>())
-        return std::to_string(*number);
+    if (value_->get<double>())
+        return std::to_string(count().value_or(0));
     return value_->text() ? *value_->text() : std::string();
 }
 
@@ -146,6 +72,20 @@ PropertyTable JsonPlace::table() const
         return *value_->table();
     fault("no object");
     return {};
+}
+
+std::optional<std::uint64_t> JsonPlace::count() const
+{
+    if (!value_)
+        return std::nullopt;
+    if (const auto number = value_->get<std::uint64_t>())
+        return number;
+    constexpr double end = 18446744073709551616.0;
+    const auto number = value_->get<double>(); // JSON does not tell 1 and 1.0 apart
+    if (number && *number >= 0 && *number < end && std::trunc(*number) == *number)
+        return static_cast<std::uint64_t>(*number);
+    fault("no whole number from 0 to 18446744073709551615");
+    return std::nullopt;
 }
 
 std::optional<Data> JsonPlace::bytes() const

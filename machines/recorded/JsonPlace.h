@@ -4,6 +4,7 @@
 #include "Recording.h"
 #include "vantorel/base/PropertyValue.h"
 
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <optional>
@@ -32,23 +33,18 @@ public:
     /// Calls `visit` with each element of the array under `key`.
     void each(std::string_view key, const std::function<void(const JsonPlace&)>& visit) const;
 
-    /// The value here as a `T`.
-    template <typename T>
-    [[nodiscard]] std::optional<T> value() const
+    // The value here, or that of a member; absent when it is missing or of another type.
+    [[nodiscard]] std::optional<std::string> words() const { return value<std::string>("no text"); }
+    [[nodiscard]] std::optional<std::string> words(std::string_view key) const { return at(key).words(); }
+    [[nodiscard]] std::optional<bool> truth(std::string_view key) const
     {
-        if (!value_)
-            return std::nullopt;
-        std::optional<T> result = value_->get<T>();
-        if (!result)
-            fault("a value of the wrong type");
-        return result;
+        return at(key).value<bool>("neither true nor false");
     }
-
-    template <typename T>
-    [[nodiscard]] std::optional<T> get(std::string_view key) const
+    [[nodiscard]] std::optional<double> number(std::string_view key) const
     {
-        return at(key).value<T>();
+        return at(key).value<double>("no number");
     }
+    [[nodiscard]] std::optional<std::uint64_t> count(std::string_view key) const { return at(key).count(); }
 
     /// The text here, or the digits of the integer here; else empty.
     [[nodiscard]] std::string text() const;
@@ -58,22 +54,20 @@ public:
     [[nodiscard]] std::optional<Data> bytes() const;
 
 private:
+    template <typename T>
+    [[nodiscard]] std::optional<T> value(const char* otherwise) const
+    {
+        if (!value_)
+            return std::nullopt;
+        std::optional<T> result = value_->get<T>();
+        if (!result)
+            fault(otherwise);
+        return result;
+    }
+    [[nodiscard]] std::optional<std::uint64_t> count() const;
+
     const PropertyValue* value_;
     std::string path_;
-    const std::string& file_;
-    std::vector<Fault>& faults_;
-};
-
-/// A JSON document as property values. Throws `RecordingError` with line and column when the bytes are no JSON object,
-/// or nested too deeply. `{"base64": "…"}` becomes data.
-class JsonDocument {
-public:
-    JsonDocument(DataView bytes, const std::string& file, std::vector<Fault>& faults);
-
-    [[nodiscard]] JsonPlace root() const { return {&value_, std::string(), file_, faults_}; }
-
-private:
-    PropertyValue value_;
     const std::string& file_;
     std::vector<Fault>& faults_;
 };

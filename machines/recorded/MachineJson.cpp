@@ -2,6 +2,7 @@
 #include "MachineJson.h"
 
 #include "EntryCollector.h"
+#include "JsonDocument.h"
 #include "JsonPlace.h"
 #include "RegistryIndex.h"
 #include "RegistryListing.h"
@@ -50,31 +51,31 @@ private:
         place.expectKeys({"disk", "kind", "name", "uuid", "mountable", "mountPoint", "mountPoints", "size", "free",
                           "writable", "comment"});
         RecordedVolume volume;
-        const auto disk = place.get<std::string>("disk");
+        const auto disk = place.words("disk");
         if (!disk) {
             place.fault("a volume without \"disk\"");
             return std::nullopt;
         }
         volume.disk = *disk;
-        volume.facts.kind = place.get<std::string>("kind");
-        volume.facts.name = place.get<std::string>("name");
-        volume.facts.mountable = place.get<bool>("mountable");
-        if (const auto text = place.get<std::string>("uuid")) {
+        volume.facts.kind = place.words("kind");
+        volume.facts.name = place.words("name");
+        volume.facts.mountable = place.truth("mountable");
+        if (const auto text = place.words("uuid")) {
             volume.facts.uuid = base::Uuid::parse(*text);
             if (!volume.facts.uuid)
                 place.at("uuid").fault("no UUID");
         }
-        if (const auto path = place.get<std::string>("mountPoint"))
+        if (const auto path = place.words("mountPoint"))
             addMountPoint(place.at("mountPoint"), *path, volume);
         place.each("mountPoints", [&](const JsonPlace& path) {
-            if (const auto text = path.value<std::string>())
+            if (const auto text = path.words())
                 addMountPoint(path, *text, volume);
         });
-        volume.size = place.get<std::uint64_t>("size").value_or(0);
-        volume.free = place.get<std::uint64_t>("free").value_or(0);
+        volume.size = place.count("size").value_or(0);
+        volume.free = place.count("free").value_or(0);
         if (volume.free > volume.size)
             place.at("free").fault("more than \"size\"");
-        volume.writable = place.get<bool>("writable").value_or(true);
+        volume.writable = place.truth("writable").value_or(true);
         return volume;
     }
 
@@ -90,7 +91,7 @@ private:
     {
         place.expectKeys({"at", "arrive", "under", "change", "properties", "remove", "volume", "comment"});
         RecordedStep step;
-        const auto seconds = place.get<double>("at");
+        const auto seconds = place.number("at");
         if (!seconds || *seconds < 0 || *seconds > 1e9)
             return place.fault("an event without its time in seconds, \"at\"");
         step.seconds = *seconds;
@@ -99,15 +100,15 @@ private:
                 return;
         } else if (place.has("change")) {
             PropertyTable changes = place.at("properties").table();
-            RegistryEntry* const entry = entryNamed(place.at("change"));
+            const auto entry = entryNamed(place.at("change"));
             if (!entry)
                 return;
-            step.what = RecordedStep::Change{entry->id, index_.merge(*entry, std::move(changes))};
+            step.what = RecordedStep::Change{*entry, std::move(changes)};
         } else if (place.has("remove")) {
-            RegistryEntry* const entry = entryNamed(place.at("remove"));
+            const auto entry = entryNamed(place.at("remove"));
             if (!entry)
                 return;
-            step.what = RecordedStep::Removal{entry->id};
+            step.what = RecordedStep::Removal{*entry};
         } else if (place.has("volume")) {
             std::optional<RecordedVolume> volume = readVolume(place.at("volume"));
             if (!volume)
@@ -123,10 +124,10 @@ private:
     {
         std::uint64_t parent = 0;
         if (place.has("under")) {
-            const RegistryEntry* const entry = entryNamed(place.at("under"));
+            const auto entry = entryNamed(place.at("under"));
             if (!entry)
                 return false;
-            parent = entry->id;
+            parent = *entry;
         }
         EntryCollector collector(nextId_);
         collectEntries(place.at("arrive").table(), parent, file_, place.at("arrive").path(), collector,
@@ -146,13 +147,13 @@ private:
         const bool isNvme = place.has("nvme");
         if (!isNvme && !place.has("ata"))
             return place.fault("a drive with neither \"ata\" nor \"nvme\"");
-        const RegistryEntry* const media = entryNamed(place.at("disk"));
+        const auto media = entryNamed(place.at("disk"));
         if (!media)
             return;
-        const std::string_view key = isNvme ? "NVMe SMART Capable" : "SMART Capable";
-        const std::optional<std::uint64_t> capable = index_.ancestorWith(*media, key);
+        const auto kind = isNvme ? RecordedDrive::Kind::nvme : RecordedDrive::Kind::ata;
+        const std::optional<std::uint64_t> capable = index_.capableAbove(*media, kind);
         if (!capable)
-            return place.fault("no entry above the disk is \"" + std::string(key) + "\"");
+            return place.fault("no entry above the disk is \"" + std::string(capabilityKey(kind)) + "\"");
         RecordedDrive drive = isNvme ? readNvme(place.at("nvme")) : readAta(place.at("ata"));
         if (!recording_.drives.emplace(*capable, std::move(drive)).second)
             place.fault("a second drive for the same disk");
@@ -165,7 +166,7 @@ private:
         drive.identify = readBytes(place, "identify", sectorSize);
         drive.data = readBytes(place, "data", sectorSize);
         drive.thresholds = readBytes(place, "thresholds", sectorSize);
-        drive.exceeded = place.get<bool>("exceeded").value_or(false);
+        drive.exceeded = place.truth("exceeded").value_or(false);
         readLogs(place, drive);
         readFailures(place, ataCommands, drive);
         return drive;
@@ -179,9 +180,9 @@ private:
         drive.identify = readBytes(place, "identify", identifySize);
         readLogs(place, drive);
         if (std::optional<Data> log = readBytes(place, "log", sectorSize))
-            drive.logs.insert_or_assign(2, *std::move(log));
+            drive.logs.insert_or_assign(smartLogPage, *std::move(log));
         if (std::optional<Data> errors = readBytes(place, "errorLog", std::nullopt))
-            drive.logs.insert_or_assign(1, *std::move(errors));
+            drive.logs.insert_or_assign(errorLogPage, *std::move(errors));
         readFailures(place, nvmeCommands, drive);
         return drive;
     }
@@ -194,7 +195,7 @@ private:
         const JsonPlace place = parent.at(key);
         std::optional<Data> bytes = place.bytes();
         if (!bytes) {
-            const auto name = place.value<std::string>();
+            const auto name = place.words();
             if (!name)
                 return std::nullopt;
             try {
@@ -226,22 +227,35 @@ private:
     {
         const JsonPlace failures = place.at("failures");
         for (const std::string& key : failures.keys()) {
-            const bool isLog = key.starts_with("log ") && RegistryIndex::numberFrom(key.substr(4));
-            const auto name = failures.get<std::string>(key);
+            const std::string command = commandNamed(key, drive.kind);
+            const auto name = failures.words(key);
             const auto status = name ? system::ioReturnNamed(*name) : std::nullopt;
-            if (!isLog && std::ranges::find(commands, key) == commands.end())
+            const bool isKnown = std::ranges::find(commands, command) != commands.end() || command.starts_with("log ");
+            if (!isKnown)
                 failures.at(key).fault("no command of this name");
             else if (!status || *status == system::kIOReturnSuccess)
                 failures.at(key).fault("no status such as \"kIOReturnIOError\"");
-            else
-                drive.failures.emplace(key, *status);
+            else if (!drive.failures.emplace(command, *status).second)
+                failures.at(key).fault("another name of a command that is told already");
         }
     }
 
-    /// The entry that is named here by its device name or its id.
-    RegistryEntry* entryNamed(const JsonPlace& place)
+    /// The name by which a drive looks for the failure of a command; empty for a log that no drive can have.
+    static std::string commandNamed(const std::string& key, RecordedDrive::Kind kind)
     {
-        RegistryEntry* const entry = index_.find(place.text());
+        constexpr std::string_view log = "log ";
+        if (!key.starts_with(log))
+            return key;
+        const auto address = RegistryIndex::numberFrom(std::string_view(key).substr(log.size()));
+        if (!address || *address > 0xFF)
+            return {};
+        return logCommand(kind, static_cast<std::uint8_t>(*address));
+    }
+
+    /// The id of the entry that is named here by its device name or its id.
+    std::optional<std::uint64_t> entryNamed(const JsonPlace& place)
+    {
+        const std::optional<std::uint64_t> entry = index_.find(place.text());
         if (!entry)
             place.fault("no entry of this device name or id");
         return entry;
@@ -256,26 +270,24 @@ private:
 
 } // namespace
 
-std::optional<std::vector<RegistryEntry>> readJsonRegistry(DataView bytes, const std::string& file,
-                                                           const FileReader& read, std::vector<Fault>& faults)
+Recording readMachineJson(DataView bytes, const std::string& file, const FileReader& read,
+                          const ListingFinder& findListing)
 {
-    const JsonDocument document(bytes, file, faults);
-    const JsonPlace root = document.root();
+    const PropertyValue document = readJsonObject(bytes, file);
+    Recording recording;
+    const JsonPlace root(&document, std::string(), file, recording.faults);
     if (root.has("registry")) {
         EntryCollector collector;
-        collectEntries(root.at("registry").table(), 0, file, "registry", collector, faults);
-        return collector.take();
+        collectEntries(root.at("registry").table(), 0, file, "registry", collector, recording.faults);
+        recording.entries = collector.take();
+    } else if (root.has("listing")) {
+        const std::string name = root.words("listing").value_or("");
+        recording.entries = readListing(read(name), name, recording.faults);
+    } else {
+        recording.entries = findListing(recording.faults);
     }
-    if (!root.has("listing"))
-        return std::nullopt;
-    const std::string name = root.get<std::string>("listing").value_or("");
-    return readListing(read(name), name, faults);
-}
-
-void readMachineJson(DataView bytes, const std::string& file, const FileReader& read, Recording& recording)
-{
-    const JsonDocument document(bytes, file, recording.faults);
-    Reader(file, read, recording).readAll(document.root());
+    Reader(file, read, recording).readAll(root);
+    return recording;
 }
 
 } // namespace vantorel::recorded

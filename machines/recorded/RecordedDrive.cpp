@@ -31,8 +31,6 @@ constexpr std::uint32_t smartExceeded = 0x2CF400;
 constexpr std::uint8_t nvmeGetLogPage = 0x02;
 constexpr std::uint8_t nvmeIdentify = 0x06;
 constexpr std::uint32_t identifyController = 1;
-constexpr std::uint8_t errorLogPage = 1;
-constexpr std::uint8_t smartLogPage = 2;
 constexpr std::uint16_t invalidField = 0x002;
 constexpr std::uint16_t invalidLogPage = 0x109;
 
@@ -109,7 +107,8 @@ private:
     {
         const auto address = static_cast<std::uint8_t>(command.lba & 0xFFU);
         const auto log = drive_->logs.find(address);
-        return answer("log " + std::to_string(address), log == drive_->logs.end() ? nullptr : &log->second, command);
+        return answer(logCommand(RecordedDrive::Kind::ata, address), log == drive_->logs.end() ? nullptr : &log->second,
+                      command);
     }
 
     std::shared_ptr<const RecordedDrive> drive_;
@@ -146,10 +145,7 @@ private:
     NvmeResult readLog(const NvmeCommand& command) const
     {
         const auto page = static_cast<std::uint8_t>(command.cdw10to15[0] & 0xFFU);
-        const std::string name = page == smartLogPage   ? "log"
-                                 : page == errorLogPage ? "errorLog"
-                                                        : "log " + std::to_string(page);
-        if (const std::optional<IOReturn> failure = failureOf(*drive_, name))
+        if (const auto failure = failureOf(*drive_, logCommand(RecordedDrive::Kind::nvme, page)))
             return {*failure, 0, 0};
         const auto log = drive_->logs.find(page);
         if (log == drive_->logs.end())

@@ -15,13 +15,6 @@ namespace {
 
 using namespace system;
 
-/// Whether `path` is the folder or lies in it.
-bool liesIn(std::string_view path, std::string_view folder)
-{
-    return path.starts_with(folder) &&
-           (path.size() == folder.size() || folder.ends_with('/') || path[folder.size()] == '/');
-}
-
 /// Every entry of a recording and its first parent.
 std::unordered_map<std::uint64_t, std::uint64_t> firstParents(const Recording& recording)
 {
@@ -42,20 +35,41 @@ std::unordered_map<std::uint64_t, std::uint64_t> firstParents(const Recording& r
 
 RecordedMachine::RecordedMachine(Recording recording, Playback playback) : playback_(playback)
 {
-    if (!recording.drives.empty()) {
-        const auto parents = firstParents(recording);
-        for (auto& [id, recorded] : recording.drives) {
-            auto drive = std::make_shared<Drive>();
-            drive->recorded = std::move(recorded);
-            // Ends at the top, and where a damaged listing goes round in circles.
-            for (auto step = parents.find(id); step != parents.end() && drive->standsOn.insert(step->first).second;)
-                step = parents.find(step->second);
-            drives_.emplace(id, std::move(drive));
+    addDrives(recording);
+    entries_ = std::move(recording.entries);
+    script_ = std::move(recording.script);
+    keepChanging();
+    for (RecordedVolume& volume : recording.volumes)
+        addVolume(std::move(volume));
+}
+
+void RecordedMachine::addDrives(Recording& recording)
+{
+    if (recording.drives.empty())
+        return;
+    const auto parents = firstParents(recording);
+    for (auto& [id, recorded] : recording.drives) {
+        const auto drive = std::make_shared<Drive>();
+        drive->recorded = std::move(recorded);
+        drives_.emplace(id, drive);
+        auto step = parents.find(id);
+        for (int level = 0; level < deepestRegistry && step != parents.end(); ++level) {
+            standingOn_[step->first].push_back(drive.get());
+            step = parents.find(step->second);
         }
     }
-    entries_ = std::move(recording.entries);
-    volumes_ = std::move(recording.volumes);
-    script_ = std::move(recording.script);
+}
+
+void RecordedMachine::keepChanging()
+{
+    for (const RecordedStep& step : script_) {
+        if (const auto* const change = std::get_if<RecordedStep::Change>(&step.what))
+            changing_.try_emplace(change->entry);
+    }
+    for (const RegistryEntry& entry : entries_) {
+        if (const auto found = changing_.find(entry.id); found != changing_.end())
+            found->second = entry.properties;
+    }
 }
 
 RecordedMachine::~RecordedMachine()
@@ -107,13 +121,15 @@ void RecordedMachine::play(RecordedStep& step)
         for (RegistryEntry& entry : arrival->entries) {
             if (const auto drive = drives_.find(entry.id); drive != drives_.end())
                 drive->second->isPresent = true;
+            if (const auto found = changing_.find(entry.id); found != changing_.end())
+                found->second = entry.properties;
             events_->entryArrived(std::move(entry));
         }
-    } else if (auto* const change = std::get_if<RecordedStep::Change>(&step.what)) {
-        events_->entryChanged(change->entry, std::move(change->properties));
+    } else if (auto* const changed = std::get_if<RecordedStep::Change>(&step.what)) {
+        change(std::move(*changed));
     } else if (const auto* const removal = std::get_if<RecordedStep::Removal>(&step.what)) {
-        for (const auto& [id, drive] : drives_) {
-            if (drive->standsOn.contains(removal->entry))
+        if (const auto drives = standingOn_.find(removal->entry); drives != standingOn_.end()) {
+            for (Drive* const drive : drives->second)
                 drive->isPresent = false;
         }
         events_->entryRemoved(removal->entry);
@@ -122,15 +138,37 @@ void RecordedMachine::play(RecordedStep& step)
     }
 }
 
+void RecordedMachine::change(RecordedStep::Change step)
+{
+    PropertyTable& properties = changing_.at(step.entry);
+    for (auto& [key, value] : step.changes) {
+        if (value.isNull())
+            properties.erase(key);
+        else
+            properties.insert_or_assign(key, std::move(value));
+    }
+    events_->entryChanged(step.entry, properties);
+}
+
 void RecordedMachine::setVolume(RecordedVolume volume)
 {
     events_->volumeChanged(volume.disk, volume.facts);
     const std::scoped_lock lock(volumesMutex_);
-    const auto known = std::ranges::find(volumes_, volume.disk, &RecordedVolume::disk);
-    if (known != volumes_.end())
-        *known = std::move(volume);
-    else
-        volumes_.push_back(std::move(volume));
+    addVolume(std::move(volume));
+}
+
+/// Puts the volume in the place of the one on the same disk, or behind the others.
+void RecordedMachine::addVolume(RecordedVolume volume)
+{
+    const auto [known, isNew] = volumesByDisk_.try_emplace(volume.disk, volumes_.size());
+    const std::size_t index = known->second;
+    if (isNew)
+        volumes_.emplace_back();
+    for (const std::string& mountPoint : volumes_[index].facts.mountPoints)
+        mounts_.erase({mountPoint, index});
+    for (const std::string& mountPoint : volume.facts.mountPoints)
+        mounts_.emplace(mountPoint, index);
+    volumes_[index] = std::move(volume);
 }
 
 std::optional<std::vector<std::string>> RecordedMachine::mountPoints()
@@ -142,17 +180,26 @@ std::optional<std::vector<std::string>> RecordedMachine::mountPoints()
     return paths;
 }
 
+/// The first of the volumes that are mounted there.
+const RecordedVolume* RecordedMachine::mountedAt(const std::string& mountPoint) const
+{
+    const auto found = mounts_.lower_bound({mountPoint, 0});
+    return found != mounts_.end() && found->first == mountPoint ? &volumes_[found->second] : nullptr;
+}
+
 std::optional<FileSystemFacts> RecordedMachine::fileSystem(const std::string& path)
 {
     const std::scoped_lock lock(volumesMutex_);
-    std::optional<FileSystemFacts> nearest;
-    for (const RecordedVolume& volume : volumes_) {
-        for (const std::string& mountPoint : volume.facts.mountPoints) {
-            if (liesIn(path, mountPoint) && (!nearest || mountPoint.size() > nearest->mountPoint.size()))
-                nearest = FileSystemFacts{volume.disk, mountPoint, volume.size, volume.free, volume.writable};
-        }
+    // The path and the folders that it lies in, the nearest first, each with and without a "/" behind it.
+    for (std::string folder = path; !folder.empty();) {
+        if (const RecordedVolume* const volume = mountedAt(folder))
+            return FileSystemFacts{volume->disk, folder, volume->size, volume->free, volume->writable};
+        if (folder.back() == '/')
+            folder.pop_back();
+        else
+            folder.resize(folder.rfind('/') + 1);
     }
-    return nearest;
+    return std::nullopt;
 }
 
 IOReturn RecordedMachine::open(std::uint64_t entry, RecordedDrive::Kind kind, std::shared_ptr<Drive>& drive) const

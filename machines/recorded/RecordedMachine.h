@@ -14,8 +14,9 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <thread>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace vantorel::recorded {
@@ -46,18 +47,24 @@ private:
     /// A drive, which the channels to it share with the machine.
     struct Drive {
         RecordedDrive recorded;
-        std::set<std::uint64_t> standsOn; ///< its entry and those above it
         std::atomic<bool> isPresent{true};
     };
 
+    void addDrives(Recording& recording);
+    void keepChanging();
     void play(RecordedStep& step);
     void playInTime();
+    void change(RecordedStep::Change step);
     void setVolume(RecordedVolume volume);
+    void addVolume(RecordedVolume volume);
+    [[nodiscard]] const RecordedVolume* mountedAt(const std::string& mountPoint) const;
     [[nodiscard]] system::IOReturn open(std::uint64_t entry, RecordedDrive::Kind kind,
                                         std::shared_ptr<Drive>& drive) const;
 
     std::vector<system::RegistryEntry> entries_; // until the start
     std::map<std::uint64_t, std::shared_ptr<Drive>> drives_;
+    std::unordered_map<std::uint64_t, std::vector<Drive*>> standingOn_; // the drives that go with an entry
+    std::unordered_map<std::uint64_t, PropertyTable> changing_; // the properties of entries that the script changes
     std::vector<RecordedStep> script_;
     std::size_t nextStep_ = 0;
     const Playback playback_;
@@ -65,6 +72,8 @@ private:
 
     std::mutex volumesMutex_;
     std::vector<RecordedVolume> volumes_;
+    std::unordered_map<std::string, std::size_t> volumesByDisk_;
+    std::set<std::pair<std::string, std::size_t>> mounts_; // mount point and index of the volume
 
     std::mutex endMutex_;
     std::condition_variable end_;

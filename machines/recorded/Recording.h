@@ -6,12 +6,14 @@
 #include "vantorel/system/IOReturn.h"
 #include "vantorel/system/Machine.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -26,6 +28,16 @@ struct Fault {
     [[nodiscard]] std::string text() const { return file + ": " + place + ": " + fault; }
     bool operator==(const Fault&) const = default;
 };
+
+/// Notes a fault, one of a thousand at most: who writes so many by mistake needs no more to find it.
+inline void note(std::vector<Fault>& faults, Fault fault)
+{
+    constexpr std::size_t most = 1000;
+    if (faults.size() < most)
+        faults.push_back(std::move(fault));
+    else if (faults.size() == most)
+        faults.push_back({std::move(fault.file), std::move(fault.place), "this and whatever follows is not told"});
+}
 
 /// A recording of which nothing can be used: a missing or unreadable file, or one that is no listing at all.
 /// `what()` is "FILE: PLACE: FAULT", or "FILE: FAULT" where the whole file is meant.
@@ -54,8 +66,30 @@ struct RecordedDrive {
     std::optional<Data> thresholds;    ///< ATA: SMART thresholds
     std::map<std::uint8_t, Data> logs; ///< by log address or log page
     bool exceeded = false;             ///< ATA: what the drive says of itself in SMART RETURN STATUS
-    std::map<std::string, system::IOReturn, std::less<>> failures; ///< by name of the command
+    std::map<std::string, system::IOReturn, std::less<>> failures; ///< by name of the command; see `logCommand`
 };
+
+/// By this boolean property an entry declares itself capable of SMART.
+[[nodiscard]] constexpr std::string_view capabilityKey(RecordedDrive::Kind kind)
+{
+    return kind == RecordedDrive::Kind::nvme ? "NVMe SMART Capable" : "SMART Capable";
+}
+
+inline constexpr std::uint8_t errorLogPage = 1; ///< of NVMe
+inline constexpr std::uint8_t smartLogPage = 2; ///< of NVMe
+
+/// The name of the command that reads a log, by its address or page.
+[[nodiscard]] inline std::string logCommand(RecordedDrive::Kind kind, std::uint8_t address)
+{
+    if (kind == RecordedDrive::Kind::nvme && address == errorLogPage)
+        return "errorLog";
+    if (kind == RecordedDrive::Kind::nvme && address == smartLogPage)
+        return "log";
+    return "log " + std::to_string(address);
+}
+
+/// Beyond the depth of any registry. A damaged listing may go round in circles.
+inline constexpr int deepestRegistry = 256;
 
 /// One later event: what happens so many seconds after the start.
 struct RecordedStep {
@@ -64,7 +98,7 @@ struct RecordedStep {
     };
     struct Change {
         std::uint64_t entry = 0;
-        PropertyTable properties; ///< all of them, as they are from then on
+        PropertyTable changes; ///< the keys that take another value; null takes a key away
     };
     struct Removal {
         std::uint64_t entry = 0;
@@ -82,9 +116,5 @@ struct Recording {
     std::vector<RecordedStep> script;              ///< in order of time
     std::vector<Fault> faults;                     ///< what was passed over while reading
 };
-
-/// Reads a recorded machine: a folder, a registry listing in any of its forms, or a machine.json. The formats are told
-/// in docs/recorded-machine.md. Throws `RecordingError`.
-[[nodiscard]] Recording loadRecording(const std::string& path);
 
 } // namespace vantorel::recorded

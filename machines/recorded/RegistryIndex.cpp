@@ -3,9 +3,6 @@
 
 #include <charconv>
 #include <system_error>
-#include <unordered_set>
-#include <utility>
-#include <vector>
 
 namespace vantorel::recorded {
 
@@ -16,42 +13,33 @@ void RegistryIndex::add(std::span<const RegistryEntry> entries)
     for (const RegistryEntry& entry : entries) {
         if (const auto name = entry.properties.get<std::string>("BSD Name"))
             names_.insert_or_assign(*name, entry.id);
-        entries_.insert_or_assign(entry.id, entry);
+        const auto isCapable = [&](RecordedDrive::Kind kind) {
+            return entry.properties.get<bool>(capabilityKey(kind)) == true;
+        };
+        entries_.insert_or_assign(entry.id,
+                                  Known{entry.parents.empty() ? 0 : entry.parents.front(),
+                                        isCapable(RecordedDrive::Kind::ata), isCapable(RecordedDrive::Kind::nvme)});
     }
 }
 
-RegistryEntry* RegistryIndex::find(const std::string& name)
+std::optional<std::uint64_t> RegistryIndex::find(const std::string& name) const
 {
     const auto named = names_.find(name);
     const std::optional<std::uint64_t> id = named != names_.end() ? named->second : numberFrom(name);
-    const auto found = id ? entries_.find(*id) : entries_.end();
-    return found == entries_.end() ? nullptr : &found->second;
+    return id && entries_.contains(*id) ? id : std::nullopt;
 }
 
-std::optional<std::uint64_t> RegistryIndex::ancestorWith(const RegistryEntry& entry, std::string_view key) const
+std::optional<std::uint64_t> RegistryIndex::capableAbove(std::uint64_t entry, RecordedDrive::Kind kind) const
 {
-    std::unordered_set<std::uint64_t> seen;
-    const RegistryEntry* step = &entry;
-    while (!step->parents.empty() && seen.insert(step->id).second) {
-        const auto parent = entries_.find(step->parents.front());
-        if (parent == entries_.end())
-            return std::nullopt;
-        step = &parent->second;
-        if (step->properties.get<bool>(key) == true)
-            return step->id;
+    auto step = entries_.find(entry);
+    for (int level = 0; level < deepestRegistry && step != entries_.end(); ++level) {
+        step = entries_.find(step->second.parent);
+        if (step == entries_.end())
+            break;
+        if (kind == RecordedDrive::Kind::ata ? step->second.isAtaCapable : step->second.isNvmeCapable)
+            return step->first;
     }
     return std::nullopt;
-}
-
-PropertyTable RegistryIndex::merge(RegistryEntry& entry, PropertyTable changes)
-{
-    for (auto& [key, value] : changes) {
-        if (value.isNull())
-            entry.properties.erase(key);
-        else
-            entry.properties.insert_or_assign(key, std::move(value));
-    }
-    return entry.properties;
 }
 
 std::optional<std::uint64_t> RegistryIndex::numberFrom(std::string_view text)

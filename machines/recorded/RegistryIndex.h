@@ -17,21 +17,26 @@ class RegistryIndex {
 public:
     explicit RegistryIndex(std::span<const system::RegistryEntry> entries) { add(entries); }
 
-    /// Takes a copy of what it needs to know of these entries.
+    /// Takes in what it needs to know of these entries.
     void add(std::span<const system::RegistryEntry> entries);
 
-    /// By device name ("disk0s1"), or by id in decimal or behind "0x"; nothing when there is none.
-    [[nodiscard]] system::RegistryEntry* find(const std::string& name);
-    /// The nearest ancestor for which the boolean `key` is true.
-    [[nodiscard]] std::optional<std::uint64_t> ancestorWith(const system::RegistryEntry& entry,
-                                                            std::string_view key) const;
-    /// The properties of the entry with these changes, from then on its own; null takes a key away.
-    static PropertyTable merge(system::RegistryEntry& entry, PropertyTable changes);
+    /// The id of the entry with this device name ("disk0s1") or this id, in decimal or behind "0x"; nothing when there
+    /// is none.
+    [[nodiscard]] std::optional<std::uint64_t> find(const std::string& name) const;
+    /// The nearest entry above this one that declares itself capable of SMART of this kind.
+    [[nodiscard]] std::optional<std::uint64_t> capableAbove(std::uint64_t entry, RecordedDrive::Kind kind) const;
 
     [[nodiscard]] static std::optional<std::uint64_t> numberFrom(std::string_view text);
 
 private:
-    std::unordered_map<std::uint64_t, system::RegistryEntry> entries_;
+    /// What is asked of an entry later.
+    struct Known {
+        std::uint64_t parent = 0; ///< the first; 0 for none
+        bool isAtaCapable = false;
+        bool isNvmeCapable = false;
+    };
+
+    std::unordered_map<std::uint64_t, Known> entries_;
     std::unordered_map<std::string, std::uint64_t> names_;
 };
 

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "RegistryListing.h"
 
+#include "TextListing.h"
+#include "vantorel/base/Text.h"
 #include "vantorel/system/PropertyList.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 namespace vantorel::recorded {
 
@@ -14,7 +19,7 @@ using system::RegistryEntry;
 
 constexpr std::string_view childrenKey = "IORegistryEntryChildren";
 
-/// Takes a value out of the table; absent when it is missing or of another type.
+/// Takes a text or a number out of the table; absent when it is missing or of another type.
 template <typename T>
 std::optional<T> take(PropertyTable& table, std::string_view key)
 {
@@ -27,6 +32,18 @@ std::optional<T> take(PropertyTable& table, std::string_view key)
     return value;
 }
 
+/// Takes an array out of the table, with no copy of what may be the rest of the tree; empty when there is none.
+PropertyArray takeArray(PropertyTable& table, std::string_view key)
+{
+    const auto found = table.find(key);
+    PropertyArray* const array = found == table.end() ? nullptr : found->second.array();
+    if (!array)
+        return {};
+    PropertyArray taken = std::move(*array);
+    table.erase(found);
+    return taken;
+}
+
 /// The entry without its children; what `ioreg` adds to the properties is taken out of them.
 RegistryEntry entryFrom(PropertyTable table)
 {
@@ -35,7 +52,7 @@ RegistryEntry entryFrom(PropertyTable table)
     entry.location = take<std::string>(table, "IORegistryEntryLocation").value_or("");
     entry.id = take<std::uint64_t>(table, "IORegistryEntryID").value_or(0);
     entry.className = take<std::string>(table, "IOObjectClass").value_or("");
-    for (const PropertyValue& name : take<PropertyArray>(table, "IOObjectInheritance").value_or(PropertyArray())) {
+    for (const PropertyValue& name : takeArray(table, "IOObjectInheritance")) {
         if (name.text())
             entry.inheritance.push_back(*name.text());
     }
@@ -47,6 +64,41 @@ RegistryEntry entryFrom(PropertyTable table)
     entry.properties = std::move(table);
     return entry;
 }
+
+/// Where entries stand in the tree, so that the path of one is made only when there is a fault to tell of it.
+class Places {
+public:
+    explicit Places(std::string root) { places_.push_back({0, std::move(root)}); }
+
+    /// The place below another.
+    std::size_t add(std::size_t above, std::string name)
+    {
+        places_.push_back({above, std::move(name)});
+        return places_.size() - 1;
+    }
+
+    /// The names from the root down, or of a long path its end.
+    [[nodiscard]] std::string path(std::size_t place) const
+    {
+        constexpr std::size_t longest = 200;
+        std::string path = cut(places_[place].name);
+        while (place != 0 && path.size() < longest) {
+            place = places_[place].above;
+            path = cut(places_[place].name) + '/' + path;
+        }
+        return place == 0 ? path : ".../" + path;
+    }
+
+private:
+    struct Place {
+        std::size_t above;
+        std::string name;
+    };
+
+    static std::string cut(const std::string& name) { return base::toUtf8(std::string_view(name).substr(0, 100)); }
+
+    std::vector<Place> places_; // the root first
+};
 
 std::vector<RegistryEntry> readPropertyListListing(DataView bytes, const std::string& file, std::vector<Fault>& faults)
 {
@@ -65,7 +117,7 @@ std::vector<RegistryEntry> readPropertyListListing(DataView bytes, const std::st
             if (PropertyTable* const table = (*roots)[i].table())
                 collectEntries(std::move(*table), 0, file, place, collector, faults);
             else
-                faults.push_back({file, place, "no registry entry"});
+                note(faults, {file, place, "no registry entry"});
         }
     }
     return collector.take();
@@ -79,29 +131,30 @@ void collectEntries(PropertyTable table, std::uint64_t parent, const std::string
     struct Pending {
         PropertyTable table;
         std::uint64_t parent;
-        std::string place;
+        std::size_t place;
     };
+    Places places(place);
     std::vector<Pending> pending;
-    pending.push_back({std::move(table), parent, place});
+    pending.push_back({std::move(table), parent, 0});
     while (!pending.empty()) {
         Pending next = std::move(pending.back());
         pending.pop_back();
-        PropertyArray children = take<PropertyArray>(next.table, childrenKey).value_or(PropertyArray());
+        PropertyArray children = takeArray(next.table, childrenKey);
         const bool isNumbered = next.table.contains("IORegistryEntryID");
         RegistryEntry entry = entryFrom(std::move(next.table));
         if (entry.name.empty() && entry.className.empty()) {
-            faults.push_back({file, next.place, "an entry without name and class"});
+            note(faults, {file, places.path(next.place), "an entry without name and class"});
             continue;
         }
         if (isNumbered && entry.id == 0)
-            faults.push_back({file, next.place, "IORegistryEntryID is no id"});
-        const std::string here = next.place + "/" + entry.name;
+            note(faults, {file, places.path(next.place), "IORegistryEntryID is no id"});
+        const std::size_t here = places.add(next.place, entry.name);
         const std::uint64_t id = collector.add(std::move(entry), next.parent);
         for (auto child = children.rbegin(); child != children.rend(); ++child) {
             if (PropertyTable* const below = child->table())
                 pending.push_back({std::move(*below), id, here});
             else
-                faults.push_back({file, here, "a child that is no registry entry"});
+                note(faults, {file, places.path(here), "a child that is no registry entry"});
         }
     }
 }

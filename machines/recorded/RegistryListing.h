@@ -16,10 +16,6 @@ namespace vantorel::recorded {
 [[nodiscard]] std::vector<system::RegistryEntry> readListing(DataView bytes, const std::string& file,
                                                              std::vector<Fault>& faults);
 
-/// The text form alone.
-[[nodiscard]] std::vector<system::RegistryEntry> readTextListing(DataView bytes, const std::string& file,
-                                                                 std::vector<Fault>& faults);
-
 /// Adds the entry that a table of the property list form describes, and everything under it, to `collector`.
 /// `place` is where the table stands.
 void collectEntries(PropertyTable table, std::uint64_t parent, const std::string& file, const std::string& place,

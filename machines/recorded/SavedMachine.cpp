@@ -8,13 +8,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace vantorel::recorded {
 
 namespace {
-
-constexpr std::uint8_t healthLogPage = 2;
 
 void putText(Data& image, std::size_t offset, std::size_t size, std::string_view text)
 {
@@ -22,9 +21,11 @@ void putText(Data& image, std::size_t offset, std::size_t size, std::string_view
     std::ranges::copy(text.substr(0, size), image.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
-/// Controller data with nothing in them but the identity.
-Data controllerData(const DeviceIdentity& identity)
+/// Controller data with nothing in them but the identity; absent where there is none.
+std::optional<Data> controllerData(const DeviceIdentity& identity)
 {
+    if (identity.model.empty() && identity.serial.empty() && identity.firmware.empty())
+        return std::nullopt;
     Data image(sizeof(NVMeControllerData));
     putText(image, offsetof(NVMeControllerData, sn), sizeof(NVMeControllerData::sn), identity.serial);
     putText(image, offsetof(NVMeControllerData, mn), sizeof(NVMeControllerData::mn), identity.model);
@@ -36,14 +37,20 @@ RecordedDrive recordedDrive(const SavedSmart& saved, const DeviceIdentity& ident
 {
     RecordedDrive drive;
     drive.kind = saved.kind;
+    drive.identify = saved.identify;
     if (saved.kind == RecordedDrive::Kind::nvme) {
-        if (!identity.model.empty() || !identity.serial.empty() || !identity.firmware.empty())
+        if (!drive.identify)
             drive.identify = controllerData(identity);
-        drive.logs.emplace(healthLogPage, saved.data);
+        if (saved.data)
+            drive.logs.emplace(smartLogPage, *saved.data);
+        if (saved.errorLog)
+            drive.logs.emplace(errorLogPage, *saved.errorLog);
     } else {
         drive.data = saved.data;
         drive.thresholds = saved.thresholds;
-        drive.failures.emplace("status", system::kIOReturnUnsupported); // not to be taken for a good verdict
+        drive.exceeded = saved.failing.value_or(false);
+        if (!saved.failing)
+            drive.failures.emplace("status", system::kIOReturnUnsupported); // not to be taken for a good verdict
     }
     return drive;
 }
@@ -58,13 +65,13 @@ Recording savedMachine(DataView listing, const std::string& file, std::span<cons
     for (const SavedSmart& saved : drives) {
         const auto identity = identities.find(saved.disk);
         if (identity == identities.end()) {
-            recording.faults.push_back({file, saved.disk, "no such whole disk in the listing"});
+            note(recording.faults, {file, saved.disk, "no such whole disk in the listing"});
             continue;
         }
         const bool isNvme = saved.kind == RecordedDrive::Kind::nvme;
         const auto& entry = isNvme ? identity->second.nvmeSmartEntry : identity->second.smartEntry;
         if (!entry)
-            recording.faults.push_back({file, saved.disk, "no entry above the disk says that it is SMART capable"});
+            note(recording.faults, {file, saved.disk, "no entry above the disk says that it is SMART capable"});
         else
             recording.drives.emplace(*entry, recordedDrive(saved, identity->second));
     }

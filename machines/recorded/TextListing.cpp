@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "RegistryListing.h"
+#include "TextListing.h"
+
+#include "EntryCollector.h"
 #include "vantorel/base/Text.h"
 
 #include <algorithm>
@@ -19,7 +21,6 @@ using system::RegistryEntry;
 constexpr std::string_view entryMark = "+-o ";
 constexpr std::string_view assignment = "\" = ";
 constexpr int deepestValue = 128;
-constexpr std::size_t mostFaults = 1000;
 /// A text value may run over this many lines.
 constexpr int longestText = 100;
 
@@ -229,8 +230,7 @@ private:
 
     void fault(std::string_view what)
     {
-        if (faults_.size() < mostFaults)
-            faults_.push_back({file_, "line " + std::to_string(lineNumber_), std::string(what)});
+        note(faults_, {file_, "line " + std::to_string(lineNumber_), std::string(what)});
     }
 
     /// Whether nothing but the drawing of the tree stands before the column.

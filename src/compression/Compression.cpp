@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/compression/Compression.h"
 
+#include "WholeDeflate.h"
 #include "vantorel/compression/CompressionStream.h"
 
 #include <algorithm>
@@ -38,24 +39,25 @@ public:
 /// No larger block is set aside, however large one is asked for.
 constexpr std::size_t mostOfABlock = 65536;
 
-/// What a stream puts its blocks into: the result, and room behind the block that the stream may write.
+/// What a stream puts its blocks into: the result, and room behind the block that a decoder may write.
 class Growth {
 public:
-    explicit Growth(std::size_t blockSize) : blockSize_(blockSize) {}
+    Growth(std::size_t blockSize, Operation operation)
+        : blockSize_(blockSize), room_(blockSize + (operation == Operation::compression ? 0 : COMPRESSION_STREAM_AHEAD))
+    {}
 
     /// Where the next block goes. `likely` is what the whole result may come to.
     std::uint8_t* block(std::size_t likely)
     {
         if (size_ == 0 && likely <= blockSize_)
             return small();
-        const std::size_t room = blockSize_ + COMPRESSION_STREAM_AHEAD;
-        if (result_.size() < size_ + room) {
+        if (result_.size() < size_ + room_) {
             // Cleared as it comes into use, in pieces that are small enough to be still in the processor's cache.
-            const std::size_t piece = room + COMPRESSION_STREAM_AHEAD;
+            const std::size_t piece = room_ + COMPRESSION_STREAM_AHEAD;
             if (result_.capacity() < size_ + piece)
                 result_.reserve(std::max(likely, size_ + size_ / 2) + piece);
             if (small_)
-                result_.assign(small_.get(), small_.get() + room);
+                result_.assign(small_.get(), small_.get() + room_);
             small_.reset();
             result_.resize(size_ + piece);
         }
@@ -80,24 +82,25 @@ private:
     /// Memory that need not be cleared, for a result of one block.
     std::uint8_t* small()
     {
-        small_ = std::make_unique_for_overwrite<std::uint8_t[]>(blockSize_ + COMPRESSION_STREAM_AHEAD);
+        small_ = std::make_unique_for_overwrite<std::uint8_t[]>(room_);
         return small_.get();
     }
 
     std::size_t blockSize_;
+    std::size_t room_; ///< of a block
     std::size_t size_ = 0;
     std::unique_ptr<std::uint8_t[]> small_;
     Data result_;
 };
 
 /// What a result may come to of which `size` bytes are there: what the stream claims; or else the rest of the input is
-/// taken to become what it became so far, up to four times its size. Both are believed within limits: nothing large is
-/// set aside before much came out, and nothing huge ever.
-std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inputUsed, std::size_t inputLeft)
+/// taken to become what it became so far, up to `mostRate` times its size. Both are believed within limits: nothing
+/// large is set aside before much came out, and nothing huge ever.
+std::size_t likelySize(std::size_t size, std::uint64_t claimed, std::size_t inputUsed, std::size_t inputLeft,
+                       double mostRate)
 {
     constexpr double atFirst = 512 << 10;
     constexpr double much = 16 << 20;
-    constexpr double mostRate = 4;
     const auto known = static_cast<double>(size);
     const double rate = inputUsed == 0 ? mostRate : std::min(1.02 * known / static_cast<double>(inputUsed), mostRate);
     const double likely = claimed > 0 ? static_cast<double>(claimed) : known + rate * static_cast<double>(inputLeft);
@@ -111,17 +114,24 @@ Data process(DataView data, CompressionAlgorithm algorithm, Operation operation,
         throw CompressionError(CompressionError::emptyData);
     if (bufferSize <= 0)
         throw CompressionError(CompressionError::initError);
+    if (algorithm == CompressionAlgorithm::zlib) {
+        if (operation == Operation::compression)
+            return compression::deflateWhole(data);
+        if (auto plain = compression::inflateWhole(data))
+            return *std::move(plain);
+    }
     const std::size_t blockSize = std::min(static_cast<std::size_t>(bufferSize), mostOfABlock);
     const int flags = operation == Operation::compression ? COMPRESSION_STREAM_FINALIZE : 0;
+    const double mostRate = operation == Operation::compression ? 1 : 4;
 
     Stream stream(algorithm, operation);
     compression_stream& record = stream.record;
     record.src_ptr = data.data();
     record.src_size = data.size();
     const std::uint64_t claimed = compression_stream_claimed_size(&record);
-    for (Growth growth(blockSize);;) {
+    for (Growth growth(blockSize, operation);;) {
         record.dst_ptr =
-            growth.block(likelySize(growth.size(), claimed, data.size() - record.src_size, record.src_size));
+            growth.block(likelySize(growth.size(), claimed, data.size() - record.src_size, record.src_size, mostRate));
         record.dst_size = blockSize;
         const compression_status status = compression_stream_process(&record, flags);
         // A block that is not full although the stream goes on: the input stops before the end of its stream.

@@ -32,6 +32,8 @@ private:
             const bool last = finalize && stream.src_size == 0;
             if (gathered_ < blockSize && !last)
                 return COMPRESSION_STATUS_OK;
+            if (framed_.room() == 0) // made for the first block, which is as large as any
+                framed_ = Outgoing(sizeof(CompressedHeader) + gathered_ + sizeof endMagic);
             if (gathered_ > 0)
                 writeBlock(block);
             if (last) {
@@ -109,7 +111,7 @@ private:
     std::size_t blockStart_ = 0;
     std::size_t gathered_ = 0; ///< bytes of the block so far
     bool isNoise_ = false;     ///< the block before did not compress
-    Outgoing framed_{sizeof(CompressedHeader) + blockSize + sizeof endMagic};
+    Outgoing framed_{0};
     bool ended_ = false;
 };
 

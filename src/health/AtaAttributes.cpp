@@ -11,6 +11,8 @@ namespace vantorel::health {
 namespace {
 
 constexpr unsigned preFailFlag = 1;
+constexpr std::int64_t valueBytesUsed =
+    ATASmartAttributeDefinition::noNormalizedValue | ATASmartAttributeDefinition::noWorstValue;
 constexpr std::string_view unknownName = "Unknown_Attribute";
 
 /// How one attribute is named and read.
@@ -94,7 +96,7 @@ std::vector<Attribute> ataAttributesOf(const Reading& reading)
             .worst = bytes.worst,
             .threshold = thresholdOf(bytes.attributeId, slot, limits),
             .preFail = (bytes.flag & preFailFlag) != 0,
-            .valueIsRaw = (definition.flags & ATASmartAttributeDefinition::noNormalizedValue) != 0,
+            .valueIsRaw = (definition.flags & valueBytesUsed) != 0,
         });
     }
     return attributes;

@@ -2,6 +2,7 @@
 #include "FailureRates.h"
 
 #include <algorithm>
+#include <span>
 
 namespace vantorel::health {
 
@@ -24,7 +25,8 @@ constexpr Bucket buckets[] = {
 
 std::optional<MeasuredRate> measuredRate(std::uint8_t attribute, std::uint64_t number)
 {
-    const auto of = std::ranges::equal_range(buckets, attribute, {}, &Bucket::attribute);
+    const std::span of(std::ranges::lower_bound(buckets, attribute, {}, &Bucket::attribute),
+                       std::ranges::upper_bound(buckets, attribute, {}, &Bucket::attribute));
     if (of.empty() || number == 0)
         return std::nullopt;
     const auto rateOf = [&](const Bucket& bucket) {
@@ -34,7 +36,7 @@ std::optional<MeasuredRate> measuredRate(std::uint8_t attribute, std::uint64_t n
     };
     const Bucket& zero = of.front();
     MeasuredRate measured{.without = rateOf(zero)};
-    for (const Bucket& bucket : of.next()) {
+    for (const Bucket& bucket : of.subspan(1)) {
         if (bucket.from > number)
             break;
         measured.rate = rateOf(bucket);

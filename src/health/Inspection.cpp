@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <bitset>
 #include <numeric>
-#include <ranges>
 
 namespace vantorel::health {
 
@@ -41,8 +40,12 @@ std::string modelOf(const ATAIdentifyData& identify)
 /// The same model, however its blanks are set.
 bool isSameModel(std::string_view one, std::string_view other)
 {
-    const auto notBlank = [](char c) { return c != ' ' && c != '_'; };
-    return std::ranges::equal(one | std::views::filter(notBlank), other | std::views::filter(notBlank));
+    const auto withoutBlanks = [](std::string_view text) {
+        std::string rest(text);
+        std::erase_if(rest, [](char c) { return c == ' ' || c == '_'; });
+        return rest;
+    };
+    return withoutBlanks(one) == withoutBlanks(other);
 }
 
 std::optional<Observation> faultOfAttributes(const SmartVendorSpecificData& sector)

@@ -4,7 +4,7 @@
 #include "vantorel/base/Text.h"
 
 #include <algorithm>
-#include <array>
+#include <span>
 #include <utility>
 
 namespace vantorel::health {
@@ -104,7 +104,9 @@ MeaningFound meaningOf(std::string_view name, std::uint8_t id, NameSource source
                        const DriveNames& drive)
 {
     MeaningFound found;
-    for (const MeaningRow& row : std::ranges::equal_range(rows, name, {}, &MeaningRow::name)) {
+    const std::span named(std::ranges::lower_bound(rows, name, {}, &MeaningRow::name),
+                          std::ranges::upper_bound(rows, name, {}, &MeaningRow::name));
+    for (const MeaningRow& row : named) {
         if ((row.kind == ssd && !drive.isSSD) || (row.kind == hdd && drive.isSSD) || !lists(row.ids, id))
             continue;
         if (fits(row.families, source, isDefaultName, drive))

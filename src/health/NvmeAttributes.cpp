@@ -2,32 +2,65 @@
 #include "Attributes.h"
 #include "Typing.h"
 #include "vantorel/layouts/Nvme.h"
+#include "vantorel/nvme/NvmeFormat.h"
+
+#include <array>
 
 namespace vantorel::health {
 
 namespace {
 
+using enum Meaning;
+
+constexpr Measure count{Unit::count};
+constexpr Measure percent{Unit::percent};
+constexpr Measure minutes{Unit::minutes};
 constexpr Measure dataUnits{Unit::bytes, 512'000}; // 1000 blocks of 512 bytes
 
-UInt128 numberOf(const NvmeCounter& counter)
-{
-    UInt128 number = 0;
-    for (std::size_t i = counter.size(); i-- > 0;)
-        number = number << 8U | counter[i];
-    return number;
-}
+struct Field {
+    std::string_view key; ///< see `nvmeLogNumber`
+    Meaning meaning;
+    Measure measure;
+};
+
+constexpr Field fields[] = {
+    {"CriticalWarning", criticalWarning, {Unit::flags}},
+    {"Temperature", temperature, {Unit::celsius}},
+    {"AvailableSpare", spareLeft, percent},
+    {"AvailableSpareThreshold", spareLimit, percent},
+    {"PercentageUsed", enduranceUsed, percent},
+    {"DataUnitsRead", hostRead, dataUnits},
+    {"DataUnitsWritten", hostWritten, dataUnits},
+    {"HostReadCommands", hostCommands, count},
+    {"HostWriteCommands", hostCommands, count},
+    {"ControllerBusyTime", busyTime, minutes},
+    {"PowerCycles", powerCycles, count},
+    {"PowerOnHours", powerOnTime, {Unit::hours}},
+    {"UnsafeShutdowns", unsafeShutdowns, count},
+    {"MediaAndDataIntegrityErrors", mediaErrors, count},
+    {"ErrorInformationLogEntries", errorLogEntries, count},
+};
 
 /// 0 K means that the drive does not tell; the value is then not plausible.
-TypedValue kelvin(std::uint16_t kelvins)
+TypedValue kelvin(UInt128 kelvins)
 {
-    TypedValue value{.number = Int128{kelvins} - 273, .unit = Unit::celsius, .raw = kelvins};
+    TypedValue value{.number = static_cast<Int128>(kelvins) - 273, .unit = Unit::celsius, .raw = kelvins};
     value.plausible = value.number >= coldest && value.number <= hottest;
     return value;
 }
 
-TypedValue percent(std::uint8_t number, unsigned most)
+TypedValue typed(const Field& field, const NVMeSMARTLog& log)
 {
-    return {.number = number, .unit = Unit::percent, .raw = number, .plausible = number <= most};
+    const NvmeLogNumber halves = nvmeLogNumber(field.key, log).value();
+    const UInt128 number = static_cast<UInt128>(halves.high) << 64U | halves.low;
+    if (field.meaning == temperature)
+        return kelvin(number);
+    TypedValue value = measured(number, field.measure);
+    if (field.meaning == spareLeft || field.meaning == spareLimit)
+        value.plausible = number <= 100;
+    if (field.meaning == enduranceUsed) // 255 is "more than 254"; as the limit of the reserve, too, a broken log
+        value.plausible = number != 255 || log.spare_thresh != 255;
+    return value;
 }
 
 } // namespace
@@ -37,8 +70,11 @@ std::vector<Attribute> nvmeAttributesOf(const Reading& reading)
     const auto log = readRecord<NVMeSMARTLog>(reading.data);
     if (!log)
         return {};
+    static constexpr std::string_view sensors[] = {"TemperatureSensor1", "TemperatureSensor2", "TemperatureSensor3",
+                                                   "TemperatureSensor4", "TemperatureSensor5", "TemperatureSensor6",
+                                                   "TemperatureSensor7", "TemperatureSensor8"};
     std::vector<Attribute> attributes;
-    attributes.reserve(25);
+    attributes.reserve(std::size(fields) + 2 + std::size(sensors));
     const auto add = [&](std::string_view name, Meaning meaning, const TypedValue& value) {
         attributes.push_back({.name = std::string(name),
                               .nameSource = NameSource::standard,
@@ -46,36 +82,10 @@ std::vector<Attribute> nvmeAttributesOf(const Reading& reading)
                               .confidence = Confidence::high,
                               .value = value});
     };
-    const auto addCounter = [&](std::string_view name, Meaning meaning, const NvmeCounter& counter,
-                                const Measure& measure) { add(name, meaning, measured(numberOf(counter), measure)); };
-    using enum Meaning;
-    constexpr Measure count{Unit::count};
-    constexpr Measure minutes{Unit::minutes};
-
-    add("CriticalWarning", criticalWarning, measured(log->critical_warning, {Unit::flags}));
-    add("Temperature", temperature,
-        kelvin(static_cast<std::uint16_t>(log->temperature[0] | static_cast<unsigned>(log->temperature[1]) << 8U)));
-    add("AvailableSpare", spareLeft, percent(log->avail_spare, 100));
-    add("AvailableSpareThreshold", spareLimit, percent(log->spare_thresh, 100));
-    TypedValue used = percent(log->percent_used, 255);
-    used.plausible = log->percent_used != 255 || log->spare_thresh != 255; // both at once: a broken log
-    add("PercentageUsed", enduranceUsed, used);
-    addCounter("DataUnitsRead", hostRead, log->data_units_read, dataUnits);
-    addCounter("DataUnitsWritten", hostWritten, log->data_units_written, dataUnits);
-    addCounter("HostReadCommands", hostCommands, log->host_reads, count);
-    addCounter("HostWriteCommands", hostCommands, log->host_writes, count);
-    addCounter("ControllerBusyTime", busyTime, log->ctrl_busy_time, minutes);
-    addCounter("PowerCycles", powerCycles, log->power_cycles, count);
-    addCounter("PowerOnHours", powerOnTime, log->power_on_hours, {Unit::hours});
-    addCounter("UnsafeShutdowns", unsafeShutdowns, log->unsafe_shutdowns, count);
-    addCounter("MediaAndDataIntegrityErrors", mediaErrors, log->media_errors, count);
-    addCounter("ErrorInformationLogEntries", errorLogEntries, log->num_err_log_entries, count);
+    for (const Field& field : fields)
+        add(field.key, field.meaning, typed(field, *log));
     add("WarningTemperatureTime", temperatureTime, measured(log->warning_temp_time, minutes));
     add("CriticalTemperatureTime", temperatureTime, measured(log->critical_comp_time, minutes));
-
-    static constexpr std::string_view sensors[] = {"TemperatureSensor1", "TemperatureSensor2", "TemperatureSensor3",
-                                                   "TemperatureSensor4", "TemperatureSensor5", "TemperatureSensor6",
-                                                   "TemperatureSensor7", "TemperatureSensor8"};
     for (std::size_t i = 0; i < std::size(sensors); ++i) {
         if (log->temp_sensor[i] != 0) // 0 is a sensor that the drive has not
             add(sensors[i], temperatureSensor, kelvin(log->temp_sensor[i]));

@@ -108,7 +108,7 @@ struct Rule {
     DriveKind drives;
     Signal signal;
     When when;
-    int number; ///< see `When`
+    std::uint8_t number; ///< see `When`
     Level level;
     std::string_view sentence; ///< see Sentence.h
     std::string_view source;

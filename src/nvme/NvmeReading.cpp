@@ -25,6 +25,8 @@ std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInt
     std::vector<NVMeErrorLogPage> pages;
     for (std::uint32_t index = 0; index < entries.size(); ++index) {
         const auto status = smartInterface.GetLogPage(&entries[index], index, sizeof(NVMeErrorLogPage));
+        if (status == system::kIOReturnTimeout)
+            break; // a controller that no longer answers would let every further page run into its time
         if (status == system::kIOReturnSuccess)
             pages.push_back(entries[index]);
     }
@@ -67,6 +69,16 @@ NVMeSMARTLog nvme::getSmartLog(const NVMeSmartInterface& smartInterface)
     return log;
 }
 
+std::optional<std::vector<NVMeErrorLogPage>> nvme::getErrorLog(const NVMeSmartInterface& smartInterface,
+                                                               const NVMeControllerData& controller)
+{
+    std::vector<NVMeErrorLogPage> entries(errorLogEntries(controller));
+    const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
+    if (smartInterface.GetLogPage(entries.data(), nvmeadmin::errorLog, length) != system::kIOReturnSuccess)
+        return std::nullopt;
+    return entries;
+}
+
 NVMeSmartObject NVMeSmartController::getSmartData(const Drive& /*drive*/,
                                                   system::PlugInHandle pluginInterfaceHandle) const
 {
@@ -85,13 +97,12 @@ std::vector<NVMeSmartError> NVMeSmartController::getErrorLog(system::PlugInHandl
     const auto controller = nvme::identify(session.interface());
     if (!controller)
         throw SmartError("Unable to read identify data.");
-    std::vector<NVMeErrorLogPage> entries(errorLogEntries(*controller));
-    const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
-    if (session.interface().GetLogPage(entries.data(), nvmeadmin::errorLog, length) != system::kIOReturnSuccess)
+    const auto entries = nvme::getErrorLog(session.interface(), *controller);
+    if (!entries)
         throw SmartError("Unable to read error log.");
 
     std::vector<NVMeSmartError> errors;
-    for (const NVMeErrorLogPage& entry : entries) {
+    for (const NVMeErrorLogPage& entry : *entries) {
         if (entry.error_count != 0)
             errors.push_back({entry.error_count, entry.sqid, entry.cmdid, entry.status_field});
     }

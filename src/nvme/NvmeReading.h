@@ -6,6 +6,7 @@
 #include "vantorel/smart/records/NvmeSmartObject.h"
 
 #include <optional>
+#include <vector>
 
 /// The steps of a live reading.
 namespace vantorel::nvme {
@@ -18,5 +19,10 @@ namespace vantorel::nvme {
 
 /// The health log. Throws `SmartError`.
 [[nodiscard]] NVMeSMARTLog getSmartLog(const NVMeSmartInterface& smartInterface);
+
+/// The entries of the error log, unused ones included, as far as the controller gives them in one command; absent when
+/// it gives none.
+[[nodiscard]] std::optional<std::vector<NVMeErrorLogPage>> getErrorLog(const NVMeSmartInterface& smartInterface,
+                                                                       const NVMeControllerData& controller);
 
 } // namespace vantorel::nvme

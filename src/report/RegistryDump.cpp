@@ -1,12 +1,34 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "RegistryDump.h"
 
+#include <chrono>
 #include <memory>
 
 namespace vantorel::report {
 
-Data registryDump(const system::FileHandle::Bounds& bounds)
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// What gzip makes of nothing (RFC 1952).
+const Data gzipOfNothing = {0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 3, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+
+/// Which of the bounds ended the listing.
+std::string faultOf(const system::FileHandle::Bounds& bounds, Clock::time_point begin)
 {
+    using std::chrono::duration_cast;
+    if (bounds.time && Clock::now() - begin >= *bounds.time) {
+        const auto seconds = duration_cast<std::chrono::seconds>(*bounds.time).count();
+        return "the listing of the registry took longer than " + std::to_string(seconds) + " s";
+    }
+    return "the listing of the registry is larger than " + std::to_string(bounds.bytes) + " bytes";
+}
+
+} // namespace
+
+RegistryDump registryDump(const system::FileHandle::Bounds& bounds)
+{
+    const Clock::time_point begin = Clock::now();
     try {
         const auto listing = std::make_shared<system::Pipe>();
         const auto compressed = std::make_shared<system::Pipe>();
@@ -21,9 +43,11 @@ Data registryDump(const system::FileHandle::Bounds& bounds)
         gzip.setStandardOutput(compressed);
         ioreg.launch();
         gzip.launch();
-        return compressed->fileHandleForReading().readDataToEndOfFile(bounds).value_or(Data());
-    } catch (const system::ProcessError&) {
-        return {};
+        if (auto bytes = compressed->fileHandleForReading().readDataToEndOfFile(bounds))
+            return {*std::move(bytes), {}};
+        return {gzipOfNothing, faultOf(bounds, begin)};
+    } catch (const system::ProcessError& error) {
+        return {{}, error.what()};
     }
 }
 

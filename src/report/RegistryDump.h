@@ -4,11 +4,18 @@
 #include "vantorel/base/Data.h"
 #include "vantorel/system/Process.h"
 
+#include <string>
+
 namespace vantorel::report {
 
-/// The listing of the I/O registry as gzip data: what `/usr/sbin/ioreg -l -w0 -a` writes, sent through
-/// `/usr/bin/gzip -c`. Empty when one of the two is missing or a bound is reached; whatever else a tool does goes into
-/// the dump. Blocks. When it returns no process, descriptor or thread of it is left.
-[[nodiscard]] Data registryDump(const system::FileHandle::Bounds& bounds);
+/// A listing of the I/O registry as gzip data.
+struct RegistryDump {
+    Data gzip;         ///< empty when the listing could not be begun; that of nothing when it reached a bound
+    std::string fault; ///< why the listing is missing; empty when it is there
+};
+
+/// What `/usr/sbin/ioreg -l -w0 -a` writes, sent through `/usr/bin/gzip -c`; whatever else a tool does goes into the
+/// dump. Blocks. When it returns no process, descriptor or thread of it is left.
+[[nodiscard]] RegistryDump registryDump(const system::FileHandle::Bounds& bounds);
 
 } // namespace vantorel::report

@@ -1,42 +1,35 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/SystemReport.h"
 
+#include "Origin.h"
+#include "Readings.h"
 #include "RegistryDump.h"
+#include "Volumes.h"
 #include "vantorel/disks/Vantorel.h"
-#include "vantorel/smart/SmartController.h"
+#include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/records/RecordJson.h"
 #include "vantorel/system/Bundle.h"
 #include "vantorel/system/IORegistry.h"
+#include "vantorel/system/Installation.h"
 #include "vantorel/system/KeyedArchiver.h"
 
-#include <chrono>
 #include <exception>
+#include <functional>
+#include <memory>
 #include <utility>
 
 namespace vantorel {
 
 namespace {
 
-/// Far beyond the listing of any machine; so a tool that blocks or floods ends.
-constexpr system::FileHandle::Bounds dumpBounds{std::chrono::minutes(1), std::size_t{256} << 20};
+/// Far beyond the listing of any machine; so a tool that floods ends.
+constexpr std::size_t largestDump = std::size_t{256} << 20;
 
 std::optional<std::string> libraryVersion()
 {
     const auto bundle = system::Bundle::bundleWithIdentifier(system::libraryBundleIdentifier);
     const system::PropertyTableRef info = bundle ? bundle->infoDictionary() : nullptr;
     return info ? info->get<std::string>(system::CFBundleShortVersionString) : std::nullopt;
-}
-
-std::optional<SmartObject> readSmart(const Drive& drive)
-{
-    const SmartController& controller = SmartController::shared();
-    try {
-        if (drive.interface() == Disk::DriveInterface::nvme)
-            return controller.getNVMeSmartData(drive);
-        return controller.getATASmartData(drive);
-    } catch (const SmartError&) {
-        return std::nullopt; // the drive is reported all the same
-    }
 }
 
 PropertyTable identity(const Drive& drive)
@@ -58,6 +51,54 @@ PropertyArray dictionaries(const std::vector<Value>& values)
     return maps;
 }
 
+/// Reads drives and keeps what a report tells of them beside their maps.
+class DriveReader {
+public:
+    explicit DriveReader(const SystemReportOptions& options) : options_(options) {}
+
+    /// The drive's result; absent when it cannot be read, which is no error for one without SMART.
+    std::optional<SmartObject> read(const Drive& drive, std::size_t number)
+    {
+        const ReadableDrive readable = ReadableDrive::of(drive);
+        if (readable.service == 0)
+            return std::nullopt;
+        try {
+            DriveReading reading = options_.read ? options_.read(drive) : readDrive(readable);
+            note(readings, number, report::furtherReadings(readable, reading));
+            return std::move(reading.result);
+        } catch (const SmartOpenError& error) {
+            const auto obstacle = system::machine()->whyNotOpened(readable.service);
+            note(errors, number,
+                 {{"opened", false},
+                  {"asleep", obstacle && obstacle->status == system::kIOReturnNotReady},
+                  {"error", obstacle ? obstacle->reason : error.errorDescription()}});
+        } catch (const SmartError& error) {
+            note(errors, number, {{"opened", true}, {"error", error.errorDescription()}});
+        }
+        return std::nullopt;
+    }
+
+    PropertyArray readings;
+    PropertyArray errors;
+
+private:
+    static void note(PropertyArray& notes, std::size_t number, PropertyTable facts)
+    {
+        if (facts.empty())
+            return;
+        facts.emplace("drive", number);
+        notes.emplace_back(std::move(facts));
+    }
+
+    const SystemReportOptions& options_;
+};
+
+void tell(const std::function<void(const std::string& why)>& onFault, const std::string& why)
+{
+    if (onFault)
+        onFault(why);
+}
+
 std::optional<Data> archived(const PropertyValue& root)
 {
     try {
@@ -69,19 +110,19 @@ std::optional<Data> archived(const PropertyValue& root)
 
 } // namespace
 
-void SystemReport::generate(Completion onComplete, const Progress& onDrive)
+void SystemReport::generate(Completion onComplete, SystemReportOptions options)
 {
     std::optional<std::string> version = libraryVersion();
-    if (!version)
+    if (!version) {
+        tell(options.onFault, "the library does not know its version");
         return onComplete(std::nullopt);
+    }
 
+    DriveReader reader(options);
     PropertyArray drives;
-    const std::vector<std::shared_ptr<Drive>> present = Vantorel::shared().drives();
-    for (const std::shared_ptr<Drive>& drive : present) {
-        if (onDrive)
-            onDrive(*drive, drives.size(), present.size());
+    for (const std::shared_ptr<Drive>& drive : Vantorel::shared().drives()) {
         PropertyTable map = identity(*drive);
-        if (const std::optional<SmartObject> result = readSmart(*drive)) {
+        if (const std::optional<SmartObject> result = reader.read(*drive, drives.size())) {
             map.emplace("smartData", result->rawData());
             if (result->rawThresholds())
                 map.emplace("thresholdsData", *result->rawThresholds());
@@ -90,8 +131,16 @@ void SystemReport::generate(Completion onComplete, const Progress& onDrive)
         drives.emplace_back(std::move(map));
     }
 
-    PropertyTable root = {{"version", *std::move(version)}, {"drives", std::move(drives)}};
-    getRegDump([onComplete = std::move(onComplete), root = std::move(root)](Data dump) mutable {
+    PropertyTable root = {{"version", *version}, {"drives", std::move(drives)}, {"volumes", report::volumes()}};
+    report::tellOrigin(root, *version);
+    root.emplace("readings", std::move(reader.readings));
+    root.emplace("errors", std::move(reader.errors));
+    getRegDump(options.listingTime, [onComplete = std::move(onComplete), onFault = std::move(options.onFault),
+                                     root = std::move(root)](Data dump, const std::string& fault) mutable {
+        if (!fault.empty()) {
+            tell(onFault, fault);
+            root.find("errors")->second.array()->emplace_back(PropertyTable{{"error", fault}});
+        }
         if (dump.empty())
             return onComplete(std::nullopt);
         root.emplace("ioreg", std::move(dump));
@@ -129,18 +178,20 @@ PropertyTable SystemReport::encodeSmart(const SmartObject& smartObject)
     return map;
 }
 
-void SystemReport::getRegDump(std::function<void(Data dump)> onComplete)
+void SystemReport::getRegDump(std::chrono::milliseconds time,
+                              std::function<void(Data dump, const std::string& fault)> onComplete)
 {
-    system::dispatch_async(queue(), [onComplete = std::move(onComplete)]() mutable {
-        Data dump;
+    system::dispatch_async(queue(), [time, onComplete = std::move(onComplete)]() mutable {
+        report::RegistryDump dump;
         try {
-            dump = report::registryDump(dumpBounds);
-        } catch (const std::exception&) {
-            // Without memory there is no dump; a block on a queue must not throw.
+            dump = report::registryDump({time, largestDump});
+        } catch (const std::exception& error) {
+            dump.fault = error.what(); // without memory there is no dump; a block on a queue must not throw
         }
-        system::dispatch_async(
-            system::dispatch_get_main_queue(),
-            [onComplete = std::move(onComplete), dump = std::move(dump)]() mutable { onComplete(std::move(dump)); });
+        system::dispatch_async(system::dispatch_get_main_queue(),
+                               [onComplete = std::move(onComplete), dump = std::move(dump)]() mutable {
+                                   onComplete(std::move(dump.gzip), dump.fault);
+                               });
     });
 }
 

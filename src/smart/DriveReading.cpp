@@ -54,8 +54,13 @@ DriveReading readNvme(const ReadableDrive& drive)
 ReadableDrive ReadableDrive::of(const Drive& drive)
 {
     ReadableDrive readable;
-    system::IORegistryEntryGetRegistryEntryID(getSmartService(drive).get(), readable.service);
     readable.isNvme = drive.interface() == Disk::DriveInterface::nvme;
+    system::IOHandle service = capableAncestor(drive, readable.isNvme);
+    if (!service) {
+        service = capableAncestor(drive, !readable.isNvme);
+        readable.isNvme = readable.isNvme != static_cast<bool>(service);
+    }
+    system::IORegistryEntryGetRegistryEntryID(service.get(), readable.service);
     readable.isSSD = readable.isNvme || drive.driveKind() == Disk::DriveKind::ssd;
     readable.identity = ata::getDeviceInfo(drive);
     return readable;

@@ -21,8 +21,12 @@ system::PlugInHandle openPlugIn(const system::IOHandle& service, const base::Uui
 
 system::IOHandle getSmartService(const Drive& drive)
 {
-    const std::string_view key =
-        drive.interface() == Disk::DriveInterface::nvme ? "NVMe SMART Capable" : "SMART Capable";
+    return capableAncestor(drive, drive.interface() == Disk::DriveInterface::nvme);
+}
+
+system::IOHandle capableAncestor(const Drive& drive, bool isNvme)
+{
+    const std::string_view key = isNvme ? "NVMe SMART Capable" : "SMART Capable";
     system::IOHandle entry = drive.ioService();
     while (entry) {
         entry = ancestor(std::move(entry), 1);

@@ -12,6 +12,9 @@ namespace vantorel {
 /// handle when there is none. A declaration that is no boolean counts as none.
 [[nodiscard]] system::IOHandle getSmartService(const Drive& drive);
 
+/// The nearest entry above the drive's own that declares itself capable of NVMe, or else of ATA SMART.
+[[nodiscard]] system::IOHandle capableAncestor(const Drive& drive, bool isNvme);
+
 /// A plug-in of this type for that entry, which is the caller's to destroy. Throws `SmartOpenError`.
 [[nodiscard]] system::PlugInHandle openPlugIn(const system::IOHandle& service, const base::Uuid& pluginType);
 

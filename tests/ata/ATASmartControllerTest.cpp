@@ -54,7 +54,13 @@ TEST(AtaSmartController, ARemainingLifeAttributeIsTheHealth)
     };
     EXPECT_EQ(health(87), 87U);
     EXPECT_EQ(health(0), 0U);
+    EXPECT_EQ(health(100), 100U);
     EXPECT_EQ(health(101), 50U) << "passed over";
+    const AtaSectors failed = AtaSectors()
+                                  .put(0, attribute(3, {}, 1), 50)
+                                  .put(1, attribute(231, {}, 7), 10)
+                                  .put(2, attribute(231, {}, 90), 0);
+    EXPECT_EQ(resultOf(failed, sandForce).health, 7U) << "the first, although it has failed";
 
     const AtaSectors wearout = AtaSectors()
                                    .put(0, attribute(233, {}, 200), 0)

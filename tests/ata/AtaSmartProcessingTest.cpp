@@ -2,6 +2,7 @@
 #include "vantorel/ata/AtaSmartProcessing.h"
 
 #include "support/AtaSectors.h"
+#include "vantorel/ata/DriveTableFile.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,15 @@ namespace {
 using test::AtaSectors;
 using test::attribute;
 using enum ATASmartAttributeState;
+
+constexpr const char* ownModel = "A DRIVE OF OUR OWN";
+
+/// Gives `ownModel` a row of these presets.
+void addRow(const std::string& presets)
+{
+    const std::string text = "{\"\", \"" + std::string(ownModel) + "\", \"\", \"\", \"" + presets + "\"}";
+    addDriveTable(readDriveTable(text, "").table, DriveTableUse::supplement);
+}
 
 std::vector<ATASmartValue> processed(const AtaSectors& sectors, const std::string& model = "No Such Drive",
                                      bool isSSD = false)
@@ -96,8 +106,44 @@ TEST(AtaSmartProcessing, TwoAttributesAreJudgedByRulesOfTheirOwn)
     EXPECT_EQ(reserve(1, 1).state, ok);
     EXPECT_EQ(reserve(1, 1).name, "Unused Reserved Block Count (Total)");
     // A row that shows the count as "0x0000…", which is no whole number.
-    EXPECT_EQ(processed(AtaSectors().put(0, attribute(180, {0}, 1), 10), "Micron_M600_EEFDDAK128MBF", true).at(0).name,
-              "Unused Reserve NAND Blk");
+    const auto micron = processed(AtaSectors().put(0, attribute(180, {0}, 1), 10), "Micron_M600_EEFDDAK128MBF", true);
+    EXPECT_EQ(micron.at(0).name, "Unused Reserve NAND Blk");
+    EXPECT_EQ(micron.at(0).state, failedNow) << "another name, the common rule";
+    EXPECT_EQ(processed(AtaSectors().put(0, attribute(180, {0}, 11), 10)).at(0).state, failedNow) << "on every drive";
+
+    // It is the display name that decides, not the number.
+    addRow("-v 180,raw16(raw16),Unused_Rsvd_Blk_Cnt_Tot -v 1,raw48,Other -v 7,raw48,Raw_Read_Error_Rate");
+    const auto values = processed(AtaSectors()
+                                      .put(0, attribute(180, {0, 0, 1}, 1), 10)
+                                      .put(1, attribute(1, {}, 10), 10)
+                                      .put(2, attribute(7, {}, 10), 10),
+                                  ownModel);
+    EXPECT_EQ(values.at(0).formattedValue, "0(0 1)");
+    EXPECT_EQ(values.at(0).state, ok) << "no whole number";
+    EXPECT_EQ(values.at(1).state, failedNow);
+    EXPECT_EQ(values.at(2).state, ok);
+}
+
+TEST(AtaSmartProcessing, TheTypeOfAValueFollowsFromFormatAndName)
+{
+    using enum SmartValueType;
+    const std::pair<const char*, SmartValueType> cases[] = {
+        {"tempminmax,X", temperature},   {"temp10x,X_GiB", temperature}, {"sec2hour,X", time},
+        {"min2hour,X_Perc", time},       {"halfmin2hour,X", time},       {"msec24hour32,X_MiB", time},
+        {"raw48,X_GiB", bytes},          {"raw48,XMiBX", bytes},         {"raw48,Gigabytes", bytes},
+        {"raw48,Perc_GiB", bytes},       {"raw48,XPercX", percentage},   {"raw48,x_gib_perc", string},
+        {"raw48,Temperature_C", string}, {"raw24(raw8),Hours", string},  {"raw48", string},
+    };
+    std::string presets;
+    AtaSectors sectors;
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        presets += "-v " + std::to_string(100 + i) + ',' + cases[i].first + ' ';
+        sectors.put(i, attribute(static_cast<std::uint8_t>(100 + i), {}), 0);
+    }
+    addRow(presets);
+    const auto values = processed(sectors, ownModel);
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(values.at(i).valueType, cases[i].second) << cases[i].first;
 }
 
 TEST(AtaSmartProcessing, TheDrivesRowAddsToTheDefaults)

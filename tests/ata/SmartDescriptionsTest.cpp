@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/ata/SmartDescriptions.h"
 
+#include "support/Digest.h"
 #include "vantorel/ata/DriveDatabase.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace vantorel {
@@ -28,6 +30,14 @@ TEST(SmartDescriptions, EveryKeyIsANameThatSomePresetGives)
     EXPECT_EQ(all.size(), 277U);
     EXPECT_EQ(std::ranges::count_if(all, [](const auto& entry) { return !entry.second.name.empty(); }), 209);
     EXPECT_EQ(std::ranges::count_if(all, [](const auto& entry) { return !entry.second.info.empty(); }), 96);
+}
+
+TEST(SmartDescriptions, AreThoseThatWereWritten)
+{
+    test::Digest all;
+    for (const auto& [key, description] : std::map(SmartDescriptions().begin(), SmartDescriptions().end()))
+        all << key << description.name << description.info;
+    EXPECT_EQ(all.value(), 5011385038071173693U);
 }
 
 TEST(SmartDescriptions, TextsAreExactToTheLastBlank)

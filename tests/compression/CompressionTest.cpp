@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/compression/Compression.h"
 
+#include "support/StreamPump.h"
 #include "support/TestData.h"
 
 #include <gmock/gmock.h>
@@ -63,11 +64,37 @@ TEST(Compression, TheBlockSizeChangesNothingInTheResult)
     for (const CompressionAlgorithm algorithm : algorithms) {
         const Data packed = *compress(plain, algorithm);
         const auto whole = static_cast<std::ptrdiff_t>(packed.size());
-        for (const std::ptrdiff_t size : {std::ptrdiff_t{1}, std::ptrdiff_t{997}, whole, 2 * whole})
+        constexpr auto largest = std::numeric_limits<std::ptrdiff_t>::max(); // no more is set aside than is needed
+        for (const std::ptrdiff_t size : {std::ptrdiff_t{1}, std::ptrdiff_t{997}, whole, 2 * whole, largest})
             EXPECT_EQ(compress(plain, algorithm, size), packed);
-        for (const std::ptrdiff_t size : {1, 4096, 15'000, 30'000, 30'001})
+        for (const std::ptrdiff_t size : {std::ptrdiff_t{1}, std::ptrdiff_t{4096}, std::ptrdiff_t{15'000},
+                                          std::ptrdiff_t{30'000}, std::ptrdiff_t{30'001}, largest})
             EXPECT_EQ(decompress(packed, algorithm, size), plain);
     }
+}
+
+TEST(Compression, DeflateOfAWholeBufferAndOfAStreamReadEachOther)
+{
+    // Short and long, to results of 1, of 4 and of hundreds of times the stream.
+    for (const Data& plain : {text(1500), text(100'000), noise(5000), Data(3000), Data(100'000)}) {
+        const Data packed = *compress(plain, zlib);
+        EXPECT_EQ(test::pump(system::COMPRESSION_STREAM_DECODE, system::COMPRESSION_ZLIB, packed, 5000, 65'536), plain);
+        const auto stream =
+            test::pump(system::COMPRESSION_STREAM_ENCODE, system::COMPRESSION_ZLIB, plain, 5000, 65'536);
+        EXPECT_EQ(decompress(*stream, zlib), plain);
+    }
+    const Data large(70'000'000); // so large beside its stream that it grows bit by bit
+    EXPECT_EQ(decompress(*compress(large, zlib), zlib), large);
+}
+
+TEST(Compression, AResultTakesNoMoreMemoryThanAboutTwiceItsSize)
+{
+    for (const Data& plain : {text(300), text(700'000), Data(3'000'000)})
+        for (const CompressionAlgorithm algorithm : algorithms) {
+            const Data packed = *compress(plain, algorithm);
+            EXPECT_LE(packed.capacity(), 2 * packed.size() + 1) << int(algorithm);
+            EXPECT_LE(decompress(packed, algorithm)->capacity(), 2 * plain.size()) << int(algorithm);
+        }
 }
 
 TEST(Compression, LzfseIsWhatIsUsedUnlessAskedOtherwise)

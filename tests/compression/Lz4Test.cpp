@@ -133,5 +133,27 @@ TEST(Lz4, RefusesDamage)
     EXPECT_EQ(expand(Frame().stored(Data{'a'}).bytes), std::nullopt) << "without an end";
 }
 
+TEST(Lz4, ALargeBlockIsReadAsItIsWritten)
+{
+    // A literal and 4 bytes from some way back; one and 76,519 from 1 back; 100 literals at the end.
+    const auto withDistance = [](std::uint8_t low, std::uint8_t high, std::uint32_t claim) {
+        Data block = {0x10, 'a', low, high, 0x1f, 'b', 1, 0};
+        block.resize(block.size() + 300, 255);
+        block.insert(block.end(), {0, 0xf0, 85});
+        block.resize(block.size() + 100, 'c');
+        return expand(Frame().compressed(claim, block).end(), 1000);
+    };
+    const std::uint32_t size = 5 + 1 + 76'519 + 100;
+    Data expected(5, 'a');
+    expected.resize(5 + 1 + 76'519, 'b');
+    expected.resize(size, 'c');
+    EXPECT_EQ(withDistance(1, 0, size), expected);
+    EXPECT_EQ(withDistance(1, 0, size - 1), std::nullopt);
+    EXPECT_EQ(withDistance(1, 0, size + 1), std::nullopt);
+    EXPECT_EQ(withDistance(0, 0, size), std::nullopt) << "no distance";
+    EXPECT_EQ(withDistance(2, 0, size), std::nullopt) << "before the first byte";
+    EXPECT_EQ(withDistance(1, 1, size), std::nullopt) << "far before the first byte";
+}
+
 } // namespace
 } // namespace vantorel::system::compression::lz4

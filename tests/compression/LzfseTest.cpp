@@ -244,6 +244,61 @@ TEST(Lzfse, ReadsEveryFormOfLzvnOpcode)
     }
 }
 
+/// A text in which no three bytes come twice, followed by so many bytes of it from `distance` back.
+Data repeating(std::size_t size, std::size_t distance, std::size_t count)
+{
+    Data bytes(size);
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<std::uint8_t>(i % 2 == 0 ? i / 2 : 128 + i / 512);
+    for (; count > 0; --count)
+        bytes.push_back(bytes[bytes.size() - distance]);
+    return bytes;
+}
+
+TEST(Lzfse, ShortInputBecomesFewBytesOfOpcodes)
+{
+    const Data text = repeating(1600, 1, 0);
+    const auto part = [&text](std::size_t from, std::size_t count) { return DataView(text).subspan(from, count); };
+    const Data most = {0xe0, 255}; // of literals
+    const std::initializer_list<std::tuple<const char*, Data, Data>> cases = {
+        {"up to 15 literals in a byte, 2 with the match, which is too long for the short form", repeating(17, 17, 30),
+         joined({Data{0xef}, part(0, 15), Data{0xa0 | 2 << 3 | 27 >> 2, 17 << 2 | 3, 0}, part(15, 2)})},
+        {"many literals; a match too long for any form", repeating(40, 40, 50),
+         joined({Data{0xe0, 40 - 16}, part(0, 40), Data{7 << 3, 40, 0xf0, 40 - 16}})},
+        {"the distance before", joined({repeating(40, 40, 30), Data{'x', 'y'}, part(32, 8)}),
+         joined({Data{0xe0, 40 - 16}, part(0, 40), Data{0xa0 | 27 >> 2, 40 << 2 | 3, 0},
+                 Data{0x80 | 3 << 3 | 6, 'x', 'y', 0xf2}})},
+        {"a far match and a last literal", joined({repeating(1600, 1599, 33), Data{'z'}}),
+         joined({most, part(0, 271), most, part(271, 271), most, part(542, 271), most, part(813, 271), most,
+                 part(1084, 271), Data{0xe0, 245 - 16}, part(1355, 245),
+                 Data{0xa0 | 30 >> 2, (1599 << 2 & 0xff) | 2, 1599 >> 6, 0xe1, 'z'}})},
+        {"a run", Data(2000),
+         joined({Data{0x40 | 5 << 3, 1, 0}, Data{0xf0, 255, 0xf0, 255, 0xf0, 255, 0xf0, 255},
+                 Data{0xf0, 255, 0xf0, 255, 0xf0, 255, 0xf0, 94 - 16}})},
+    };
+    const Data over = {0x06, 0, 0, 0, 0, 0, 0, 0};
+    for (const auto& [name, plain, opcodes] : cases)
+        EXPECT_EQ(compress(plain), lzvn(static_cast<std::uint32_t>(plain.size()), joined({opcodes, over}))) << name;
+}
+
+TEST(Lzfse, InputOfEverySizeComesBack)
+{
+    std::mt19937 random(11);
+    Data bytes;
+    while (bytes.size() < 4100) {
+        // Literals, repetitions from near and far, runs.
+        const std::size_t count = 1 + random() % (random() % 8 == 0 ? 300 : 12);
+        const std::size_t distance = 1 + random() % (bytes.size() + 1);
+        for (std::size_t i = 0; i < count; ++i)
+            bytes.push_back(random() % 3 == 0 || distance > bytes.size() ? static_cast<std::uint8_t>(random() % 64)
+                                                                         : bytes[bytes.size() - distance]);
+    }
+    for (std::size_t size = 1; size <= bytes.size(); ++size) {
+        const DataView plain = DataView(bytes).first(size);
+        ASSERT_EQ(expand(compress(plain)), Data(plain.begin(), plain.end())) << size;
+    }
+}
+
 TEST(Lzfse, RefusesLzvnOpcodesThatMeanNothing)
 {
     const Data over = {0x06, 0, 0, 0, 0, 0, 0, 0};

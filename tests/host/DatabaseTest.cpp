@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
+
 namespace vantorel {
 namespace {
 
@@ -35,6 +37,28 @@ TEST(DatabaseCommand, ANewerTableKnowsWhatTheBuiltInOneDoesNot)
     EXPECT_THAT(run.out, testing::StartsWith("Table       recent, 7.5 2026-08-19\nRow         316\n"
                                              "Family      Western Digital Ultrastar DC HC550\n"));
     EXPECT_THAT(run.out, HasSubstr("\nFirmware    (any)\nPresets     (none)\n\n ID  Name"));
+}
+
+TEST(DatabaseCommand, ATableOfTheUserIsAskedFirstAndItsFaultsAreTold)
+{
+    const test::TemporaryFolder folder;
+    const std::string file =
+        folder.write("own.h", "{ \"VERSION: 9.9 2030-01-02\", \"-\", \"-\", \"\", \"\" },\n"
+                              "{ \"Mine\", \"WDC WUH.*\", \"\", \"Beware\", \"-v 5,raw48,Mine\" },\n"
+                              "{ \"cut off\", },\n");
+    const auto run = runCommand("db show 'WDC WUH721818ALE6L4' --drive-table " + file);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.out, HasSubstr("\nFamily      Mine\n"));
+    EXPECT_THAT(run.out, HasSubstr("\nWarning     Beware\n"));
+    EXPECT_EQ(run.err, "vantorel: " + file + ": rows that cannot be read: 1; `vantorel db lint` tells which\n");
+
+    setenv("VANTOREL_DRIVE_TABLE", file.c_str(), 1);
+    const auto lint = runCommand("db lint");
+    EXPECT_EQ(lint.status, 4);
+    EXPECT_THAT(lint.out, testing::StartsWith(file + ": line 3: "));
+    EXPECT_THAT(runCommand("db search beware").out, HasSubstr("Mine"));
+    setenv("VANTOREL_DRIVE_TABLE", folder.write("none.h", "// nothing\n").c_str(), 1);
+    EXPECT_THAT(runCommand("db lint").err, HasSubstr("none.h: holds no rows of a drive table\n"));
 }
 
 TEST(DatabaseCommand, AModelOfNoRowHasNulls)

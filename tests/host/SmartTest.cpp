@@ -49,7 +49,7 @@ TEST(CheckCommand, TellsWhichDrivesNeedAHandAndWhy)
     }
     const auto one = runCommand("check N80T0WER disk6 disk9" + tower);
     EXPECT_EQ(one.status, 1 | 2 | 8);
-    EXPECT_THAT(one.out, HasSubstr("\n3 drives: 1 failing, 1 no SMART data, 1 no drive\n"));
+    EXPECT_THAT(one.out, HasSubstr("\n3 drives: 1 failing, 1 no drive, 1 without SMART\n"));
     EXPECT_THAT(one.err, testing::AllOf(HasSubstr("disk6: It has no SMART data.\n"), HasSubstr("disk9: There is no")));
     EXPECT_EQ(runCommand("check disk0 disk2" + tower).status, 0);
     EXPECT_EQ(Json::parse(runCommand("check --json" + tower).out), Json::parse(runCommand("smart --json" + tower).out));

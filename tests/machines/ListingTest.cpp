@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <string>
 #include <string_view>
 
@@ -174,6 +175,42 @@ TEST(Listing, ReadsThePropertyListForm)
     EXPECT_EQ(read(system::writeXmlPropertyList(PropertyArray{entry(1, "a", {}), 7, entry(2, "b", {})})).entries.size(),
               2U)
         << "ioreg -r writes an array";
+}
+
+TEST(Listing, CostsNoMoreThanItsBytes)
+{
+    const auto entry = [](const std::string& name, const std::string& inside) {
+        return "<dict><key>IORegistryEntryName</key><string>" + name + "</string>" + inside + "</dict>";
+    };
+    const auto children = [](const std::string& entries) {
+        return "<key>IORegistryEntryChildren</key><array>" + entries + "</array>";
+    };
+    const auto repeated = [](const std::string& text, std::size_t count) {
+        std::string all;
+        for (std::size_t i = 0; i < count; ++i)
+            all += text;
+        return all;
+    };
+    // Were the path of each entry kept, these would take 6 GB.
+    const std::string longName(300'000, 'n');
+    const Read wide = read(entry(longName, children(repeated(entry("c", ""), 20'000))));
+    EXPECT_EQ(wide.entries.size(), 20'001U);
+
+    // Were what lies below an entry copied, each level of these would cost as much as the first.
+    const auto timeOf = [&](int levels) {
+        std::string deep = "<key>v</key><array>" + repeated("<string>sixteen and more</string>", 50'000) + "</array>";
+        for (int level = 0; level < levels; ++level)
+            deep = children(entry("e", deep));
+        const std::clock_t begin = std::clock();
+        EXPECT_EQ(read(entry("top", deep)).entries.size(), levels + 1U);
+        return std::clock() - begin;
+    };
+    EXPECT_LT(timeOf(500), 4 * timeOf(1));
+
+    // And of a fault that is everywhere a thousand are told, each with the end of its path.
+    const Read damaged = read(entry(longName, children(entry(longName, children(repeated("<true/>", 5000))))));
+    EXPECT_EQ(damaged.faults.size(), 1001U);
+    EXPECT_EQ(damaged.faults[0].place, ".../" + longName.substr(0, 100) + "/" + longName.substr(0, 100));
 }
 
 TEST(Listing, IsRefusedWhenThereIsNoEntryInIt)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "machines/recorded/RecordedMachine.h"
+#include "machines/recorded/Loading.h"
 #include "support/TestEntries.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/Installation.h"

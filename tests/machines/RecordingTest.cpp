@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/Recording.h"
+#include "machines/recorded/Loading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -91,8 +91,10 @@ TEST(Recording, IsAFolderAListingOrAMachineJson)
     EXPECT_THAT(refusal(folder.path / "bad.json"), HasSubstr("bad.json: parse error at line 1, column 14"));
     folder.write("bad.json", "[]");
     EXPECT_EQ(refusal(folder.path / "bad.json"), "bad.json: no JSON object");
-    folder.write("bad.json", std::string(100'000, '['));
-    EXPECT_THAT(refusal(folder.path / "bad.json"), HasSubstr("bad.json: "));
+    folder.write("bad.json", std::string(600, '['));
+    EXPECT_EQ(refusal(folder.path / "bad.json"), "bad.json: nested too deeply");
+    folder.write("bad.json", "{\"registry\": {}}" + std::string(1, '\0') + "what nobody sees");
+    EXPECT_EQ(refusal(folder.path / "bad.json"), "bad.json: a NUL at byte 16");
     for (const char* const name : {"/etc/passwd", "../x", "", "none.txt"}) {
         folder.write("bad.json", R"({"listing": ")" + std::string(name) + R"("})");
         EXPECT_NE(refusal(folder.path / "bad.json"), "loaded") << name;
@@ -130,7 +132,7 @@ TEST(Recording, HoldsVolumesDrivesAndEvents)
     const auto& arrival = std::get<RecordedStep::Arrival>(recording.script[0].what).entries.at(0);
     EXPECT_THAT(arrival.parents, ElementsAre(4));
     const auto& change = std::get<RecordedStep::Change>(recording.script[1].what);
-    EXPECT_EQ(change.properties, (PropertyTable{{"BSD Name", "disk0"}, {"Size", 200}}));
+    EXPECT_EQ(change.changes, (PropertyTable{{"Size", 200}, {"Whole", nullptr}}));
     EXPECT_EQ(std::get<RecordedStep::Change>(recording.script[2].what).entry, arrival.id);
     EXPECT_EQ(std::get<RecordedStep::Removal>(recording.script[3].what).entry, 4U);
 }
@@ -141,8 +143,7 @@ TEST(Recording, NamesThePlaceOfEveryFault)
         faultsOf(
             R"({"volumes": [{"kind": "hfs"}, {"disk": "disk0", "uuid": "x", "mountPoint": "a", "size": 1, "free": 2, "name": 5}], "oops": 1})"),
         ElementsAre("machine.json: oops: nothing of this name is known here",
-                    "machine.json: volumes[0]: a volume without \"disk\"",
-                    "machine.json: volumes[1].name: a value of the wrong type",
+                    "machine.json: volumes[0]: a volume without \"disk\"", "machine.json: volumes[1].name: no text",
                     "machine.json: volumes[1].uuid: no UUID", "machine.json: volumes[1].mountPoint: no absolute path",
                     "machine.json: volumes[1].free: more than \"size\""));
     EXPECT_THAT(faultsOf(R"({"drives": [{"disk": "disk7", "ata": {}}, {"disk": "disk0", "nvme": {}}, {"disk": "disk0"},
@@ -170,6 +171,47 @@ TEST(Recording, NamesThePlaceOfEveryFault)
                     "machine.json: events[4].arrive: no object",
                     "machine.json: events[4].arrive: an entry without name and class",
                     "machine.json: events[5].under: no entry of this device name or id"));
+}
+
+TEST(Recording, ReadsWholeNumbersHoweverTheyAreWritten)
+{
+    const MachineFolder folder(R"({"volumes": [{"disk": "a", "size": 7.0, "free": -0}, {"disk": "b", "size": 1e3},
+        {"disk": "c", "size": 18446744073709551615, "free": 1.5}, {"disk": "d", "size": -1, "free": 1e20},
+        {"disk": "e", "size": true, "writable": 1}], "drives": [{"disk": 4.0, "ata": {}}]})");
+    const Recording recording = loadRecording(folder.path);
+    std::vector<std::uint64_t> sizes;
+    for (const RecordedVolume& volume : recording.volumes)
+        sizes.insert(sizes.end(), {volume.size, volume.free});
+    EXPECT_THAT(sizes, ElementsAre(7, 0, 1000, 0, UINT64_MAX, 0, 0, 0, 0, 0));
+    EXPECT_EQ(recording.drives.size(), 1U);
+    std::vector<std::string> faults;
+    for (const Fault& fault : recording.faults)
+        faults.push_back(fault.place + ": " + fault.fault.substr(0, 15));
+    EXPECT_THAT(faults, ElementsAre("volumes[2].free: no whole number", "volumes[3].size: no whole number",
+                                    "volumes[3].free: no whole number", "volumes[4].size: no whole number",
+                                    "volumes[4].writable: neither true no"));
+}
+
+TEST(Recording, KnowsFailuresByTheNamesThatAnswersUse)
+{
+    const MachineFolder folder(R"({"registry": {"IORegistryEntryName": "a", "SMART Capable": true,
+        "NVMe SMART Capable": true, "IORegistryEntryChildren": [{"IORegistryEntryName": "m", "BSD Name": "disk0"}]},
+        "drives": [
+          {"disk": "disk0", "ata": {"failures": {"log 0x6": "kIOReturnTimeout", "log 2": "kIOReturnNoDevice",
+           "log 256": "kIOReturnTimeout", "log ": "kIOReturnTimeout", "errorLog": "kIOReturnTimeout"}}},
+          {"disk": "disk0", "nvme": {"failures": {"log 2": "kIOReturnTimeout", "log": "kIOReturnNoDevice",
+           "log 1": "kIOReturnNoDevice", "log 255": "kIOReturnTimeout", "data": "kIOReturnTimeout"}}}]})");
+    Recording recording = loadRecording(folder.path);
+    std::vector<std::string> faults;
+    for (const Fault& fault : recording.faults)
+        faults.push_back(fault.place);
+    EXPECT_THAT(faults, ElementsAre("drives[0].ata.failures.errorLog", "drives[0].ata.failures.log ",
+                                    "drives[0].ata.failures.log 256", "drives[1].nvme.failures.data",
+                                    "drives[1].nvme.failures.log 2", "drives[1]"));
+    using Failures = std::map<std::string, system::IOReturn, std::less<>>;
+    ASSERT_EQ(recording.drives.size(), 1U);
+    EXPECT_EQ(recording.drives.begin()->second.failures,
+              (Failures{{"log 6", system::kIOReturnTimeout}, {"log 2", system::kIOReturnNoDevice}}));
 }
 
 TEST(Recording, OfTheSampleMachinesIsWithoutFault)

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <tuple>
 
 namespace vantorel {
 namespace {
@@ -66,6 +67,9 @@ TEST_F(NvmeFormat, OnlyTheFirstSetWarningBitIsTold)
         {0x18, "The media has been placed in read only mode"},
         {0x10, "The volatile memory backup device has failed"},
         {0x20, "Unknown critical warning: 0x20"},
+        {0x40, "Unknown critical warning: 0x40"},
+        {0x80, "Unknown critical warning: 0x80"},
+        {0x30, "The volatile memory backup device has failed"},
         {0xE0, "Unknown critical warning: 0xe0"},
         {-32, "Unknown critical warning: 0xffffffffffffffe0"},
     };
@@ -86,32 +90,52 @@ TEST_F(NvmeFormat, EachKeyReadsItsOwnField)
                                      &log.num_err_log_entries};
     for (std::uint8_t i = 0; i < std::size(counters); ++i)
         (*counters[i])[0] = static_cast<std::uint8_t>(i + 1);
-    const std::pair<const char*, const char*> texts[] = {
-        {"CriticalWarning", "S.M.A.R.T Overall Health Result: Passed"},
-        {"Temperature", "27\u00B0C"},
-        {"AvailableSpare", "5%"},
-        {"AvailableSpareThreshold", "10%"},
-        {"PercentageUsed", "255%"},
-        {"DataUnitsRead", "500 KB"},
-        {"DataUnitsWritten", "1,000 KB"},
-        {"HostReadCommands", "3"},
-        {"HostWriteCommands", "4"},
-        {"ControllerBusyTime", "5"},
-        {"PowerCycles", "6"},
-        {"PowerOnHours", "7"},
-        {"UnsafeShutdowns", "8"},
-        {"MediaAndDataIntegrityErrors", "9"},
-        {"ErrorInformationLogEntries", "10"},
+    using enum SmartValueType;
+    const struct {
+        const char* key;
+        const char* text;
+        const char* name;
+        SmartValueType type;
+        const char* info;
+        std::uint64_t number;
+    } rows[] = {
+        {"CriticalWarning", "S.M.A.R.T Overall Health Result: Passed", "Critical Warning", string, "", 0},
+        {"Temperature", "27\u00B0C", "Temperature", temperature, "Temperature of the drive", 300},
+        {"AvailableSpare", "5%", "Available Spare", percentage, "Available ", 5},
+        {"AvailableSpareThreshold", "10%", "Available Spare Threshold", percentage, "", 10},
+        {"PercentageUsed", "255%", "Percentage Used", percentage, "", 255},
+        {"DataUnitsRead", "500 KB", "Data Units Read", bytes, "", 1},
+        {"DataUnitsWritten", "1,000 KB", "Data Units Written", bytes, "", 2},
+        {"HostReadCommands", "3", "Host Read Commands", number, "", 3},
+        {"HostWriteCommands", "4", "Host Write Commands", number, "", 4},
+        {"ControllerBusyTime", "5", "Controller Busy Time", time, "", 5},
+        {"PowerCycles", "6", "Power Cycles", string, "", 6},
+        {"PowerOnHours", "7", "Power On Hours", time, "", 7},
+        {"UnsafeShutdowns", "8", "Unsafe Shutdowns", number, "", 8},
+        {"MediaAndDataIntegrityErrors", "9", "Media and Data Integrity Errors", number, "", 9},
+        {"ErrorInformationLogEntries", "10", "Error Information Log Entries", number, "", 10},
     };
-    for (const auto& [key, text] : texts) {
-        const NVMeSmartValue value = processSmartValue(key, log);
-        EXPECT_EQ(value.formattedValue, text) << key;
-        EXPECT_EQ(value.name, NVMeSmartValueDefinitions().at(key).name);
-        EXPECT_EQ(value.state, NVMeSmartAttributeState::ok);
+    ASSERT_EQ(nvmeLogKeys().size(), std::size(rows));
+    EXPECT_EQ(NVMeSmartValueDefinitions().size(), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const auto& row = rows[i];
+        EXPECT_EQ(nvmeLogKeys()[i], row.key);
+        EXPECT_EQ(processSmartValue(row.key, log),
+                  (NVMeSmartValue{row.name, row.text, row.type, NVMeSmartAttributeState::ok, row.info}))
+            << row.key;
+        EXPECT_EQ(nvmeLogNumber(row.key, log), NvmeLogNumber{.low = row.number}) << row.key;
+        const NVMeSmartValueDefinition& definition = NVMeSmartValueDefinitions().at(row.key);
+        EXPECT_EQ(std::tie(definition.name, definition.type, definition.info),
+                  std::make_tuple(row.name, row.type, row.info));
     }
-    EXPECT_EQ(NVMeSmartValueDefinitions().size(), std::size(texts));
-    EXPECT_EQ(processSmartValue("AvailableSpare", log).info, "Available ");
-    EXPECT_EQ(processSmartValue("PowerCycles", log).valueType, SmartValueType::string);
+
+    log.media_errors[8] = 1;
+    EXPECT_EQ(nvmeLogNumber("MediaAndDataIntegrityErrors", log), (NvmeLogNumber{.high = 1, .low = 9}));
+    EXPECT_LT((NvmeLogNumber{.high = 0, .low = 9}), (NvmeLogNumber{.high = 1, .low = 0}));
+    EXPECT_FALSE(nvmeLogNumber("temperature", log));
+    log.critical_warning = 0x80;
+    EXPECT_EQ(processSmartValue("CriticalWarning", log).state, NVMeSmartAttributeState::failed);
+    EXPECT_EQ(processSmartValue("AvailableSpare", log).state, NVMeSmartAttributeState::ok);
 
     const NVMeSmartValue unknown = processSmartValue("temperature", log);
     EXPECT_EQ(unknown, (NVMeSmartValue{"Unknown Attribute", "", SmartValueType::string, NVMeSmartAttributeState::ok,

@@ -38,12 +38,19 @@ TEST(NvmePowerStates, DescriptorsWithoutActivePowerAndLatenciesAreDropped)
                    .write_tput = 5,
                    .write_lat = 6,
                    .active_power = 99};
+    data.psd[2].flags = 3;                // the largest power in units of 0.0001 W, a state that moves no data
+    data.psd[2].active_work_scale = 0x43; // the active power in units of 0.0001 W
+    data.psd[2].idle_power = 7;
+    data.psd[2].idle_scale = 0x40;
+    data.npss = 1;
+    data.psd[30].entry_lat = 1;
     data.psd[31].exit_lat = 1;
     const auto states = processPowerStates(data);
-    ASSERT_EQ(states.size(), 2U);
+    ASSERT_EQ(states.size(), 3U);
     EXPECT_EQ(states[0],
               (NVMePowerState{"8.25W", "990.0mW", "2", "3 \u03BCs", "5", "6 \u03BCs", "70000 \u03BCs", "4 \u03BCs"}));
-    EXPECT_EQ(states[1],
+    EXPECT_EQ(states[1].entryLatency, "1 \u03BCs");
+    EXPECT_EQ(states[2],
               (NVMePowerState{"0.0mW", "0.0mW", "0", "0 \u03BCs", "0", "0 \u03BCs", "0 \u03BCs", "1 \u03BCs"}));
 }
 

@@ -92,8 +92,45 @@ TEST(ReportReader, OpensReportsOfOlderAndLaterVersions)
     PropertyTable later = report();
     later["comment"] = "new";
     later["drives"].array()->at(1).table()->emplace("firmware", PropertyTable{});
-    EXPECT_THAT(open(later).unknownKeys(), testing::ElementsAre("comment", "drives[1].firmware"));
+    EXPECT_THAT(open(later).unknownKeys(), testing::ElementsAre("drives[1].firmware", "comment"));
     EXPECT_EQ(open(later).drives(), open(report()).drives());
+}
+
+TEST(ReportReader, GivesWhatStandsBesideTheDrives)
+{
+    PropertyTable root = report();
+    root["created"] = "2026-01-31T23:59:59Z";
+    root["host"] = PropertyTable{{"system", "Linux"}, {"kernel", "6.1"}, {"architecture", "arm64"}, {"name", "me"}};
+    root["tool"] = PropertyTable{{"version", "1.2.3"}, {"table", "T 7"}, {"colour", 1}};
+    root["volumes"] = PropertyArray{PropertyTable{{"disk", "disk1s1"},
+                                                  {"kind", "apfs"},
+                                                  {"name", "HD"},
+                                                  {"uuid", "U"},
+                                                  {"mountable", true},
+                                                  {"mountPoints", PropertyArray{"/", 5, "/b"}},
+                                                  {"size", std::uint64_t{1} << 63},
+                                                  {"free", 2},
+                                                  {"writable", false},
+                                                  {"owner", "me"}},
+                                    PropertyTable{}};
+    root["readings"] =
+        PropertyArray{PropertyTable{{"drive", 1}, {"identify", Data{1}}, {"errorLog", Data{2}}, {"failing", true}},
+                      PropertyTable{{"drive", 2}, {"identify", Data{3}}}};
+    root["errors"] = PropertyArray{PropertyTable{{"drive", 1}, {"opened", true}, {"asleep", true}, {"error", "one"}},
+                                   PropertyTable{{"drive", 2}, {"error", "nobody's"}}, PropertyTable{{"error", "all"}}};
+    const ReportReader reader = open(root);
+    EXPECT_EQ(reader.origin(), (ReportOrigin{"2026-01-31T23:59:59Z", "Linux", "6.1", "arm64", "1.2.3", "T 7"}));
+    EXPECT_THAT(reader.volumes(),
+                testing::ElementsAre(
+                    ReportVolume{"disk1s1", "apfs", "HD", "U", true, {"/", "/b"}, std::uint64_t{1} << 63, 2, false},
+                    ReportVolume()));
+    EXPECT_EQ(reader.drives()[1].identify, Data{1});
+    EXPECT_EQ(reader.drives()[1].errorLog, Data{2});
+    EXPECT_EQ(reader.drives()[1].failing, true);
+    EXPECT_EQ(reader.drives()[1].failure, (ReportedFailure{true, true, "one"}));
+    EXPECT_EQ(reader.listingFailure(), "all");
+    EXPECT_THAT(reader.unknownKeys(), testing::ElementsAre("volumes[0].owner", "host.name", "tool.colour"));
+    EXPECT_EQ(open(report()).origin(), ReportOrigin());
 }
 
 TEST(ReportReader, SaysWhichValueIsWrong)
@@ -120,6 +157,12 @@ TEST(ReportReader, SaysWhichValueIsWrong)
         {changedDrive("kind", true), R"(the report's "drives[0].kind" is not a text)"},
         {changedDrive("smartData", "text"), R"(the report's "drives[0].smartData" is not data)"},
         {changedDrive("processedSmart", PropertyArray{}), R"(the report's "drives[0].processedSmart" is not a table)"},
+        {changed("created", 5), R"(the report's "created" is not a text)"},
+        {changed("host", PropertyTable{{"kernel", 6}}), R"(the report's "host.kernel" is not a text)"},
+        {changed("errors", PropertyArray{PropertyTable{{"drive", -1}}}),
+         R"(the report's "errors[0].drive" is not a co)"},
+        {changed("volumes", PropertyArray{PropertyTable{{"writable", 1}}}),
+         R"("volumes[0].writable" is not a truth v)"},
         {changed("ioreg", Data{}), "gzip data cut short"},
         {changed("ioreg", Data(registry.begin(), registry.end() - 1)), "gzip data cut short"},
         {changed("ioreg", damaged), "damaged gzip data"},

@@ -61,7 +61,7 @@ void pumpUntil(IsDone isDone)
 class SystemReportTest : public test::RegistryFixture {
 protected:
     /// A SATA disk and an NVMe drive that answer; a USB stick and a disk without a model that have no SMART; a disk
-    /// that hangs until its time is over.
+    /// that hangs until its time is over, and one that cannot be opened.
     static void installMachine()
     {
         test::DiskTree tree;
@@ -70,6 +70,8 @@ protected:
                                       {{"SMART Capable", true}});
         tree.media(sata, "disk0", "WDC Media");
         RecordedDrive ata;
+        ata.identify = Data(512, 3);
+        ata.exceeded = true;
         ata.data = test::readTestData("ata/wd-aaks/data.bin");
         ata.thresholds = test::readTestData("ata/wd-aaks/thresholds.bin");
         recording.drives.emplace(sata - 1, ata);
@@ -81,6 +83,7 @@ protected:
         controller.kind = RecordedDrive::Kind::nvme;
         controller.identify = test::readTestData("nvme/identify.bin");
         controller.logs.emplace(2, test::readTestData("nvme/smart.bin"));
+        controller.logs.emplace(1, Data(4096, 7));
         recording.drives.emplace(nvme - 1, controller);
 
         tree.media(tree.driver("XHC1 USB3", "Stick", {}, {}, "USB"), "disk2", "Stick Media");
@@ -89,6 +92,13 @@ protected:
         tree.media(hanging, "disk4", "Hanging Media");
         ata.failures.emplace("thresholds", system::kIOReturnTimeout);
         recording.drives.emplace(hanging - 1, ata);
+        const auto shut = tree.driver("AppleAHCI", "Shut", {}, {{"SMART Capable", true}});
+        tree.media(shut, "disk5", "Shut Media");
+        ata.failures.emplace("open", system::kIOReturnNotPrivileged);
+        recording.drives.emplace(shut - 1, ata);
+        recording.volumes = {{"disk2", {.kind = "msdos", .name = "STICK", .mountable = true}, 0, 0, true},
+                             {"disk3", {.mountPoints = {"/", "/Volumes/HD"}}, 900, 70, false},
+                             {"disk9", {.kind = "hfs", .mountPoints = {"/gone"}}, 1, 1, true}};
         recording.entries = std::move(tree.entries);
         system::install(std::make_unique<recorded::RecordedMachine>(std::move(recording), recorded::Playback::byHand));
         settle();
@@ -117,7 +127,7 @@ TEST_F(SystemReportTest, HoldsEveryDriveWithWhatCouldBeReadOfIt)
     const ReportReader reader(report().value());
     EXPECT_EQ(reader.version(), reinterpret_cast<const char*>(VantorelVersionString));
     EXPECT_THAT(reader.unknownKeys(), testing::IsEmpty());
-    ASSERT_EQ(reader.drives().size(), 5U);
+    ASSERT_EQ(reader.drives().size(), 6U);
 
     const ReportDrive& sata = reader.drives()[0];
     EXPECT_EQ(sata.bsdName, "disk0");
@@ -152,21 +162,100 @@ TEST_F(SystemReportTest, HoldsEveryDriveWithWhatCouldBeReadOfIt)
     EXPECT_THAT(keysOf(reader.drives()[4]), testing::IsEmpty());
 
     std::vector<recorded::Fault> faults;
-    EXPECT_EQ(recorded::readListing(reader.expandedRegistry(), "ioreg", faults).size(), 21U) << "20 and the root";
+    EXPECT_EQ(recorded::readListing(reader.expandedRegistry(), "ioreg", faults).size(), 25U) << "24 and the root";
 }
 
-TEST_F(SystemReportTest, TellsOfEachDriveBeforeItIsRead)
+TEST_F(SystemReportTest, TellsBesideTheDrivesWhereItWasMadeAndWhatIsMounted)
 {
     installMachine();
-    std::string told;
-    bool isDone = false;
-    SystemReport::generate([&](const std::optional<Data>&) { isDone = true; },
-                           [&](const Drive& drive, std::size_t number, std::size_t count) {
-                               told +=
-                                   *drive.bsdName() + " " + std::to_string(number) + "/" + std::to_string(count) + ", ";
-                           });
-    EXPECT_EQ(told, "disk0 0/5, disk1 1/5, disk2 2/5, disk3 3/5, disk4 4/5, ");
-    pumpUntil([&] { return isDone; });
+    const std::time_t before = std::time(nullptr);
+    const ReportReader reader(report().value());
+    std::tm created{};
+    const char* const end = strptime(reader.origin().created.value().c_str(), "%Y-%m-%dT%H:%M:%SZ", &created);
+    EXPECT_EQ(end && *end == 0, true) << *reader.origin().created;
+    EXPECT_THAT(timegm(&created), testing::AllOf(testing::Ge(before), testing::Le(std::time(nullptr))));
+    EXPECT_EQ(reader.origin().system, "Linux");
+    EXPECT_EQ(reader.origin().tool, reader.version());
+    EXPECT_THAT(reader.origin().table.value(), HasSubstr("drivedb.h "));
+    EXPECT_FALSE(reader.origin().kernel.value().empty() || reader.origin().architecture.value().empty());
+
+    EXPECT_THAT(reader.volumes(),
+                ElementsAre(ReportVolume{.disk = "disk3",
+                                         .mountable = false,
+                                         .mountPoints = {"/", "/Volumes/HD"},
+                                         .size = 900,
+                                         .free = 70,
+                                         .writable = false},
+                            ReportVolume{.disk = "disk2", .kind = "msdos", .name = "STICK", .mountable = true}))
+        << "no volume without its disk";
+}
+
+TEST_F(SystemReportTest, TellsWhatCouldNotBeReadAndWhatDrivesSayBesideTheirHealth)
+{
+    installMachine();
+    const ReportReader reader(report().value());
+    const auto failure = [&](std::size_t drive) { return reader.drives()[drive].failure; };
+    EXPECT_EQ(failure(4), (ReportedFailure{true, false, "Unable to get data tresholds."}));
+    EXPECT_EQ(failure(5), (ReportedFailure{false, false, "Unable to create S.M.A.R.T plugin interface."}));
+    EXPECT_EQ(failure(2), std::nullopt) << "it has no SMART";
+    EXPECT_EQ(failure(0), std::nullopt);
+    EXPECT_EQ(reader.listingFailure(), "");
+
+    const ReportDrive& sata = reader.drives()[0];
+    EXPECT_EQ(sata.identify, Data(512, 3));
+    EXPECT_EQ(sata.failing, true);
+    EXPECT_FALSE(sata.errorLog);
+    const ReportDrive& nvme = reader.drives()[1];
+    EXPECT_EQ(nvme.identify, test::readTestData("nvme/identify.bin"));
+    EXPECT_EQ(nvme.errorLog, Data(64, 7)) << "as many entries as the controller keeps";
+    EXPECT_EQ(nvme.failing, std::nullopt);
+}
+
+TEST_F(SystemReportTest, TakesTheReadingsOfItsHost)
+{
+    test::DiskTree tree;
+    tree.media(tree.driver("AppleAHCI", "One", {}, {{"SMART Capable", true}}), "disk0", "One");
+    tree.media(tree.driver("AppleAHCI", "Two", {}, {}), "disk1", "Two");
+    const auto three = tree.driver("AppleAHCI", "Three", {}, {{"SMART Capable", true}});
+    tree.media(three, "disk2", "Three");
+    load(std::move(tree)).obstacles[three - 1] = {system::kIOReturnNotReady, "It sleeps.", ""};
+    std::optional<Data> bytes;
+    SystemReportOptions options;
+    options.read = [](const Drive& drive) {
+        if (drive.bsdName() == "disk2")
+            throw SmartOpenError("not told");
+        ATASmartObject result;
+        result.rawData = Data(512, 9);
+        return DriveReading{result, Data(4, 4), false};
+    };
+    SystemReport::generate([&](std::optional<Data> report) { bytes = std::move(report); }, options);
+    pumpUntil([&] { return bytes.has_value(); });
+    const ReportReader reader(bytes.value());
+    EXPECT_EQ(reader.drives()[0].smartData, Data(512, 9));
+    EXPECT_EQ(reader.drives()[0].identify, Data(4, 4));
+    EXPECT_EQ(reader.drives()[0].failing, false);
+    EXPECT_FALSE(reader.drives()[1].smartData) << "no SMART, not read";
+    EXPECT_EQ(reader.drives()[2].failure, (ReportedFailure{false, true, "It sleeps."}));
+}
+
+TEST_F(SystemReportTest, AListingThatTakesTooLongIsLeftOutAndTold)
+{
+    test::TestMachine::install();
+    settle();
+    system::provideTool(system::registryToolPath, [](const std::vector<std::string>&, ToolOutput& output) {
+        while (output.write({}))
+            std::this_thread::yield();
+    });
+    std::optional<Data> bytes;
+    std::string fault;
+    SystemReportOptions options;
+    options.onFault = [&](const std::string& why) { fault = why; };
+    options.listingTime = std::chrono::milliseconds(50);
+    SystemReport::generate([&](std::optional<Data> report) { bytes = std::move(report); }, options);
+    pumpUntil([&] { return bytes.has_value(); });
+    EXPECT_EQ(fault, "the listing of the registry took longer than 0 s");
+    EXPECT_EQ(ReportReader(bytes.value()).listingFailure(), fault);
+    EXPECT_EQ(ReportReader(*bytes).expandedRegistry(), Data());
 }
 
 TEST_F(SystemReportTest, OverlappingCallsAllComplete)
@@ -219,6 +308,13 @@ TEST_F(SystemReportTest, AnEmptyListingIsAnEmptyGzipStreamAndAMissingToolNoRepor
 
     system::provideTool(system::registryToolPath, nullptr);
     EXPECT_EQ(report(), std::nullopt);
+    std::string fault;
+    bool isDone = false;
+    SystemReportOptions options;
+    options.onFault = [&](const std::string& why) { fault = why; };
+    SystemReport::generate([&](const std::optional<Data>&) { isDone = true; }, options);
+    pumpUntil([&] { return isDone; });
+    EXPECT_EQ(fault, "/usr/sbin/ioreg: No such file or directory");
 }
 
 std::size_t count(const char* folder)
@@ -237,14 +333,15 @@ TEST_F(SystemReportTest, AToolThatFloodsIsStoppedAndLeavesNothingBehind)
         }
     });
     using std::chrono::milliseconds;
-    EXPECT_EQ(report::registryDump({milliseconds(200)}), Data()) << "too long";
-    EXPECT_EQ(report::registryDump({milliseconds(10'000), 20'000}), Data()) << "too much";
+    const auto dump = [](const system::FileHandle::Bounds& bounds) { return report::registryDump(bounds).fault; };
+    EXPECT_EQ(dump({milliseconds(200)}), "the listing of the registry took longer than 0 s");
+    EXPECT_EQ(dump({milliseconds(10'000), 20'000}), "the listing of the registry is larger than 20000 bytes");
 
     system::provideTool(system::registryToolPath, [](const std::vector<std::string>&, ToolOutput& output) {
         while (output.write({})) // neither ends nor writes
             std::this_thread::yield();
     });
-    EXPECT_EQ(report::registryDump({milliseconds(200)}), Data()) << "blocked";
+    EXPECT_NE(dump({milliseconds(200)}), "") << "blocked";
     EXPECT_EQ(count("/proc/self/fd"), descriptors);
     EXPECT_EQ(count("/proc/self/task"), threads);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left";

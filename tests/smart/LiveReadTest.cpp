@@ -16,6 +16,7 @@
 #include <barrier>
 #include <map>
 #include <thread>
+#include <tuple>
 
 namespace vantorel {
 namespace {
@@ -120,6 +121,61 @@ TEST_F(LiveReads, OfAnAtaDriveGiveWhatTheSavedSectorsDo)
     EXPECT_EQ(SmartController::shared().getATASmartData(*drive).rawData, data);
 }
 
+TEST_F(LiveReads, SendAnAtaDriveTheseCommandsAndNoOthers)
+{
+    loadBoth();
+    using Sent = std::tuple<int, int, int, std::uint32_t, std::size_t>; // command, feature, count, address, bytes
+    std::vector<Sent> commands;
+    machine->ataDrives[ataDevice] = [&](const AtaCommand& c) {
+        commands.emplace_back(c.command, c.feature, c.count, c.lba, c.read.size());
+        return answer(c);
+    };
+    static_cast<void>(SmartController::shared().getATASmartData(*tracked<Drive>("disk0")));
+    EXPECT_EQ(commands, (std::vector<Sent>{{0xB0, 0xD8, 0, 0xC24F00, 0},      // SMART on
+                                           {0xB0, 0xD2, 0xF1, 0xC24F00, 0},   // autosave on
+                                           {0xB0, 0xD0, 1, 0xC24F00, 512},    // read data
+                                           {0xB0, 0xD1, 1, 0xC24F01, 512}})); // read thresholds
+
+    thresholds[3] = static_cast<std::uint8_t>(thresholds[3] + 1);
+    EXPECT_EQ(ataFailure(*tracked<Drive>("disk0")), "Unable to validate S.M.A.R.T data tresholds.");
+}
+
+TEST_F(LiveReads, TakeTheIdentityOfAnAtaDriveFromItsObject)
+{
+    const std::pair<PropertyTable, ATADeviceInfo> rows[] = {
+        {{{"Product Name", " MODEL 1 "}, {"Serial Number", "SER 2"}, {"Product Revision Level", "REV 3"}},
+         {"MODEL 1", "SER 2", "REV 3"}},
+        {{{"Product Name", ""}}, {"", "", ""}},
+        {{{"Product Name", 1}, {"Serial Number", 2}, {"Product Revision Level", 3}}, {"Unknown", "", ""}},
+    };
+    for (const auto& [characteristics, identity] : rows) {
+        test::DiskTree tree;
+        const auto driver = tree.driver("AppleAHCI", "", characteristics, {{"SMART Capable", true}});
+        tree.media(driver, "disk0", "ATA Media");
+        machine = &load(std::move(tree));
+        machine->ataDrives[driver - 1] = [this](const AtaCommand& command) { return answer(command); };
+        const auto drive = tracked<Drive>("disk0");
+        EXPECT_EQ(SmartController::shared().getATASmartData(*drive).deviceInfo, identity);
+    }
+}
+
+TEST_F(LiveReads, OfAnNvmeDriveAskForNoFurtherLogPageAfterOneThatRanIntoItsTime)
+{
+    loadBoth();
+    const auto drive = tracked<Drive>("disk1");
+    for (const auto& [status, pages] : {std::pair{kIOReturnSuccess, 5}, {kIOReturnIOError, 5}, {kIOReturnTimeout, 3}}) {
+        int asked = 0;
+        machine->nvmeDrives[nvmeDevice] = [&, status = status](const NvmeCommand& command) {
+            NvmeResult result = answer(command);
+            if (command.opcode == 2 && ++asked > 2)
+                result.status = status;
+            return result;
+        };
+        EXPECT_EQ(nvmeFailure(*drive), "");
+        EXPECT_EQ(asked, pages) << "pages, the health log among them";
+    }
+}
+
 TEST_F(LiveReads, OfAnNvmeDriveTellItsIdentityAndKeepTheLog)
 {
     loadBoth();
@@ -176,6 +232,21 @@ TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
     EXPECT_EQ(failure(ReadableDrive::of(*ataDrive)), "Unable to find S.M.A.R.T service.");
     machine->nvmeDrives[nvmeDevice] = [](const NvmeCommand&) { return NvmeResult{kIOReturnIOError, 0, 0}; };
     EXPECT_EQ(failure(nvme), "Unable to read S.M.A.R.T data.");
+}
+
+TEST_F(LiveReads, ByAValueGoTheWayThatAUsbBridgeCarries)
+{
+    for (const bool isNvme : {false, true}) {
+        test::DiskTree tree;
+        const auto bridge =
+            tree.driver("AppleUSBXHCI", "Bridge", {}, {{isNvme ? "NVMe SMART Capable" : "SMART Capable", true}}, "USB");
+        tree.media(bridge, "disk0", "Bridge Media");
+        load(std::move(tree));
+        const auto readable = ReadableDrive::of(*tracked<Drive>("disk0"));
+        EXPECT_EQ(readable.isNvme, isNvme);
+        EXPECT_EQ(readable.isSSD, isNvme);
+        EXPECT_EQ(readable.service, bridge - 1);
+    }
 }
 
 TEST_F(LiveReads, FindTheNearestEntryThatDeclaresItselfCapable)
@@ -384,6 +455,28 @@ TEST_F(LiveReads, OfTheErrorLogGiveTheErrorsNewestFirst)
     EXPECT_EQ(asked, 256U);
     EXPECT_EQ(errors, (std::vector<NVMeSmartError>{{9, 2, 0x1234, 0x2002}, {8, 2, 0x1234, 6}, {7, 2, 0x1234, 0x4004}}));
     expectNothingLeft();
+}
+
+TEST_F(LiveReads, OfTheErrorLogAskForNoMoreThanOneCommandMayMove)
+{
+    loadBoth();
+    struct Row {
+        std::uint8_t lastEntry, transfer; ///< ELPE, and MDTS: 2^n pages of 4 KiB, 0 for no limit
+        std::size_t entries;
+    };
+    const Row rows[] = {{0, 0, 1},     {255, 0, 256}, {63, 1, 64},   {127, 1, 128}, {128, 1, 128},
+                        {255, 1, 128}, {255, 2, 256}, {255, 8, 256}, {255, 9, 256}, {255, 255, 256}};
+    for (const auto& [lastEntry, transfer, entries] : rows) {
+        identify[262] = lastEntry;
+        identify[77] = transfer;
+        std::size_t asked = 0;
+        machine->nvmeDrives[nvmeDevice] = [&](const NvmeCommand& command) {
+            asked = command.read.size();
+            return answer(command);
+        };
+        EXPECT_TRUE(SmartController::shared().getNvmeErrorLog(*tracked<Drive>("disk1")).empty());
+        EXPECT_EQ(asked, entries * 64) << int{lastEntry} << ' ' << int{transfer};
+    }
 }
 
 TEST_F(LiveReads, OfTwoDrivesRunSideBySide)

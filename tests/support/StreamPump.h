@@ -56,9 +56,10 @@ inline std::optional<Data> pumpInPlace(system::compression_stream_operation oper
     const Data source(input.begin(), input.end());
     stream.src_ptr = source.data();
     stream.src_size = source.size();
+    const std::size_t ahead = operation == system::COMPRESSION_STREAM_DECODE ? system::COMPRESSION_STREAM_AHEAD : 0;
     Data result;
     for (std::size_t size = 0;;) {
-        Data moved(size + destinationSize + system::COMPRESSION_STREAM_AHEAD);
+        Data moved(size + destinationSize + ahead);
         std::copy(result.begin(), result.end(), moved.begin());
         result.swap(moved);
         stream.dst_ptr = result.data() + size;

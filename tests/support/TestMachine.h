@@ -49,6 +49,7 @@ public:
     std::map<std::uint64_t, std::function<system::NvmeResult(const system::NvmeCommand&)>> nvmeDrives;
     system::IOReturn openStatus = system::kIOReturnSuccess; ///< of every channel
     std::function<void()> whenOpened;                       ///< called by each opening of a channel
+    std::map<std::uint64_t, system::DriveObstacle> obstacles; ///< by entry
     std::atomic<int> openChannels = 0;
 
     void start(system::MachineEvents& events) override
@@ -80,6 +81,11 @@ public:
     system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override
     {
         return open<system::NvmeChannel, system::NvmeCommand, system::NvmeResult>(nvmeDrives, entry);
+    }
+    std::optional<system::DriveObstacle> whyNotOpened(std::uint64_t entry) override
+    {
+        const auto found = obstacles.find(entry);
+        return found == obstacles.end() ? std::nullopt : std::optional(found->second);
     }
 
 private:

@@ -17,7 +17,7 @@ enum class CompressionAlgorithm : std::uint16_t {
     lz4 = 0x100,   ///< LZ4 blocks in a frame: fastest
     zlib = 0x205,  ///< raw deflate (RFC 1951) without header and checksum
     lzma = 0x306,  ///< an .xz stream: smallest, slowest, and the only one with a checksum
-    lzfse = 0x801, ///< the size of deflate at several times its speed; see docs/formats/lzfse.md
+    lzfse = 0x801, ///< the size and speed of deflate, and expands faster; see docs/formats/lzfse.md
 };
 
 /// What `compress` and `decompress` throw. Two errors of the same case are equal.
@@ -45,11 +45,12 @@ private:
 /// Bytes of the output block where no other size is asked for.
 inline constexpr std::ptrdiff_t defaultCompressionBufferSize = 4096;
 
-/// The compressed form of `data`. The result grows by output blocks of `bufferSize` bytes, which have no influence on
-/// what comes out. Memory beside input and result is the algorithm's own (docs/performance.md), one block, and up to
-/// 128 KiB to work ahead of it. The result is always present; its capacity is at most about twice its size. Throws
-/// `CompressionError`; nothing partial comes back. Runs on the caller's thread and shares nothing with other calls. A
-/// `bufferSize` of 0 or less is an `initError`.
+/// The compressed form of `data`. The result grows by output blocks of `bufferSize` bytes, of which no more than 64 KiB
+/// are set aside and which have no influence on what comes out. Memory beside input and result is the algorithm's own
+/// (docs/performance.md), one block, and up to 128 KiB to work ahead of it; deflate holds the result twice for a
+/// moment. The result is always present; its capacity is at most about twice its size. Throws `CompressionError`;
+/// nothing partial comes back. Runs on the caller's thread and shares nothing with other calls. A `bufferSize` of 0 or
+/// less is an `initError`.
 [[nodiscard]] std::optional<Data> compress(DataView data, CompressionAlgorithm algorithm = CompressionAlgorithm::lzfse,
                                            std::ptrdiff_t bufferSize = defaultCompressionBufferSize);
 

@@ -57,14 +57,15 @@ struct compression_stream {
                                                          compression_stream_operation operation,
                                                          compression_algorithm algorithm) noexcept;
 
-/// Bytes behind a destination that a stream in place may write.
+/// Bytes behind a destination that a decoder in place may write.
 inline constexpr std::size_t COMPRESSION_STREAM_AHEAD = 65536 + 64;
 
 /// Declares of a stream just set up that the bytes on both sides of it stay, so that it need not keep copies of them:
 ///
 /// - the sources of all calls follow one another in memory, and are neither moved nor changed before the last call;
 /// - so do the destinations, unchanged as well, but between two calls all of them may move together;
-/// - behind each destination lie `COMPRESSION_STREAM_AHEAD` bytes more, which the stream may write, and which move too.
+/// - behind each destination of a decoder lie `COMPRESSION_STREAM_AHEAD` bytes more, which it may write, and which move
+///   too.
 ///
 /// What a stream puts out is the same either way. `COMPRESSION_STATUS_ERROR` when the stream is not set up or was
 /// called already.

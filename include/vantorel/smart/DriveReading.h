@@ -17,6 +17,8 @@ namespace vantorel {
 struct ReadableDrive {
     /// Id of the nearest registry entry above the drive's own that declares itself SMART capable; 0 when there is none.
     std::uint64_t service = 0;
+    /// What kind of commands that entry takes. A drive on USB may be either: where none is capable in the way of the
+    /// drive's interface, one that is in the other way counts.
     bool isNvme = false;
     bool isSSD = false;
     ATADeviceInfo identity; ///< as the registry knows it; "Unknown" for a model that it does not know

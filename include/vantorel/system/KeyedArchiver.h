@@ -25,6 +25,10 @@ inline constexpr int deepestArchivedValue = 256;
 /// The format: docs/formats/keyed-archive.md.
 [[nodiscard]] Data archivedDataWithRootObject(const PropertyValue& rootObject);
 
+/// Whether the bytes are a property list with the marks of a keyed archive, wherever they stand in it. Such bytes need
+/// not be an archive that can be read. Any thread.
+[[nodiscard]] bool isKeyedArchive(DataView bytes);
+
 /// Reads a keyed archive in its binary or XML form, written by any archiver: the value of its root object.
 ///
 /// Mutable variants and subclasses are read as the class they derive from. Of the classes that have no kind of value of

@@ -90,7 +90,7 @@ private:
     /// The buckets for so much text: as many as there are places in it to 8, within what is of use.
     static unsigned hashBitsFor(std::uint32_t textSize)
     {
-        return static_cast<unsigned>(std::clamp<int>(std::bit_width(textSize) - 3, 10, 14));
+        return static_cast<unsigned>(std::clamp(static_cast<int>(std::bit_width(textSize)) - 3, 10, 14));
     }
 
     /// Four numbers that the processor works on at once; g++ and clang++ make do where it cannot.
@@ -118,7 +118,10 @@ private:
         const auto pairs = std::bit_cast<std::array<std::uint64_t, 2>>(truths);
         if ((pairs[0] | pairs[1]) == 0)
             return 0;
-        return static_cast<unsigned>((pairs[0] & 1) | (pairs[0] >> 32 & 2) | (pairs[1] & 4) | (pairs[1] >> 32 & 8));
+        constexpr unsigned even = std::endian::native == std::endian::little ? 0 : 32; // where they lie in a pair
+        constexpr unsigned odd = 32 - even;
+        return static_cast<unsigned>((pairs[0] >> even & 1) | (pairs[0] >> odd & 2) | (pairs[1] >> even & 4) |
+                                     (pairs[1] >> odd & 8));
     }
 
     Bucket& bucketOf(std::uint32_t word) { return buckets_[word * 2654435761U >> hashShift_]; }

@@ -77,30 +77,16 @@ constexpr auto runPrices = [] {
 /// A match this long is taken as it is.
 constexpr std::uint32_t longMatch = 20;
 
-/// The bytes of opcodes for shorter matches: at the distance before, at a short one, at a longer one; by the literals
-/// in the opcode of the match; by length.
-using MatchPrices = std::array<std::array<std::array<std::uint8_t, longMatch>, 4>, 3>;
-
+/// The bytes of opcodes for a match behind up to 3 literals.
 constexpr std::uint32_t priceOf(std::uint32_t literals, std::uint32_t length, bool sameDistance, std::uint32_t distance)
 {
     const Form form = formOf(literals, length, sameDistance, distance);
     return form.size + (length > form.most ? sizeOfRest(length - form.most) : 0);
 }
 
-constexpr MatchPrices matchPrices = [] {
-    MatchPrices prices{};
-    for (std::uint32_t literals = 0; literals < 4; ++literals)
-        for (std::uint32_t length = 0; length < longMatch; ++length) {
-            prices[0][literals][length] = static_cast<std::uint8_t>(priceOf(literals, length, true, 0));
-            prices[1][literals][length] = static_cast<std::uint8_t>(priceOf(literals, length, false, 0));
-            prices[2][literals][length] = static_cast<std::uint8_t>(priceOf(literals, length, false, shortDistances));
-        }
-    return prices;
-}();
-
-/// Finds the opcodes of the fewest bytes: for each place, from the first to the last, the cheapest way there, going on
-/// from it with a literal and with the matches that begin there. One way a place is kept, although what it costs to go
-/// on depends on the literals and the distance before; so it may be a byte or two from the best.
+/// Finds opcodes of few bytes: for each place, from the first to the last, the cheapest way there, going on from it
+/// with a literal and with the matches that begin there, each as long as it can be. One way a place is kept, although
+/// what it costs to go on depends on the literals and the distance before; so it may be a few bytes from the best.
 class Parser {
 public:
     explicit Parser(DataView plain)
@@ -128,15 +114,16 @@ public:
 
 private:
     /// The cheapest way to a place, in four fields of 16 bits so that the lower of two is the better: from the highest,
-    /// the bytes so far; the literals since the last match; the length of the match, if it ends here, and its distance.
+    /// the bytes so far; the literals since the last match; what the match, if it ends here, is shorter than 65535; and
+    /// its distance.
     using Way = std::uint64_t;
     static constexpr Way way(std::uint32_t cost, std::uint32_t literals, std::uint32_t length, std::uint32_t distance)
     {
-        return Way{cost} << 48 | Way{literals} << 32 | length << 16 | distance;
+        return Way{cost} << 48 | Way{literals} << 32 | (0xffff - length) << 16 | distance;
     }
     static constexpr std::uint32_t costOf(Way way) { return static_cast<std::uint32_t>(way >> 48); }
     static constexpr std::uint32_t literalsOf(Way way) { return way >> 32 & 0xffff; }
-    static constexpr std::uint32_t lengthOf(Way way) { return way >> 16 & 0xffff; }
+    static constexpr std::uint32_t lengthOf(Way way) { return ~way >> 16 & 0xffff; }
     static constexpr std::uint32_t distanceOf(Way way) { return way & 0xffff; }
 
     /// The most earlier places looked at.
@@ -161,7 +148,7 @@ private:
             const std::uint32_t length = MatchFinder::agreement(here, here - distance, most);
             if (length <= longest)
                 return;
-            goOnWithMatch(place, distance, longest, length);
+            goOnWithMatch(place, distance, length);
             longest = length;
         };
         if (const std::uint32_t again = distanceOf(ways_[place]); again != 0)
@@ -180,21 +167,12 @@ private:
         return longest;
     }
 
-    /// Tries a match with the lengths above `shorter`, which a nearer or cheaper one has; of a long one just its own.
-    void goOnWithMatch(std::uint32_t place, std::uint32_t distance, std::uint32_t shorter, std::uint32_t longest)
+    void goOnWithMatch(std::uint32_t place, std::uint32_t distance, std::uint32_t length)
     {
         const Way here = ways_[place];
         const std::uint32_t literals = runPrices[literalsOf(here)].left;
-        const bool sameDistance = distance == distanceOf(here);
-        const auto lead = [&](std::uint32_t length, std::uint32_t price) {
-            Way& there = ways_[place + length];
-            there = std::min(there, way(costOf(here) + price, 0, length, distance));
-        };
-        if (longest >= longMatch)
-            return lead(longest, priceOf(literals, longest, sameDistance, distance));
-        const auto& prices = matchPrices[sameDistance ? 0 : distance < shortDistances ? 1 : 2][literals];
-        for (std::uint32_t length = shorter + 1; length <= longest; ++length)
-            lead(length, prices[length]);
+        const std::uint32_t price = priceOf(literals, length, distance == distanceOf(here), distance);
+        ways_[place + length] = std::min(ways_[place + length], way(costOf(here) + price, 0, length, distance));
     }
 
     /// Enters a place, behind which 4 bytes are left, and gives the last one before it, plus 1, with the same hash of 3

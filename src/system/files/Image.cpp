@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/Image.h"
 
+#include "vantorel/system/WholeFile.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <fstream>
+#include <cstdint>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 namespace vantorel::system {
 
@@ -20,17 +24,17 @@ constexpr std::array signatures = {"icns"sv, "\x89PNG\r\n\x1a\n"sv, "MM\0*"sv, "
 
 Image Image::contentsOfFile(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file.tellg();
-    if (!file || size <= 0 || static_cast<std::size_t>(size) > largestImage)
+    Data bytes;
+    try {
+        bytes = readWholeFile(path, largestImage);
+    } catch (const FileError&) {
         return {};
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    file.seekg(0);
-    if (!file.read(bytes.data(), size))
-        return {};
-    const bool known = std::any_of(signatures.begin(), signatures.end(),
-                                   [&bytes](std::string_view signature) { return bytes.starts_with(signature); });
-    return known ? Image(Data(bytes.begin(), bytes.end())) : Image();
+    }
+    const bool known = std::ranges::any_of(signatures, [&bytes](std::string_view signature) {
+        return bytes.size() >= signature.size() &&
+               std::equal(signature.begin(), signature.end(), bytes.begin(), std::equal_to<std::uint8_t>());
+    });
+    return known ? Image(std::move(bytes)) : Image();
 }
 
 } // namespace vantorel::system

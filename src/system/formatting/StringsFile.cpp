@@ -3,19 +3,19 @@
 #include "vantorel/base/Unicode.h"
 #include "vantorel/system/Localization.h"
 #include "vantorel/system/PropertyList.h"
+#include "vantorel/system/WholeFile.h"
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 #include <charconv>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <cstddef>
 #include <system_error>
 
 namespace vantorel::system {
 
 namespace {
+
+constexpr std::size_t largestFile = 64U << 20U;
 
 std::string_view textView(DataView bytes)
 {
@@ -210,17 +210,10 @@ Translations parseTranslations(DataView contents)
 
 void loadTranslations(const std::string& path)
 {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored))
-        throw TranslationError(path + ": " + std::generic_category().message(EISDIR));
-    const std::ifstream file(path, std::ios::binary);
-    std::ostringstream contents;
-    contents << file.rdbuf();
-    if (!file.is_open() || contents.bad())
-        throw TranslationError(path + ": " + std::generic_category().message(errno));
     try {
-        const std::string_view text = contents.view();
-        setTranslations(parseTranslations(Data(text.begin(), text.end())));
+        setTranslations(parseTranslations(readWholeFile(path, largestFile)));
+    } catch (const FileError& error) {
+        throw TranslationError(path + ": " + error.what());
     } catch (const TranslationError& error) {
         throw TranslationError(path + ": " + error.what());
     }

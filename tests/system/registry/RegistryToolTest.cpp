@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/RegistryTool.h"
 
+#include "machines/recorded/Loading.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
 #include "support/DiskTree.h"

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "machines/linux/LinuxMachine.h"
+
+#include "LiveFixture.h"
+#include "SampleComputer.h"
+#include "machines/linux/NameUuid.h"
+#include "vantorel/disks/CoreStorage.h"
+#include "vantorel/disks/DiskImage.h"
+#include "vantorel/system/IORegistry.h"
+#include "vantorel/system/Installation.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <thread>
+
+namespace vantorel {
+
+namespace {
+
+using machines::LinuxMachine;
+using machines::LinuxOptions;
+using test::sataPort;
+using testing::ElementsAre;
+
+/// The library on a computer whose kernel files the test writes.
+class LinuxMachineTest : public test::LiveFixture {
+protected:
+    void look()
+    {
+        system::install(std::make_unique<LinuxMachine>(options()));
+        settle();
+    }
+
+    [[nodiscard]] LinuxOptions options() const
+    {
+        return {.sysfs = sysfs.sysfs(),
+                .etc = sysfs.path("etc"),
+                .mountTable = sysfs.path("mountinfo"),
+                .readsSuperblocks = false,
+                .events = machines::Udev::Source::kernel,
+                .times = {.arrayPolling = std::chrono::milliseconds(5)}};
+    }
+
+    test::FakeSysfs sysfs;
+};
+
+std::string flag(std::optional<bool> value)
+{
+    return value ? (*value ? "yes" : "no") : "-";
+}
+
+TEST_F(LinuxMachineTest, DrivesOfEveryRoadSayWhoTheyAre)
+{
+    addHardDisk(sysfs);
+    addOtherDrives(sysfs);
+    look();
+
+    std::vector<std::string> drives;
+    for (const auto& drive : Vantorel::shared().drives()) {
+        drives.push_back(*drive->bsdName() + "|" + drive->model().value_or("-") + "|" + drive->vendor().value_or("-") +
+                         "|" + drive->revision().value_or("-") + "|" + drive->serial().value_or("-") + "|" +
+                         std::string(rawValue(drive->driveKind())) + "|" + std::string(rawValue(drive->interface())) +
+                         "|" + std::string(rawValue(drive->deviceProtocol())) + "|" + flag(drive->isInternal()) + "|" +
+                         flag(drive->isTrimEnabled()) + "|" + std::to_string(*drive->size()));
+    }
+    EXPECT_THAT(
+        drives,
+        ElementsAre("sda|WDC WD2003FYYS-02W0B1|Unknown|01.01D01|WD-WMAY00000017|hdd|ahci|sata|yes|no|2000398934016",
+                    // What a bridge tells by the kernel's flag is no knowledge of the drive behind it.
+                    "sdb|Cruzer Glide|SanDisk|1.27|DD5641988396B|unknown|usb 3|usb|no|no|30752000000",
+                    "sdc|ST600MM0006|SEAGATE|LS0A|S0M2T7XX|hdd|unknown|unknown|yes|no|600127266816",
+                    "vda|-|Unknown|-|VTVIRT0006|unknown|unknown|unknown|yes|no|33554432",
+                    "nvme0n1|Samsung SSD 970 EVO Plus 250GB|Samsung|2B2QEXM7|S4EUNX0N123456|ssd|nvme|pcie|yes|yes|"
+                    "250059350016",
+                    "mmcblk0|SC16G|Unknown|-|0x2b8d9d4e|ssd|unknown|sd|no|no|15931539456"));
+}
+
+TEST_F(LinuxMachineTest, PartitionsAndTheirVolumes)
+{
+    addHardDisk(sysfs);
+    sysfs.write("mountinfo", "27 1 8:2 / / rw - ext4 /dev/sda2 rw\n"
+                             "28 27 8:2 /var/lib /elsewhere rw - ext4 /dev/sda2 rw\n" // a folder, bound
+                             "29 27 0:21 / /proc rw - proc proc rw\n"
+                             "30 27 0:40 /docker /var/lib/docker/1 rw - overlay overlay rw\n");
+    look();
+
+    EXPECT_EQ(names(Vantorel::shared().disks()), "sda sda1 sda2");
+    const auto efi = tracked<Volume>("sda1");
+    EXPECT_EQ(efi->mediaName(), "EFI System Partition");
+    EXPECT_EQ(efi->content(), "C12A7328-F81F-11D2-BA4B-00A0C93EC93B");
+    EXPECT_EQ(efi->mediaUuid(), base::Uuid::parse("0F8A32DA-865C-43D8-A285-B099BA83CBBA"));
+    EXPECT_EQ(efi->size(), 536870912);
+    EXPECT_EQ(efi->volumeUuid(), std::nullopt); // FAT has a number only
+    EXPECT_FALSE(efi->isMounted());
+    EXPECT_EQ(efi->isMountable(), true);
+
+    const auto root = tracked<Volume>("sda2");
+    EXPECT_EQ(root->mediaName(), "Linux root");
+    EXPECT_EQ(root->volumeName(), "my root");
+    EXPECT_EQ(root->volumeUuid(), base::Uuid::parse("892B4846-B035-4811-9C99-0298D22C35AB"));
+    EXPECT_TRUE(root->isBootVolume());
+    EXPECT_GT(root->freeSpace(), 0);
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("sda"))), "sda1 sda2");
+    EXPECT_TRUE(tracked<Drive>("sda")->isBootDrive());
+    EXPECT_THAT(*system::machine()->mountPoints(), ElementsAre("/"));
+}
+
+TEST_F(LinuxMachineTest, CountersAreThoseOfTheMomentOfAsking)
+{
+    addHardDisk(sysfs);
+    look();
+    const auto drive = tracked<Drive>("sda");
+    const auto first = drive->statistics();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->readOperations, 3);
+    EXPECT_EQ(first->readBytes, 24 * 512);
+    EXPECT_EQ(first->readTotalTime, 5e6);
+    EXPECT_EQ(first->writeOperations, 6);
+    EXPECT_EQ(first->writeBytes, 80 * 512);
+    EXPECT_EQ(first->writeTotalTime, 9e6);
+
+    const std::string stat = "sys/devices/" + std::string(sataPort) + "/block/sda/stat";
+    sysfs.write(stat, "4 0 0 0 0 0 0 0\n");
+    EXPECT_EQ(drive->statistics()->readOperations, 4);
+    sysfs.write(stat, "4 0 0 no 0 0 0 0\n");
+    EXPECT_FALSE(drive->statistics());
+}
+
+TEST_F(LinuxMachineTest, MirrorsAreRaidSetsOnTheirMembers)
+{
+    addHardDisk(sysfs);
+    addOtherDrives(sysfs);
+    const std::string disk = "pci0000:00/0000:00:04.0/nvme/nvme0/nvme0n1";
+    sysfs.block(
+        disk + "/nvme0n1p1", 259, 1, 12, 4096,
+        "DEVTYPE=partition\nID_FS_TYPE=linux_raid_member\n"
+        "ID_FS_UUID=6d1e8f0a-1111-2222-3333-444455556666\nID_FS_UUID_SUB=aaaaaaaa-0000-0000-0000-000000000002\n",
+        {{"partition", "1\n"}, {"start", "64\n"}});
+    const auto array = [this](const char* degraded, const char* second) {
+        sysfs.block("virtual/block/md0", 9, 0, 40, 4000, "MD_DEVNAME=home\n",
+                    {{"md/level", "raid1\n"},
+                     {"md/array_state", "clean\n"},
+                     {"md/raid_disks", "2\n"},
+                     {"md/degraded", degraded},
+                     {"md/dev-sda1/slot", "0\n"},
+                     {"md/dev-sda1/state", "in_sync\n"},
+                     {"md/dev-nvme0n1p1/slot", "1\n"},
+                     {"md/dev-nvme0n1p1/state", second}});
+    };
+    array("0\n", "in_sync\n");
+    look();
+
+    const auto set = tracked<RaidStorage>("md0");
+    ASSERT_TRUE(set);
+    ASSERT_EQ(set->members().size(), 2U);
+    EXPECT_EQ(set->members()[1], base::Uuid::parse("AAAAAAAA-0000-0000-0000-000000000002"));
+    EXPECT_EQ(set->mediaUuid(), base::Uuid::parse("6D1E8F0A-1111-2222-3333-444455556666"));
+    EXPECT_EQ(set->mediaName(), "home");
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("nvme0n1"))), "md0");
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("sda"))), "sda2 md0");
+
+    // No event tells that a member has failed.
+    const auto status = [&set] {
+        system::IOHandle parent;
+        system::IORegistryEntryGetParentEntry(system::IOHandle(set->ioService()).get(), system::kIOServicePlane,
+                                              parent.receive());
+        const auto text = system::IORegistryEntryCreateCFProperty(parent.get(), "AppleRAID-SetStatus", nullptr, 0);
+        return text ? text->get<std::string>().value_or("") : "";
+    };
+    EXPECT_EQ(status(), "Online");
+    array("1\n", "faulty\n");
+    EXPECT_TRUE(settleUntil([&status] { return status() == "Degraded"; }));
+}
+
+TEST_F(LinuxMachineTest, EncryptedLvmIsOneLayerOnItsPartition)
+{
+    addHardDisk(sysfs);
+    const auto mapping = [this](int minor, const std::string& name, const std::string& uuid,
+                                std::vector<std::string> below) {
+        const std::string path = "virtual/block/dm-" + std::to_string(minor);
+        sysfs.block(path, 253, minor, 50 + minor, 1000 + minor, "", {{"dm/name", name}, {"dm/uuid", uuid}});
+        for (const std::string& lower : below)
+            sysfs.link("sys/devices/" + path + "/slaves/" + lower, "../" + lower);
+    };
+    const std::string group = "Zvt8XeAbCdEfGhIjKlMnOpQrStUvWxYz";
+    mapping(0, "vg-root", "LVM-" + group + "11111111111111111111111111111111", {"dm-2"}); // told before what it lies on
+    mapping(1, "vg-my--swap", "LVM-" + group + "22222222222222222222222222222222", {"dm-2"});
+    mapping(2, "sda2_crypt", "CRYPT-LUKS2-5fbfbd6f4a8c4d0f9a7c1e2d3c4b5a69-sda2_crypt", {"sda2"});
+    sysfs.block("virtual/block/loop3", 7, 3, 60, 131072, "", {{"loop/backing_file", "/var/lib/core_1.snap\n"}});
+    sysfs.block("virtual/block/loop4", 7, 4, 61, 0);
+    look();
+
+    EXPECT_EQ(names(Vantorel::shared().disks()), "sda sda1 sda2 loop3 dm-0 dm-1");
+    const auto root = tracked<CoreStorage>("dm-0");
+    const auto swap = tracked<CoreStorage>("dm-1");
+    const auto physical = tracked<Volume>("sda2");
+    ASSERT_TRUE(root && swap);
+    EXPECT_EQ(root->isEncrypted(), true);
+    EXPECT_EQ(root->logicalVolume(), physical);
+    EXPECT_EQ(swap->logicalVolume(), physical);
+    EXPECT_EQ(swap->mediaName(), "my-swap");
+    EXPECT_TRUE(root->csLogicalVolumeGroupUuid());
+    EXPECT_EQ(root->csLogicalVolumeGroupUuid(), swap->csLogicalVolumeGroupUuid());
+    EXPECT_NE(root->mediaUuid(), swap->mediaUuid());
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("sda"))), "dm-0 dm-1 sda1");
+    EXPECT_EQ(tracked<DiskImage>("loop3")->mediaName(), "core_1.snap Media");
+}
+
+TEST_F(LinuxMachineTest, FilesThatAreOddAreNoMoreThanMissing)
+{
+    addHardDisk(sysfs);
+    const std::string disk = "sys/devices/" + std::string(sataPort);
+    sysfs.write(disk + "/vpd_pg89", "short");
+    sysfs.write(disk + "/model", std::string(1 << 20, 'x'));
+    sysfs.write(disk + "/rev", "\xFF\xFE");
+    sysfs.write(disk + "/block/sda/queue/logical_block_size", "99999999999999999999");
+    sysfs.write(disk + "/block/sda/sda1/start", "-5");
+    sysfs.block("virtual/block/dm-0", 253, 0, 70, 9, "", {{"dm/uuid", ""}}); // on one another, as no kernel has it
+    sysfs.block("virtual/block/dm-1", 253, 1, 71, 9);
+    sysfs.link("sys/devices/virtual/block/dm-0/slaves/dm-1", "x");
+    sysfs.link("sys/devices/virtual/block/dm-1/slaves/dm-0", "x");
+    sysfs.block("virtual/block/md5", 9, 5, 72, 9, "",
+                {{"md/raid_disks", "18446744073709551615"}, {"md/dev-gone/slot", "0"}});
+    sysfs.write("sys/devices/virtual/block/vdx/size", "100"); // on its way out: without numbers
+    sysfs.link("sys/class/block/vdx", "../../devices/virtual/block/vdx");
+    sysfs.link("sys/class/block/gone", "../../devices/virtual/block/gone");
+    sysfs.write("sys/class/block/file", "");
+    sysfs.block("virtual/block/vdh", 254, 9, 73, 100, "", {{"hidden", "1"}});
+    sysfs.block("virtual/block/vdz", 254, 10, 74, 100, "", {{"size", "99999999999999999"}});
+    look();
+
+    EXPECT_EQ(names(Vantorel::shared().disks()), "sda sda1 sda2");
+    const auto drive = tracked<Drive>("sda");
+    EXPECT_EQ(drive->model()->size(), 4096U);
+    EXPECT_EQ(drive->revision(), "\xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_EQ(drive->blockSize(), 512);
+}
+
+TEST_F(LinuxMachineTest, NothingToSeeIsAComputerWithoutDisks)
+{
+    system::install(
+        std::make_unique<LinuxMachine>(LinuxOptions{.sysfs = "/none", .etc = "/none", .mountTable = "/none"}));
+    settle();
+    EXPECT_TRUE(Vantorel::shared().disks().empty());
+    EXPECT_EQ(system::machine()->mountPoints(), std::nullopt);
+    EXPECT_EQ(system::machine()->openAta(0x100000001).status, system::kIOReturnNoDevice);
+}
+
+TEST_F(LinuxMachineTest, TheComputerIsKnownByItsBoardOrByItsSystem)
+{
+    sysfs.write("etc/machine-id", "3d1219c7c4c5404aaa1f6d2a48adfda4\n");
+    const machines::ScanSources sources{.sysfs = sysfs.sysfs(), .etc = sysfs.path("etc")};
+    // Not the id itself, which is meant to stay on the computer.
+    EXPECT_EQ(machines::scanPlatform(sources).uuid,
+              machines::nameUuid("machine-id:3d1219c7c4c5404aaa1f6d2a48adfda4").text());
+    sysfs.write("sys/class/dmi/id/product_uuid", "4c4c4544-0038-3510-8052-b4c04f4e3732\n");
+    EXPECT_EQ(machines::scanPlatform(sources).uuid, "4C4C4544-0038-3510-8052-B4C04F4E3732");
+}
+
+} // namespace
+
+} // namespace vantorel
