@@ -4,12 +4,11 @@
 #include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Status.h"
+#include "host/views/JsonDocument.h"
 #include "vantorel/ata/DriveTables.h"
-#include "vantorel/base/Text.h"
 #include "vantorel/smart/Version.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cerrno>
@@ -52,6 +51,7 @@ int run(int argc, char** argv)
     host::addWatch(app, status);
     host::addStats(app, status);
     host::addReport(app, status);
+    host::addRecord(app, status);
     host::addShow(app, status);
     host::addDiff(app, status);
     host::addMachineCheck(app, status);
@@ -98,7 +98,7 @@ int main(int argc, char** argv)
         std::fflush(stdout);
         host::tell("vantorel: " + failure);
         if (wantsJson(argc, argv))
-            std::puts(nlohmann::json{{"error", base::toUtf8(failure)}}.dump().c_str());
+            std::fputs(host::jsonLine({{"format", host::documentFormat}, {"error", failure}}).c_str(), stdout);
     }
     if (std::fflush(stdout) != 0) {
         host::complain("standard output", host::reason(errno));

@@ -2,283 +2,243 @@
 #include "ReportDiff.h"
 
 #include "host/console/Status.h"
-#include "vantorel/ata/AttributeFormat.h"
-#include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
-#include "vantorel/layouts/AtaSmart.h"
-#include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NvmeFormat.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
-#include <optional>
-#include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace vantorel::host {
 
 namespace {
 
-enum class Bad { never, whenItGrows, whenItShrinks };
+using health::Attribute;
+using health::Level;
+using health::Meaning;
+using health::Reason;
+using health::Verdict;
 
 /// One value of one drive, in the form in which two can be compared.
-struct Reading {
-    std::string key; ///< what it is known by in both reports
-    std::string id;
-    std::string name;
-    std::string text;
-    NvmeLogNumber number;
-    Bad bad = Bad::never;
-    int severity = 0;  ///< of its state, 0 for a good one
-    std::string state; ///< in words
-    int status = 0;    ///< bits of `Status` that its state asks for
+struct Value {
+    Attribute attribute;
+    std::string text;          ///< for a reader
+    Level level = Level::good; ///< of the reason that names it
 };
 
-/// In the raw names of attributes that count damage, as the drive table spells them: a drive that is well does not
-/// count them up.
-constexpr std::array<std::string_view, 14> damageWords{
-    "Realloc", "Pending",    "Uncorr",     "UECC",       "_Unc_",      "UNC_",
-    "CRC",     "Bad_Bl",     "Retired_Bl", "End-to-End", "Spin_Retry", "Calibration_Retry",
-    "_Fail",   "Undetected",
-};
-
-/// The bits of a raw value that are the number; what lies above is something else, such as a count a day.
-int numberWidth(ata_attr_raw_format format)
+Level levelOfReason(const Verdict& verdict, const Attribute& attribute)
 {
-    using enum ata_attr_raw_format;
-    switch (format) {
-    case raw16_raw16:
-    case raw16_avg16:
-    case tempminmax:
-    case temp10x:
-        return 16;
-    case raw24_raw8:
-    case raw24_div_raw24:
-    case raw24_div_raw32:
-        return 24;
-    case msec24hour32:
-        return 32;
+    const auto reason = std::ranges::find_if(verdict.reasons, [&](const Reason& each) {
+        return attribute.id != 0 ? each.attribute == attribute.id : each.name == attribute.name;
+    });
+    return reason == verdict.reasons.end() ? Level::good : reason->level;
+}
+
+std::string textOf(const health::TypedValue& value)
+{
+    using health::Unit;
+    switch (value.unit) {
+    case Unit::none:
+    case Unit::count:
+        return decimalText(value);
+    case Unit::percent:
+        return decimalText(value) + " %";
+    case Unit::celsius:
+        return decimalText(value) + " °C";
+    case Unit::flags:
+        return fmt::format("0x{:02x}", static_cast<std::uint64_t>(value.number));
     default:
-        return 48;
+        return fmt::format("{} {}", decimalText(value), vantorel::rawValue(value.unit));
     }
 }
 
-NvmeLogNumber rawNumber(const IOATASmartAttribute& attribute, ata_attr_raw_format format)
+/// The values of a reading by the key that they are known by in both reports. Each counts once: a sector may hold a
+/// number twice, and the first is then meant.
+std::map<std::string, Value> valuesOf(const JudgedReading& judged, const Verdict& verdict)
 {
-    std::uint64_t number = 0;
-    for (std::size_t i = attribute.rawvalue.size(); i-- > 0;)
-        number = number << 8 | attribute.rawvalue[i];
-    return {.low = number & ((std::uint64_t{1} << numberWidth(format)) - 1)};
-}
-
-int statusOfState(const ATASmartValue& value)
-{
-    const int severity = severityOf(value.state);
-    if (severity == 2 && value.type == SmartAttributeType::preFail)
-        return driveFailing | driveAtRisk;
-    return severity == 0 ? 0 : driveToWatch;
-}
-
-std::vector<Reading> readingsOf(const ATASmartObject& result, bool isSSD)
-{
-    std::vector<Reading> readings;
-    const auto sector = readRecord<SmartVendorSpecificData>(result.rawData);
-    const KnownDrive drive = knownDrive(result.deviceInfo);
-    auto value = result.smartValues.begin(); // one for each slot in use, in their order
-    for (const IOATASmartAttribute& attribute : sector.value().attributes) {
-        if (attribute.attributeId == 0)
-            continue;
-        const ATASmartAttributeDefinition& definition = drive.attribute(attribute.attributeId).definition;
-        const std::string_view rawName = drive.rawName(attribute.attributeId, isSSD);
-        const bool countsDamage = std::ranges::any_of(
-            damageWords, [&](std::string_view word) { return rawName.find(word) != std::string_view::npos; });
-        const std::string id = std::to_string(attribute.attributeId);
-        readings.push_back({id, id, value->name, value->formattedValue, rawNumber(attribute, definition.format),
-                            countsDamage ? Bad::whenItGrows : Bad::never, severityOf(value->state),
-                            std::string(rawValue(value->state)), statusOfState(*value)});
-        ++value;
+    std::map<std::string, Value> values;
+    for (Attribute& attribute : health::attributesOf(judged.view())) {
+        const std::string key = attribute.id != 0 ? fmt::format("{:03}", attribute.id) : attribute.name;
+        std::string text = textOf(attribute.value);
+        const Level level = levelOfReason(verdict, attribute);
+        values.try_emplace(key, Value{std::move(attribute), std::move(text), level});
     }
-    return readings;
+    return values;
 }
 
-/// How a field of a health log can go wrong.
-struct LogRule {
-    std::string_view key;
-    Bad bad;
-    int status; ///< bits of `Status` while `isBad`
-    bool (*isBad)(const NVMeSMARTLog& log);
-};
-
-constexpr std::array<LogRule, 4> logRules{{
-    {"CriticalWarning", Bad::whenItGrows, driveFailing,
-     [](const NVMeSMARTLog& log) { return log.critical_warning != 0; }},
-    {"AvailableSpare", Bad::whenItShrinks, driveAtRisk,
-     [](const NVMeSMARTLog& log) { return log.avail_spare <= log.spare_thresh && log.spare_thresh != 0; }},
-    {"PercentageUsed", Bad::never, driveToWatch, [](const NVMeSMARTLog& log) { return log.percent_used >= 100; }},
-    {"MediaAndDataIntegrityErrors", Bad::whenItGrows, success, [](const NVMeSMARTLog&) { return false; }},
-}};
-
-/// A field as a number: of the critical warning, how many conditions there are.
-NvmeLogNumber comparableNumber(std::string_view key, const NVMeSMARTLog& log)
+/// How bad a level is, for a comparison of two.
+int rankOf(Level level)
 {
-    const NvmeLogNumber number = nvmeLogNumber(key, log).value();
-    return key == "CriticalWarning" ? NvmeLogNumber{.low = static_cast<std::uint64_t>(std::popcount(number.low))}
-                                    : number;
+    return level == Level::unknown ? 0 : static_cast<int>(level);
 }
 
-std::vector<Reading> readingsOf(const NVMeSmartObject& result, bool /*isSSD*/)
-{
-    const auto log = readRecord<NVMeSMARTLog>(result.rawData);
-    std::vector<Reading> readings;
-    for (const std::string_view key : nvmeLogKeys()) {
-        if (key == "AvailableSpareThreshold")
-            continue; // no reading: it stays
-        const NVMeSmartValue value = processSmartValue(key, log.value());
-        const auto rule = std::ranges::find(logRules, key, &LogRule::key);
-        const bool isRuled = rule != logRules.end();
-        const bool isBad = isRuled && rule->isBad(*log);
-        readings.push_back({std::string(key), "", value.name, value.formattedValue, comparableNumber(key, *log),
-                            isRuled ? rule->bad : Bad::never, isBad ? 1 : 0, isBad ? "warning" : "ok",
-                            isBad ? rule->status : 0});
-    }
-    return readings;
-}
-
-std::vector<Reading> readingsOf(const ReportedDrive& drive)
-{
-    return drive.decoded->visit([&](const auto& result) { return readingsOf(result, drive.stored.kind == "ssd"); });
-}
-
-/// What a reading did; absent when it is as it was.
-std::optional<ValueChange> compareReadings(const Reading& before, const Reading& after)
+/// What a value did; absent when it is as it was.
+std::optional<ValueChange> compareValues(const Value& before, const Value& after, bool isDamage)
 {
     using enum ValueChange::Kind;
-    ValueChange change{changed, after.id, after.name, before.text, after.text, 0};
-    if (before.severity != after.severity) {
-        change.kind = after.severity > before.severity ? crossed : recovered;
-        change.status = change.kind == crossed ? after.status : 0;
-        change.before += " (" + before.state + ')';
-        change.after += " (" + after.state + ')';
-    } else if (before.number != after.number) {
-        change.kind = after.number > before.number ? grew : shrank;
-        const bool isBad = change.kind == grew ? after.bad == Bad::whenItGrows : after.bad == Bad::whenItShrinks;
-        change.status = isBad ? damageGrew : 0;
-    } else if (before.text == after.text) {
+    const Attribute& now = after.attribute;
+    ValueChange change{changed, now.id != 0 ? std::to_string(now.id) : "", now.name, before.text, after.text, 0};
+    // Of bits it counts which are set, not what number they make.
+    const bool isBits = now.value.unit == health::Unit::flags;
+    const auto moved =
+        isBits ? now.value.number & ~before.attribute.value.number : now.value.number - before.attribute.value.number;
+    const bool isSame = now.value.number == before.attribute.value.number;
+    const bool isSameScale = now.current == before.attribute.current && now.worst == before.attribute.worst;
+    if (!isSameScale) {
+        change.before += fmt::format(" ({}, worst {})", before.attribute.current, before.attribute.worst);
+        change.after += fmt::format(" ({}, worst {})", now.current, now.worst);
+    }
+    if (rankOf(after.level) != rankOf(before.level)) {
+        change.kind = rankOf(after.level) > rankOf(before.level) ? crossed : recovered;
+        change.before += fmt::format(" ({})", words(before.level));
+        change.after += fmt::format(" ({})", words(after.level));
+        change.status = change.kind == crossed ? statusOf(after.level) : 0;
+    } else if (!isSame) {
+        change.kind = moved > 0 ? grew : shrank;
+    } else if (isSameScale) {
         return std::nullopt;
     }
+    change.status |= isDamage ? damageGrew : 0;
     return change;
 }
 
-/// Each attribute number counts once: a sector may hold one twice, and the first is then meant.
-const Reading* find(const std::vector<Reading>& readings, const std::string& key)
-{
-    const auto found = std::ranges::find(readings, key, &Reading::key);
-    return found == readings.end() ? nullptr : &*found;
-}
-
-std::vector<ValueChange> compareValues(const std::vector<Reading>& before, const std::vector<Reading>& after)
+std::vector<ValueChange> compareReadings(const JudgedReading& before, const JudgedReading& after,
+                                         const Verdict& verdict)
 {
     using enum ValueChange::Kind;
+    const auto earlier = valuesOf(before, before.verdict);
+    const auto later = valuesOf(after, verdict);
+    const auto isDamage = [&](const Attribute& attribute) {
+        return verdict.comparison &&
+               std::ranges::any_of(verdict.comparison->changes, [&](const health::Change& change) {
+                   return change.damage && change.attribute == attribute.id && change.name == attribute.name;
+               });
+    };
+    const auto idOf = [](const Value& value) {
+        return value.attribute.id != 0 ? std::to_string(value.attribute.id) : std::string();
+    };
     std::vector<ValueChange> changes;
-    for (const Reading& reading : after) {
-        if (find(after, reading.key) != &reading)
-            continue;
-        const Reading* const last = find(before, reading.key);
-        if (!last)
-            changes.push_back({appeared, reading.id, reading.name, "", reading.text, reading.status});
-        else if (std::optional<ValueChange> change = compareReadings(*last, reading))
+    for (const auto& [key, value] : later) {
+        const auto last = earlier.find(key);
+        if (last == earlier.end())
+            changes.push_back({appeared, idOf(value), value.attribute.name, "", value.text, statusOf(value.level)});
+        else if (auto change = compareValues(last->second, value, isDamage(value.attribute)))
             changes.push_back(*std::move(change));
     }
-    for (const Reading& reading : before) {
-        if (!find(after, reading.key) && find(before, reading.key) == &reading)
-            changes.push_back({vanished, reading.id, reading.name, reading.text, "", 0});
+    for (const auto& [key, value] : earlier) {
+        if (!later.contains(key))
+            changes.push_back({vanished, idOf(value), value.attribute.name, value.text, "", 0});
     }
     return changes;
 }
 
 DriveChange describe(const ReportedDrive& drive, DriveChange::Kind kind)
 {
-    return {kind, drive.name, drive.stored.model.value_or(""), std::string(base::trimmed(drive.identity.serial)),
-            {},   0};
+    DriveChange change;
+    change.kind = kind;
+    change.name = drive.name;
+    change.model = drive.stored.model.value_or("");
+    change.serial = base::trimmed(drive.identity.serial);
+    return change;
+}
+
+DriveChange appearedDrive(const ReportedDrive& drive)
+{
+    DriveChange change = describe(drive, DriveChange::Kind::appeared);
+    if (drive.judged) {
+        change.verdict = drive.judged->verdict;
+        change.status = drive.judged->status();
+    }
+    return change;
 }
 
 DriveChange compareDrives(const ReportedDrive& before, const ReportedDrive& after)
 {
     DriveChange change = describe(after, DriveChange::Kind::stayed);
-    const auto isAta = [](const ReportedDrive& drive) { return drive.decoded->as<ATASmartObject>() != nullptr; };
-    const bool areComparable = before.decoded && after.decoded && isAta(before) == isAta(after);
-    if (areComparable)
-        change.values = compareValues(readingsOf(before), readingsOf(after));
-    else if (after.decoded)
+    if (before.judged)
+        change.levelBefore = before.judged->verdict.level;
+    if (before.judged && after.judged && before.judged->isNvme() == after.judged->isNvme()) {
+        change.verdict = health::judge(after.judged->view(), before.judged->view());
+        change.values = compareReadings(*before.judged, *after.judged, *change.verdict);
+        if (change.verdict->comparison && change.verdict->comparison->damageGrew())
+            change.status |= damageGrew;
+    } else if (after.judged) {
+        change.verdict = after.judged->verdict;
         change.values = {{ValueChange::Kind::appeared, "", "S.M.A.R.T. data", "", "readable", 0}};
-    else if (before.decoded)
+    } else if (before.judged) {
         change.values = {{ValueChange::Kind::vanished, "", "S.M.A.R.T. data", "readable", "", readFailed}};
-    for (const ValueChange& value : change.values)
-        change.status |= value.status;
+        change.status |= readFailed;
+    }
+    if (change.isWorse())
+        change.status |= statusOf(change.verdict->level);
     return change;
 }
 
-/// The drives of the earlier report that have no later one yet, found by what a later one must share with them.
-class EarlierDrives {
+/// Finds out which drives of two reports are the same, from the surest way of telling to the least sure one.
+class Join {
 public:
-    explicit EarlierDrives(const std::vector<ReportedDrive>& drives) : drives_(drives), isTaken_(drives.size())
+    Join(const std::vector<ReportedDrive>& before, const std::vector<ReportedDrive>& after)
+        : before_(before), after_(after), earlierOf_(after.size(), before.size()), isTaken_(before.size())
     {
-        for (std::size_t i = drives.size(); i-- > 0;) { // so that the first stands last in its list
-            const std::string_view serial = serialOf(drives[i]);
-            bySerial_[serial].push_back(i);
-            byModel_[modelOf(drives[i])].push_back(i);
-            if (serial.empty())
-                unnumberedByModel_[modelOf(drives[i])].push_back(i);
+        const auto any = [](const ReportedDrive&) { return true; };
+        const auto numbered = [](const ReportedDrive& drive) { return !serialOf(drive).empty(); };
+        const auto unnumbered = [](const ReportedDrive& drive) { return serialOf(drive).empty(); };
+        const auto whole = [](const ReportedDrive& drive) { return Key(serialOf(drive), modelOf(drive), drive.name); };
+        const auto nameless = [](const ReportedDrive& drive) { return Key(serialOf(drive), modelOf(drive), ""); };
+        const auto serialless = [](const ReportedDrive& drive) { return Key("", modelOf(drive), drive.name); };
+        match(whole, numbered, numbered);
+        match(nameless, numbered, numbered);
+        match(serialless, unnumbered, any);
+        match(serialless, any, unnumbered);
+    }
+
+    /// The same drive in the earlier report; null when it has none.
+    [[nodiscard]] const ReportedDrive* earlierOf(std::size_t later) const
+    {
+        return earlierOf_[later] == before_.size() ? nullptr : &before_[earlierOf_[later]];
+    }
+    [[nodiscard]] bool isTaken(std::size_t earlier) const { return isTaken_[earlier]; }
+
+private:
+    using Key = std::tuple<std::string_view, std::string_view, std::string_view>;
+    using Admits = std::function<bool(const ReportedDrive&)>;
+
+    static std::string_view serialOf(const ReportedDrive& drive) { return base::trimmed(drive.identity.serial); }
+    static std::string_view modelOf(const ReportedDrive& drive)
+    {
+        return drive.stored.model ? std::string_view(*drive.stored.model) : std::string_view();
+    }
+
+    /// Joins those that are left and have one key, in their order.
+    void match(const std::function<Key(const ReportedDrive&)>& keyOf, const Admits& admitsEarlier,
+               const Admits& admitsLater)
+    {
+        std::map<Key, std::vector<std::size_t>> waiting; // the first stands last
+        for (std::size_t i = before_.size(); i-- > 0;) {
+            if (!isTaken_[i] && admitsEarlier(before_[i]))
+                waiting[keyOf(before_[i])].push_back(i);
+        }
+        for (std::size_t i = 0; i < after_.size(); ++i) {
+            if (earlierOf_[i] != before_.size() || !admitsLater(after_[i]))
+                continue;
+            const auto found = waiting.find(keyOf(after_[i]));
+            if (found == waiting.end() || found->second.empty())
+                continue;
+            earlierOf_[i] = found->second.back();
+            isTaken_[earlierOf_[i]] = true;
+            found->second.pop_back();
         }
     }
 
-    /// Takes the first that is the same as a later one; nothing when there is none.
-    const ReportedDrive* take(const ReportedDrive& later)
-    {
-        const std::string_view serial = serialOf(later);
-        const std::size_t index =
-            serial.empty() ? firstOf(byModel_, modelOf(later))
-                           : std::min(firstOf(bySerial_, serial), firstOf(unnumberedByModel_, modelOf(later)));
-        if (index == drives_.size())
-            return nullptr;
-        isTaken_[index] = true;
-        return &drives_[index];
-    }
-
-    [[nodiscard]] bool isTaken(std::size_t index) const { return isTaken_[index]; }
-
-private:
-    using Model = std::pair<std::string_view, std::string_view>; // and device name
-    using Indices = std::vector<std::size_t>;
-
-    static std::string_view serialOf(const ReportedDrive& drive) { return base::trimmed(drive.identity.serial); }
-    static Model modelOf(const ReportedDrive& drive)
-    {
-        const std::optional<std::string>& model = drive.stored.model;
-        return {model ? std::string_view(*model) : std::string_view(), drive.name};
-    }
-
-    /// The number of drives when there is none.
-    template <typename Map, typename Key>
-    std::size_t firstOf(Map& map, const Key& key)
-    {
-        const auto found = map.find(key);
-        if (found == map.end())
-            return drives_.size();
-        while (!found->second.empty() && isTaken_[found->second.back()])
-            found->second.pop_back();
-        return found->second.empty() ? drives_.size() : found->second.back();
-    }
-
-    const std::vector<ReportedDrive>& drives_;
+    const std::vector<ReportedDrive>& before_;
+    const std::vector<ReportedDrive>& after_;
+    std::vector<std::size_t> earlierOf_;
     std::vector<bool> isTaken_;
-    std::map<std::string_view, Indices> bySerial_;
-    std::map<Model, Indices> byModel_;
-    std::map<Model, Indices> unnumberedByModel_;
 };
 
 } // namespace
@@ -295,16 +255,26 @@ std::string_view rawValue(DriveChange::Kind kind)
     return names[static_cast<std::size_t>(kind)];
 }
 
+bool DriveChange::isWorse() const
+{
+    if (!verdict)
+        return false;
+    const Level before = levelBefore.value_or(Level::good);
+    if (verdict->level == Level::unknown || before == Level::unknown)
+        return verdict->level != before;
+    return verdict->level > before;
+}
+
 std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after)
 {
     std::vector<DriveChange> changes;
-    EarlierDrives earlier(before.drives);
-    for (const ReportedDrive& drive : after.drives) {
-        const ReportedDrive* const same = earlier.take(drive);
-        changes.push_back(same ? compareDrives(*same, drive) : describe(drive, DriveChange::Kind::appeared));
+    const Join join(before.drives, after.drives);
+    for (std::size_t i = 0; i < after.drives.size(); ++i) {
+        const ReportedDrive* const same = join.earlierOf(i);
+        changes.push_back(same ? compareDrives(*same, after.drives[i]) : appearedDrive(after.drives[i]));
     }
     for (std::size_t i = 0; i < before.drives.size(); ++i) {
-        if (earlier.isTaken(i))
+        if (join.isTaken(i))
             continue;
         changes.push_back(describe(before.drives[i], DriveChange::Kind::vanished));
         changes.back().status = driveNotOpened;

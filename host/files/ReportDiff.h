@@ -2,8 +2,11 @@
 #pragma once
 
 #include "ReportFile.h"
+#include "vantorel/health/Verdict.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantorel::host {
@@ -16,8 +19,8 @@ struct ValueChange {
         grew,
         shrank,
         changed,   ///< without being more or less
-        crossed,   ///< its state got worse: it reached a threshold or raised a warning
-        recovered, ///< its state got better
+        crossed,   ///< the verdict holds something against it that it did not before
+        recovered, ///< the verdict holds nothing against it any more
     };
 
     Kind kind = Kind::changed;
@@ -39,14 +42,26 @@ struct DriveChange {
     std::string model;  ///< empty when unknown
     std::string serial; ///< empty when unknown
     std::vector<ValueChange> values;
+    /// Of the earlier report; absent when that has no verdict.
+    std::optional<health::Level> levelBefore;
+    /// Of the later report, judged beside the earlier one where both are of the same drive.
+    std::optional<health::Verdict> verdict;
     int status = 0; ///< bits of `Status`; 0 when nothing got worse
+
+    /// Whether the drive had been on for longer when the report that is called the earlier one was made.
+    [[nodiscard]] bool isReversed() const
+    {
+        return verdict && verdict->comparison && verdict->comparison->hours.value_or(0) < 0;
+    }
+    [[nodiscard]] bool isWorse() const;
 };
 
 [[nodiscard]] std::string_view rawValue(DriveChange::Kind kind);
 
-/// Compares the drives of two reports, both decoded by today's table. A drive is the same in both when the registry
-/// listings give it the same serial number; where one of them gives none, when model and device name are the same.
-/// Drives stand in the order of `after`, those that vanished behind them.
+/// Compares the drives of two reports, both judged by what is known today. A drive is the same in both when the serial
+/// number of the registry listings and the model are the same; of several those that have the device name in common as
+/// well. Where one report gives no serial number, model and device name have to be the same. Drives stand in the order
+/// of `after`, those that vanished behind them.
 [[nodiscard]] std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after);
 
 } // namespace vantorel::host

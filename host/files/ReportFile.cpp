@@ -77,8 +77,11 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number, const Device
     drive.smart = smartOf(drive, isListed);
     if (!drive.stored.smartData)
         return drive;
-    drive.decoded = decode(drive.stored, drive.identity);
-    if (!drive.decoded)
+    if (auto result = decode(drive.stored, drive.identity))
+        drive.judged.emplace(
+            DriveReading{*std::move(result), drive.stored.identify.value_or(Data()), drive.stored.failing},
+            drive.stored.kind == "ssd");
+    else
         drive.fault = "Its raw SMART data are not whole.";
     return drive;
 }

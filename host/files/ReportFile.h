@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "host/health/JudgedReading.h"
 #include "machines/recorded/DeviceIdentity.h"
 #include "machines/recorded/Recording.h"
 #include "vantorel/report/ReportReader.h"
@@ -29,9 +30,12 @@ struct ReportedDrive {
     std::string name;                  ///< its device name, else "drive 3"
     recorded::DeviceIdentity identity; ///< as far as the report's registry listing tells it
     Smart smart = Smart::unknown;
-    std::optional<SmartObject>
-        decoded;       ///< the raw bytes, decoded by today's table; firmware and serial are the listing's
+    /// The raw bytes, decoded and judged by what is known today; firmware and serial are the listing's.
+    std::optional<JudgedReading> judged;
     std::string fault; ///< why raw bytes are there and no result
+
+    /// The health result of the raw bytes; null when there is none.
+    [[nodiscard]] const SmartObject* decoded() const { return judged ? &judged->reading.result : nullptr; }
 };
 
 [[nodiscard]] std::string_view rawValue(ReportedDrive::Smart smart);

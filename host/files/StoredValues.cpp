@@ -80,8 +80,8 @@ std::vector<std::string> ValuePair::differences() const
 std::vector<ValuePair> valuePairs(const ReportedDrive& drive)
 {
     std::vector<ValuePair> pairs;
-    if (drive.decoded)
-        pairs = drive.decoded->visit([](const auto& result) { return decodedValues(result); });
+    if (drive.decoded())
+        pairs = drive.decoded()->visit([](const auto& result) { return decodedValues(result); });
     const PropertyTable* const processed = drive.stored.processedSmart ? &*drive.stored.processedSmart : nullptr;
     const PropertyValue* const values = processed ? processed->lookUp("values") : nullptr;
     const PropertyArray none;

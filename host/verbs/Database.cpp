@@ -4,20 +4,18 @@
 #include "host/console/Output.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
+#include "host/views/JsonDocument.h"
 #include "vantorel/ata/DriveTableLint.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <memory>
 
 namespace vantorel::host {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string_view formatName(ata_attr_raw_format format)
 {
@@ -82,6 +80,7 @@ std::string jsonText(const KnownDrive& drive)
         return row ? Json(row->*member) : Json(nullptr);
     };
     Json document = {
+        {"format", documentFormat},
         {"row", row ? Json(drive.rowIndex) : Json(nullptr)},
         {"modelfamily", column(&drive_settings::modelfamily)},
         {"modelregexp", column(&drive_settings::modelregexp)},

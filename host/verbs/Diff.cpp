@@ -5,12 +5,15 @@
 #include "host/console/Text.h"
 #include "host/files/ReportDiff.h"
 #include "host/files/ReportFile.h"
-#include "host/views/DiskJson.h"
+#include "host/views/JsonDocument.h"
+#include "host/views/VerdictView.h"
+#include "vantorel/health/VerdictJson.h"
 
 #include <fmt/format.h>
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vantorel::host {
@@ -23,16 +26,35 @@ struct DiffArguments {
     bool json = false;
 };
 
+/// "at risk", or "good -> at risk" where that is new.
+std::string levelsText(const DriveChange& drive)
+{
+    const std::string level = levelText(drive.verdict->level);
+    const bool isNew = drive.levelBefore && *drive.levelBefore != drive.verdict->level;
+    return isNew ? levelText(*drive.levelBefore) + " -> " + level : level;
+}
+
 std::string headline(const DriveChange& drive)
 {
     std::string text = printable(drive.name) + "  " + printable(drive.model.empty() ? "Unnamed drive" : drive.model);
     if (!drive.serial.empty())
         text += ", serial " + printable(drive.serial);
+    std::string sign = ": ";
+    if (drive.verdict)
+        text += std::exchange(sign, ", ") + levelsText(drive);
     if (drive.kind != DriveChange::Kind::stayed)
-        text += fmt::format(": {}", rawValue(drive.kind));
+        text += sign + std::string(rawValue(drive.kind));
     else if (drive.values.empty())
-        text += ": unchanged";
-    return emphasised(text, drive.status != success ? Emphasis::bad : Emphasis::strong) + '\n';
+        text += sign + "unchanged";
+    text = emphasised(text, drive.status != success ? Emphasis::bad : Emphasis::strong) + '\n';
+    if (drive.isReversed())
+        text +=
+            fmt::format("  It had been on for {} hours more when OLD was made: are the files the wrong way round?\n",
+                        -*drive.verdict->comparison->hours);
+    if (drive.verdict && (drive.isWorse() || drive.kind == DriveChange::Kind::appeared) &&
+        drive.verdict->level != health::Level::good)
+        text += reasonsText(*drive.verdict);
+    return text;
 }
 
 std::string driveText(const DriveChange& drive)
@@ -60,7 +82,7 @@ Json valueJson(const ValueChange& value)
     return json;
 }
 
-Json driveJson(const DriveChange& drive)
+std::string driveJson(const DriveChange& drive)
 {
     Json json = {{"name", drive.name}, {"change", rawValue(drive.kind)}};
     if (!drive.model.empty())
@@ -71,7 +93,12 @@ Json driveJson(const DriveChange& drive)
     json["values"] = Json::array();
     for (const ValueChange& value : drive.values)
         json["values"].push_back(valueJson(value));
-    return json;
+    if (drive.levelBefore)
+        json["levelBefore"] = vantorel::rawValue(*drive.levelBefore);
+    JsonObject object(json);
+    if (drive.verdict)
+        object.splice("verdict", health::toJson(*drive.verdict));
+    return object.text();
 }
 
 int diff(const DiffArguments& arguments)
@@ -87,11 +114,13 @@ int diff(const DiffArguments& arguments)
     for (const DriveChange& drive : drives)
         status |= drive.status;
     if (arguments.json) {
-        Json document = {{"before", arguments.before}, {"after", arguments.after}, {"status", status}};
-        document["drives"] = Json::array();
+        std::vector<std::string> elements;
         for (const DriveChange& drive : drives)
-            document["drives"].push_back(driveJson(drive));
-        print(jsonLine(document));
+            elements.push_back(driveJson(drive));
+        JsonObject document(Json{
+            {"format", documentFormat}, {"before", arguments.before}, {"after", arguments.after}, {"status", status}});
+        document.splice("drives", jsonArray(elements));
+        print(document.text() + '\n');
     } else {
         for (const DriveChange& drive : drives)
             print(driveText(drive));

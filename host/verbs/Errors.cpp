@@ -6,8 +6,10 @@
 #include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/views/DiskJson.h"
+#include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
+#include "vantorel/system/Installation.h"
 
 #include <fmt/format.h>
 
@@ -72,7 +74,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     if (drive->interface() != Disk::DriveInterface::nvme)
         throw CommandError(driveName(*drive), "only NVMe drives have an error log that is shown here");
 
-    Json document = {{"machine", path}, {"name", driveName(*drive)}};
+    Json document = {{"format", documentFormat}, {"machine", path}, {"name", driveName(*drive)}};
     std::string text;
     std::string failure;
     int status = success;
@@ -83,7 +85,10 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
         for (const NVMeSmartError& error : found)
             document["errors"].push_back(Json::parse(toJson(error)));
     } catch (const SmartOpenError& error) {
-        failure = error.errorDescription();
+        const auto obstacle = system::machine()->whyNotOpened(ReadableDrive::of(*drive).service);
+        failure = obstacle ? obstacle->reason : error.errorDescription();
+        if (obstacle && !obstacle->remedy.empty())
+            failure += " Try: " + obstacle->remedy;
         status = driveNotOpened;
     } catch (const SmartError& error) {
         failure = error.errorDescription();

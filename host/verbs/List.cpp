@@ -2,6 +2,7 @@
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
+#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/views/DiskJson.h"
 #include "host/views/DiskTree.h"
@@ -63,28 +64,30 @@ Json nodeJson(const DiskNode& node)
     return json;
 }
 
-void list(const CLI::App& app, bool json)
+int list(const CLI::App& app, bool json)
 {
     const std::string path = loadMachine(app);
     const std::vector<DiskNode> roots = diskTree(Vantorel::shared());
+    const int status = roots.empty() ? usageError : success;
     if (!json) {
         print(roots.empty() ? "No disks.\n" : treeText(roots));
-        return;
+        return status;
     }
-    Json document = {{"machine", path}, {"disks", Json::array()}};
+    Json document = {{"format", documentFormat}, {"machine", path}, {"disks", Json::array()}};
     for (const DiskNode& root : roots)
         document["disks"].push_back(nodeJson(root));
     print(jsonLine(document));
+    return status;
 }
 
 } // namespace
 
-void addList(CLI::App& app, int& /*status*/)
+void addList(CLI::App& app, int& status)
 {
     CLI::App* const verb = app.add_subcommand("list", "The tree of a machine's disks");
     const auto json = std::make_shared<bool>(false);
     verb->add_flag("--json", *json, "Print as JSON");
-    verb->callback([&app, json] { list(app, *json); });
+    verb->callback([&app, json, &status] { status = list(app, *json); });
 }
 
 } // namespace vantorel::host

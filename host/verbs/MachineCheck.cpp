@@ -4,6 +4,7 @@
 #include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/ReportFile.h"
+#include "host/views/JsonDocument.h"
 #include "machines/recorded/RecordedMachine.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/system/DiskArbitration.h"
@@ -11,7 +12,6 @@
 #include "vantorel/system/RunLoop.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <memory>
 #include <utility>
@@ -78,14 +78,10 @@ std::string textOf(const Contents& contents)
 
 std::string jsonOf(const Contents& contents)
 {
-    nlohmann::ordered_json json{
-        {"entries", contents.entries},
-        {"disks", nlohmann::ordered_json::array()},
-        {"volumes", contents.volumes},
-        {"ataDrives", contents.ataDrives},
-        {"nvmeDrives", contents.nvmeDrives},
-        {"events", contents.events},
-        {"faults", nlohmann::ordered_json::array()},
+    Json json{
+        {"format", documentFormat},    {"entries", contents.entries},     {"disks", Json::array()},
+        {"volumes", contents.volumes}, {"ataDrives", contents.ataDrives}, {"nvmeDrives", contents.nvmeDrives},
+        {"events", contents.events},   {"faults", Json::array()},
     };
     for (const std::string& disk : contents.disks)
         json["disks"].push_back(disk);

@@ -29,6 +29,7 @@ struct ShowArguments {
     std::string report;
     std::string folder;
     bool json = false;
+    bool raw = false;
 };
 
 using NamedBytes = std::pair<std::string, const Data*>;
@@ -125,7 +126,7 @@ int show(const ShowArguments& arguments)
     const ReportFile report = openReport(arguments.report);
     if (!arguments.folder.empty())
         extract(report, arguments.folder);
-    print(arguments.json ? jsonLine(reportJson(report)) : reportText(report));
+    print(arguments.json ? reportJson(report, arguments.raw) : reportText(report));
     int status = success;
     if (!report.listingFault.empty()) {
         complain(arguments.report, report.listingFault);
@@ -148,7 +149,8 @@ void addShow(CLI::App& app, int& status)
     CLI::App* const verb = app.add_subcommand("show", "Open a report: its drives, as stored and as decoded today");
     const auto arguments = std::make_shared<ShowArguments>();
     verb->add_option("FILE", arguments->report, "The report")->required();
-    verb->add_flag("--json", arguments->json, "Print as JSON");
+    auto* const json = verb->add_flag("--json", arguments->json, "Print as JSON");
+    verb->add_flag("--raw", arguments->raw, "With the raw bytes of every drive")->needs(json);
     verb->add_option("--extract", arguments->folder,
                      "Also write sectors, logs and registry listing as files into this folder")
         ->type_name("DIR");

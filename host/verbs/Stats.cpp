@@ -4,6 +4,7 @@
 #include "host/choice/MachineChoice.h"
 #include "host/choice/SecondsChoice.h"
 #include "host/console/Output.h"
+#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/views/DiskJson.h"
 #include "host/views/Quantity.h"
@@ -144,7 +145,7 @@ std::string ratesText(const std::vector<Snapshot>& before, const std::vector<Sna
 
 Json roundJson(const std::vector<Snapshot>& before, const std::vector<Snapshot>& after)
 {
-    Json document = {{"time", utcTime()}, {"drives", Json::array()}};
+    Json document = {{"format", documentFormat}, {"time", utcTime()}, {"drives", Json::array()}};
     for (const Snapshot& snapshot : after) {
         Json drive = Json::object();
         if (snapshot.drive->bsdName())
@@ -163,7 +164,7 @@ Json roundJson(const std::vector<Snapshot>& before, const std::vector<Snapshot>&
     return document;
 }
 
-void stats(const CLI::App& app, const StatsArguments& arguments)
+int stats(const CLI::App& app, const StatsArguments& arguments)
 {
     loadMachine(app, LaterEvents::happen);
     std::vector<Snapshot> last = snapshots(arguments.names);
@@ -175,11 +176,12 @@ void stats(const CLI::App& app, const StatsArguments& arguments)
         print(arguments.json ? jsonLine(roundJson(last, now)) : '\n' + ratesText(last, now));
         last = std::move(now);
     }
+    return last.empty() ? usageError : success;
 }
 
 } // namespace
 
-void addStats(CLI::App& app, int& /*status*/)
+void addStats(CLI::App& app, int& status)
 {
     CLI::App* const verb = app.add_subcommand("stats", "The I/O counters of drives, and how fast they grow");
     const auto arguments = std::make_shared<StatsArguments>();
@@ -191,7 +193,7 @@ void addStats(CLI::App& app, int& /*status*/)
         ->check(CLI::PositiveNumber)
         ->needs(interval);
     verb->add_flag("--json", arguments->json, "Print as JSON, one document a line");
-    verb->callback([&app, arguments] { stats(app, *arguments); });
+    verb->callback([&app, arguments, &status] { status = stats(app, *arguments); });
 }
 
 } // namespace vantorel::host

@@ -57,7 +57,8 @@ public:
 private:
     static std::string jsonText(const Disk& disk, DiskEvent event)
     {
-        return jsonLine({{"time", utcTime()}, {"event", rawValue(event)}, {"disk", diskJson(disk)}});
+        return jsonLine(
+            {{"format", documentFormat}, {"time", utcTime()}, {"event", rawValue(event)}, {"disk", diskJson(disk)}});
     }
 
     static std::string text(const Disk& disk, DiskEvent event)

@@ -15,11 +15,14 @@ namespace {
 constexpr int deepestLevel = 40;
 
 /// A partition carries the name of its whole disk, and an APFS snapshot that of its volume: "disk0" of "disk0s2",
-/// "nvme0n1" of "nvme0n1p2" and "sda" of "sda1". Of a whole disk it is nobody's name.
+/// "nvme0n1" of "nvme0n1p2" and "sda" of "sda1". Of a whole disk it is nobody's name, or empty.
 std::string_view nameAbove(std::string_view name)
 {
     constexpr std::string_view digits = "0123456789";
-    name = name.substr(0, name.find_last_not_of(digits) + 1);
+    const std::size_t number = name.find_last_not_of(digits) + 1;
+    if (number == name.size())
+        return {};
+    name = name.substr(0, number);
     const bool isParted = name.size() > 1 && (name.back() == 's' || name.back() == 'p') &&
                           digits.find(name[name.size() - 2]) != std::string_view::npos;
     return isParted ? name.substr(0, name.size() - 1) : name;

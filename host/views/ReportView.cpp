@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportView.h"
 
+#include "HealthJson.h"
 #include "Quantity.h"
+#include "VerdictView.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/StoredValues.h"
 #include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
-#include "vantorel/smart/records/RecordJson.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -76,15 +77,19 @@ std::string shownBoth(const ValuePair& pair, std::string_view key)
     return text;
 }
 
-bool isFailing(const ValuePair& pair)
+/// Whether a value speaks against the drive: by the verdict where there is one, else by the state it was stored with.
+bool isBad(const ValuePair& pair, const std::optional<JudgedReading>& judged)
 {
+    const auto id = pair.either().get<std::int64_t>("id");
+    if (pair.decoded && judged && id)
+        return levelOf(judged->verdict, static_cast<std::uint8_t>(*id)) != health::Level::good;
     const std::string state = pair.either().get<std::string>("state").value_or("");
     const auto ata = fromRawValue<ATASmartAttributeState>(state);
     const auto nvme = fromRawValue<NVMeSmartAttributeState>(state);
     return (ata && hasFailed(*ata)) || (nvme && hasFailed(*nvme));
 }
 
-std::string valuesText(const std::vector<ValuePair>& pairs)
+std::string valuesText(const std::vector<ValuePair>& pairs, const std::optional<JudgedReading>& judged)
 {
     const auto right = Table::Align::right;
     Table table({{""}, {"ID", right}, {"Value"}, {"Stored"}, {"Decoded"}, {"Current/worst/threshold"}, {"State"}});
@@ -92,16 +97,17 @@ std::string valuesText(const std::vector<ValuePair>& pairs)
         const PropertyTable& value = pair.either();
         const bool isNumbered = value.contains("id");
         const bool isDifferent = pair.isDifferent();
-        const bool isBad = isFailing(pair);
-        table.add({std::string(isDifferent ? "*" : "") + (isBad ? "!" : ""), isNumbered ? shown(value, "id") : "",
-                   shownBoth(pair, "name"), shown(pair.stored, "formattedValue"), shown(pair.decoded, "formattedValue"),
-                   isNumbered ? fmt::format("{}/{}/{}", shown(value, "current"), shown(value, "worst"),
-                                            shown(value, "theshold"))
-                              : "",
-                   shownBoth(pair, "state")},
-                  isBad         ? Emphasis::bad
-                  : isDifferent ? Emphasis::warning
-                                : Emphasis::none);
+        const bool speaksAgainst = isBad(pair, judged);
+        table.add(
+            {std::string(isDifferent ? "*" : "") + (speaksAgainst ? "!" : ""), isNumbered ? shown(value, "id") : "",
+             shownBoth(pair, "name"), shown(pair.stored, "formattedValue"), shown(pair.decoded, "formattedValue"),
+             isNumbered
+                 ? fmt::format("{}/{}/{}", shown(value, "current"), shown(value, "worst"), shown(value, "theshold"))
+                 : "",
+             shownBoth(pair, "state")},
+            speaksAgainst ? Emphasis::bad
+            : isDifferent ? Emphasis::warning
+                          : Emphasis::none);
     }
     return table.text(2);
 }
@@ -109,15 +115,6 @@ std::string valuesText(const std::vector<ValuePair>& pairs)
 std::string fact(std::string_view name, std::string_view value)
 {
     return value.empty() ? std::string() : fmt::format("  {:<13}{}\n", name, printable(base::trimmed(value)));
-}
-
-std::string judgement(const SmartObject& result)
-{
-    return result.visit([](const auto& object) {
-        return fact("Health", fmt::format("{} %, {}", object.health, rawValue(object.status))) +
-               fact("Assessment", object.assessment) +
-               fact("Temperature", object.temperature ? object.temperature->formattedValue : "");
-    });
 }
 
 /// What was read of the drive beside its SMART data.
@@ -156,13 +153,15 @@ std::string driveText(const ReportedDrive& drive)
     std::string text =
         emphasised(printable(drive.name) + "  " + printable(drive.stored.model.value_or("Unnamed drive")),
                    Emphasis::strong) +
-        '\n' + fact("Vendor", drive.stored.vendor.value_or("")) + fact("Serial", drive.identity.serial) +
+        '\n' + (drive.judged ? verdictText(drive.judged->verdict, 2, 15) : "") +
+        fact("Vendor", drive.stored.vendor.value_or("")) + fact("Serial", drive.identity.serial) +
         fact("Firmware", drive.identity.firmware) +
         fact("Attached by", fmt::format("{}, {}", drive.stored.interface.value_or("unknown"),
                                         drive.stored.protocol.value_or("unknown"))) +
         fact("Kind", drive.stored.kind.value_or("unknown")) + fact("Also read", besides(drive.stored));
-    if (drive.decoded)
-        text += judgement(*drive.decoded);
+    if (drive.judged)
+        text +=
+            fact("Age", ageText(drive.judged->verdict)) + fact("Temperature", temperatureText(drive.judged->verdict));
     if (!drive.fault.empty())
         text += "  " + emphasised(drive.fault, Emphasis::bad) + '\n';
     const std::vector<ValuePair> pairs = valuePairs(drive);
@@ -172,7 +171,7 @@ std::string driveText(const ReportedDrive& drive)
                '\n';
     const auto different = std::ranges::count_if(pairs, &ValuePair::isDifferent);
     text += fact("Values", fmt::format("{}, decoded otherwise than they were stored: {}", pairs.size(), different));
-    return text + valuesText(pairs);
+    return text + valuesText(pairs, drive.judged);
 }
 
 std::string volumeText(const ReportVolume& volume)
@@ -220,7 +219,7 @@ void put(Json& json, const char* key, const std::optional<std::string>& text)
     json[key] = text ? Json(*text) : Json();
 }
 
-Json driveJson(const ReportedDrive& drive)
+std::string driveJson(const ReportedDrive& drive, bool raw)
 {
     const ReportDrive& stored = drive.stored;
     Json json = {{"name", drive.name}};
@@ -245,13 +244,14 @@ Json driveJson(const ReportedDrive& drive)
         json["errorLog"] = base::base64(*stored.errorLog);
     if (stored.processedSmart)
         json["stored"] = propertyJson(*stored.processedSmart);
-    if (drive.decoded) {
-        json["decoded"] = Json::parse(toJson(*drive.decoded));
+    if (drive.judged)
         json["differences"] = differencesJson(valuePairs(drive));
-    }
     if (!drive.fault.empty())
         json["error"] = drive.fault;
-    return json;
+    JsonObject object(json);
+    if (drive.judged)
+        putHealth(object, *drive.judged, raw);
+    return object.text();
 }
 
 } // namespace
@@ -296,10 +296,10 @@ std::string reportText(const ReportFile& report)
     return text;
 }
 
-Json reportJson(const ReportFile& report)
+std::string reportJson(const ReportFile& report, bool raw)
 {
     const ReportOrigin& origin = report.origin;
-    Json json = {{"report", report.path}};
+    Json json = {{"format", documentFormat}, {"report", report.path}};
     put(json, "version", report.version);
     json["registryEntries"] = report.entries;
     json["unknownKeys"] = report.unknownKeys;
@@ -312,12 +312,14 @@ Json reportJson(const ReportFile& report)
     json["volumes"] = Json::array();
     for (const ReportVolume& volume : report.volumes)
         json["volumes"].push_back(volumeJson(volume));
-    json["drives"] = Json::array();
-    for (const ReportedDrive& drive : report.drives)
-        json["drives"].push_back(driveJson(drive));
     if (!report.listingFault.empty())
         json["error"] = report.listingFault;
-    return json;
+    std::vector<std::string> drives;
+    for (const ReportedDrive& drive : report.drives)
+        drives.push_back(driveJson(drive, raw));
+    JsonObject document(json);
+    document.splice("drives", jsonArray(drives));
+    return document.text() + '\n';
 }
 
 int statusOf(const ReportedDrive& drive)
@@ -326,10 +328,7 @@ int statusOf(const ReportedDrive& drive)
         return readFailed;
     if (drive.stored.failure)
         return drive.stored.failure->asleep ? success : drive.stored.failure->opened ? readFailed : driveNotOpened;
-    if (!drive.decoded)
-        return success;
-    const DriveReading reading{*drive.decoded, drive.stored.identify.value_or(Data()), drive.stored.failing};
-    return JudgedReading(reading, drive.stored.kind == "ssd").status();
+    return drive.judged ? drive.judged->status() : success;
 }
 
 } // namespace vantorel::host

@@ -8,11 +8,12 @@
 
 namespace vantorel::host {
 
-/// The report's head and a block for every drive; values that differ from the stored ones are marked.
+/// The report's head and a block for every drive, which leads with the verdict; values that differ from the stored ones
+/// are marked.
 [[nodiscard]] std::string reportText(const ReportFile& report);
 
-/// The report as docs/json.md tells.
-[[nodiscard]] Json reportJson(const ReportFile& report);
+/// The report as docs/json.md tells, on one line; with `raw` the bytes of each drive, too.
+[[nodiscard]] std::string reportJson(const ReportFile& report, bool raw);
 
 /// A volume of a report, in the terms of a machine.json.
 [[nodiscard]] Json volumeJson(const ReportVolume& volume);

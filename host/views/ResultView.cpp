@@ -7,8 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace vantorel::host {
 
 namespace {
@@ -36,13 +34,6 @@ std::string headText(const JudgedReading& judged)
     });
 }
 
-/// What the verdict makes of an attribute: the level of the reason that names it.
-health::Level levelOf(const ATASmartValue& value, const health::Verdict& verdict)
-{
-    const auto reason = std::ranges::find(verdict.reasons, value.id, &health::Reason::attribute);
-    return reason == verdict.reasons.end() ? health::Level::good : reason->level;
-}
-
 std::string ataText(const ATASmartObject& result, const health::Verdict& verdict)
 {
     Table table({{""},
@@ -55,7 +46,7 @@ std::string ataText(const ATASmartObject& result, const health::Verdict& verdict
                  {"Type"},
                  {"State"}});
     for (const ATASmartValue& value : result.smartValues) {
-        const health::Level level = levelOf(value, verdict);
+        const health::Level level = levelOf(verdict, value.id);
         table.add({level == health::Level::good ? "" : mark, std::to_string(value.id), printable(value.name),
                    printable(value.formattedValue), std::to_string(value.current), std::to_string(value.worst),
                    std::to_string(value.theshold), std::string(rawValue(value.type)),

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 
@@ -15,13 +16,23 @@ using health::Reason;
 
 constexpr std::size_t factIndent = 12;
 
-std::string reasonLines(std::string_view name, const std::vector<Reason>& reasons)
+/// Where the lines of a verdict stand.
+struct Place {
+    std::size_t lead;
+    std::size_t column;
+
+    [[nodiscard]] std::string named(std::string_view name) const
+    {
+        return fmt::format("{:{}}{:<{}}", "", lead, name, column - lead);
+    }
+};
+
+std::string reasonLines(std::string_view name, const std::vector<Reason>& reasons, Place place)
 {
     std::string text;
     for (const Reason& reason : reasons) {
         const std::string source = reason.source.empty() ? "" : fmt::format(" [{}]", reason.source);
-        text += wrapped(printable(reason.sentence + source), screenWidth(), factIndent + 2,
-                        fmt::format("{:<{}}- ", name, factIndent));
+        text += wrapped(printable(reason.sentence + source), screenWidth(), place.column + 2, place.named(name) + "- ");
         name = {};
     }
     return text;
@@ -56,16 +67,24 @@ std::string factText(std::string_view name, std::string_view text)
     return wrapped(printable(text), screenWidth(), factIndent, fmt::format("{:<{}}", name, factIndent));
 }
 
-std::string verdictText(const health::Verdict& verdict)
+std::string verdictText(const health::Verdict& verdict, std::size_t lead, std::size_t column)
 {
-    std::string text = fmt::format(
-        "{:<{}}{}{}\n", "Verdict", factIndent,
-        emphasised(levelText(verdict.level), verdict.level == Level::good ? Emphasis::good : emphasisOf(verdict.level)),
-        verdict.doubtful ? ", in doubt: the checksum is wrong" : "");
-    text += reasonLines("", verdict.reasons);
-    if (verdict.level == Level::good)
-        text += factText("", fmt::format("{} [{}]", health::Verdict::promise, health::Verdict::promiseSource));
-    return text + reasonLines("Set aside", verdict.setAside) + reasonLines("Note", verdict.notes);
+    const Place place{lead, column};
+    const bool isGood = verdict.level == Level::good;
+    std::string text = place.named("Verdict") +
+                       emphasised(levelText(verdict.level), isGood ? Emphasis::good : emphasisOf(verdict.level)) +
+                       (verdict.doubtful ? ", in doubt: the checksum is wrong\n" : "\n");
+    text += reasonLines("", verdict.reasons, place);
+    if (isGood)
+        text += wrapped(fmt::format("{} [{}]", health::Verdict::promise, health::Verdict::promiseSource), screenWidth(),
+                        column);
+    return text + reasonLines("Set aside", verdict.setAside, place) + reasonLines("Note", verdict.notes, place);
+}
+
+Level levelOf(const health::Verdict& verdict, std::uint8_t attribute)
+{
+    const auto reason = std::ranges::find(verdict.reasons, attribute, &Reason::attribute);
+    return reason == verdict.reasons.end() ? Level::good : reason->level;
 }
 
 std::string reasonsText(const health::Verdict& verdict)

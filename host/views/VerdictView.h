@@ -4,6 +4,8 @@
 #include "host/console/Text.h"
 #include "vantorel/health/Verdict.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -17,8 +19,12 @@ namespace vantorel::host {
 /// Lines of a block: a name, and a text that is broken where the screen ends. Nothing for an empty text.
 [[nodiscard]] std::string factText(std::string_view name, std::string_view text);
 
-/// A verdict in full: the level, its reasons with their sources, what was set aside, notes.
-[[nodiscard]] std::string verdictText(const health::Verdict& verdict);
+/// A verdict in full: the level, its reasons with their sources, what was set aside, notes. Names of lines stand behind
+/// `lead` blanks, their texts in column `column`.
+[[nodiscard]] std::string verdictText(const health::Verdict& verdict, std::size_t lead = 0, std::size_t column = 12);
+
+/// What a verdict makes of an attribute: the level of the reason that names its number.
+[[nodiscard]] health::Level levelOf(const health::Verdict& verdict, std::uint8_t attribute);
 
 /// The reasons of a verdict, a bullet each, without sources.
 [[nodiscard]] std::string reasonsText(const health::Verdict& verdict);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace vantorel::machines {
@@ -112,12 +113,18 @@ int layerOf(const BlockDevice& device)
 class Scanner {
 public:
     Scanner(const ScanSources& sources, const SystemScan* before, const std::set<std::string, std::less<>>& changed)
-        : sources_(sources), before_(before), hardware_(sources.sysfs), block_(sources.sysfs + "/class/block")
+        : sources_(sources),
+          before_(before),
+          changed_(changed),
+          hardware_(sources.sysfs),
+          block_(sources.sysfs + "/class/block")
     {
         if (!before)
             return;
         for (const BlockDevice& device : before->devices) {
-            if (!device.raid && !changed.contains(device.kernelName))
+            if (device.raid)
+                arrays_.emplace(device.kernelName);
+            else if (!changed.contains(device.kernelName))
                 unchanged_.emplace(device.kernelName, &device);
         }
     }
@@ -136,8 +143,12 @@ public:
 private:
     std::optional<BlockDevice> look(const std::string& name)
     {
-        const auto known = unchanged_.find(name);
-        return known == unchanged_.end() ? read(name) : std::optional(*known->second);
+        if (const auto known = unchanged_.find(name); known != unchanged_.end())
+            return *known->second;
+        // A device that nobody has told of yet is not complete: udev knows it only when its event has come.
+        if (before_ && !changed_.contains(name) && !arrays_.contains(name))
+            return std::nullopt;
+        return read(name);
     }
 
     std::optional<BlockDevice> read(const std::string& name)
@@ -208,11 +219,10 @@ private:
 
     void askSuperblocks(BlockDevice& device, const BlockDevice& whole)
     {
-        if (!sources_.superblocks || unchanged_.contains(device.kernelName) ||
-            device.properties.contains("ID_PART_TABLE_TYPE") || device.properties.contains("ID_PART_ENTRY_SCHEME") ||
-            device.properties.contains("ID_FS_TYPE"))
-            return;
-        device.properties.merge(sources_.superblocks(device, whole));
+        // udev may have looked and found nothing: then it knows since when it knows the device.
+        constexpr const char* knownSince = "USEC_INITIALIZED";
+        if (sources_.superblocks && !unchanged_.contains(device.kernelName) && !device.properties.contains(knownSince))
+            device.properties.merge(sources_.superblocks(device, whole));
     }
 
     std::vector<BlockDevice> inOrder()
@@ -254,7 +264,9 @@ private:
 
     const ScanSources& sources_;
     const SystemScan* before_;
+    const std::set<std::string, std::less<>>& changed_;
     std::unordered_map<std::string_view, const BlockDevice*> unchanged_;
+    std::unordered_set<std::string_view> arrays_; ///< looked at every time
     HardwareScan hardware_;
     Folder block_;
     std::vector<BlockDevice> wholes_;

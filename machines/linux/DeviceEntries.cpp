@@ -102,7 +102,7 @@ std::string addRoad(const BlockDevice& disk, const std::string& platform, EntryL
         return addPlain("IOHDIXHDDriveOutKernel", disk.name, addPlain("IOHDIXController", "", platform, entries),
                         entries);
     const Hardware& hardware = *disk.hardware;
-    const std::string parent = hardware.pci ? addFunction(*hardware.pci, platform, entries) : platform;
+    std::string parent = hardware.pci ? addFunction(*hardware.pci, platform, entries) : platform;
     const char* const unit = hardware.isOptical ? "IOSCSIPeripheralDeviceType05" : "IOSCSIPeripheralDeviceType00";
     switch (hardware.road) {
     case Road::ahci:

@@ -95,8 +95,6 @@ private:
             texts.emplace_back();
             return texts;
         }
-        if (rest_.starts_with('*') || rest_.starts_with('+'))
-            throw NotListable();
         if (!accept("{"))
             return texts;
         unsigned count = 0;

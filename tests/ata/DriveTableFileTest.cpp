@@ -59,7 +59,7 @@ TEST(DriveTableFile, TakesCommentsPartsAndEscapesAnywhere)
 {
     const DriveTableReading reading =
         readDriveTable("/* { \"no\" */ // {\n"
-                       "{ \"A \\\"{1}\\\" \" // }\n  \"// B\", /* x\n */ \"a\\\\.b\"\n, \"\","
+                       "{ \"A \\\"{1}\\\" \" // }\n  \"// B\", /* x\n */\"a\\\\.b\"\n, \"\","
                        "\"one\\ntwo\\t\\?\" , \"-v 9,minutes\" , }\n ,\n{\"\",\"m\",\"\",\"\",\"\"}",
                        "");
     EXPECT_TRUE(reading.faults.empty());

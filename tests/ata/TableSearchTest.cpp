@@ -121,6 +121,11 @@ TEST(LiteralAlternatives, ListsWhatAnExpressionStandsFor)
                 UnorderedElementsAre("M4-01", "M4-02", "M4-X", "M4-"));
     EXPECT_THAT(*literalAlternatives("AB.*|C\\.[x-z]{2}D", 20, anywhere), testing::SizeIs(10));
     EXPECT_THAT(*literalAlternatives("", 10, anywhere), ElementsAre(""));
+    EXPECT_THAT(*literalAlternatives("a{3}b{0}[cde]", 3, whole), ElementsAre("aaac", "aaad", "aaae"));
+    EXPECT_FALSE(literalAlternatives("a{4}", 3, whole));
+    EXPECT_FALSE(literalAlternatives("[a-d]", 3, whole));
+    EXPECT_FALSE(literalAlternatives("a|b|c|d", 3, whole));
+    EXPECT_THAT(*literalAlternatives("[]a-]x", 10, whole), UnorderedElementsAre("]x", "-x", "ax"));
     for (const char* open : {"a.b", "a*", "[^a]", "a+", "(a.*)b", "(a", "a)", "[a", "a{2", "a{1,2}", "\\d", "^a",
                              "[a-z]{3}", "[b-a]", "[\u00E9]"})
         EXPECT_FALSE(literalAlternatives(open, 1000, anywhere)) << open;

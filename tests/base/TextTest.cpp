@@ -48,6 +48,14 @@ TEST(Text, EveryByteOutsideAWellFormedSequenceBecomesOneReplacementCharacter)
         {"\xED\xA0\x80", mark + mark + mark}, // surrogate
         {"\xF4\x90\x80\x80", mark + mark + mark + mark},
         {"\xE2\x82", mark + mark}, // cut
+        {"\xE2\x82(", mark + mark + "("},
+        {"\xF0\x9F\x92(", mark + mark + mark + "("},
+        {"\xF0\x9F(\xBE", mark + mark + "(" + mark},
+        {"\xF5\x80\x80\x80", mark + mark + mark + mark},
+        {"\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\xC2\x80",
+         "\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\xC2\x80"},
+        {"\xE0\x9F\xBF", mark + mark + mark},
+        {"\xF0\x8F\xBF\xBF", mark + mark + mark + mark},
     };
     for (const auto& [bytes, text] : cases) {
         EXPECT_EQ(toUtf8(bytes), text);

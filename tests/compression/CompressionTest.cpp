@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/compression/Compression.h"
 
+#include "LargestAllocation.h"
 #include "support/StreamPump.h"
 #include "support/TestData.h"
 
@@ -95,6 +96,22 @@ TEST(Compression, AResultTakesNoMoreMemoryThanAboutTwiceItsSize)
             EXPECT_LE(packed.capacity(), 2 * packed.size() + 1) << int(algorithm);
             EXPECT_LE(decompress(packed, algorithm)->capacity(), 2 * plain.size()) << int(algorithm);
         }
+}
+
+TEST(Compression, NothingLargeIsSetAsideForWhatIsAskedForOrClaimed)
+{
+    // Blocks of 0xffffffff plain bytes: one of opcodes, of which there is none but the end; one of a byte of LZ4.
+    const Data claims[] = {
+        {'b', 'v', 'x', 'n', 255, 255, 255, 255, 8, 0, 0, 0, 6, 0, 0, 0, 0, 0, 0, 0, 'b', 'v', 'x', '$'},
+        {'b', 'v', '4', '1', 255, 255, 255, 255, 1, 0, 0, 0, 0, 'b', 'v', '4', '$'},
+    };
+    const Data some = {1, 2, 3};
+    test::largestAllocation = 0;
+    for (const CompressionAlgorithm algorithm : algorithms)
+        EXPECT_EQ(decompress(*compress(some, algorithm, 1 << 30), algorithm, 1 << 30), some);
+    EXPECT_EQ(thrownBy([&] { return decompress(claims[0], lzfse); }), CompressionError::processError);
+    EXPECT_EQ(thrownBy([&] { return decompress(claims[1], lz4); }), CompressionError::processError);
+    EXPECT_LT(test::largestAllocation, 1U << 20);
 }
 
 TEST(Compression, LzfseIsWhatIsUsedUnlessAskedOtherwise)

@@ -174,7 +174,7 @@ TEST(Lzfse, RefusesEntropyBlocksThatContradictThemselves)
         {"a literal state out of bounds", [](auto& h) { h.literalState[3] = literalStates; }},
         {"a count state out of bounds", [](auto& h) { h.literalCountState = literalCountStates; }},
         {"a length state out of bounds", [](auto& h) { h.lengthState = lengthStates; }},
-        {"a distance state out of bounds", [](auto& h) { h.distanceState = 0xffff; }},
+        {"a distance state out of bounds", [](auto& h) { h.distanceState = distanceStates; }},
         {"frequencies beyond the states", [](auto& h) { h.frequencies[allSymbols - 1] = 1024; }},
         {"frequencies that overflow", [](auto& h) { h.frequencies.fill(0xffff); }},
         {"no frequencies", [](auto& h) { h.frequencies.fill(0); }},
@@ -187,6 +187,39 @@ TEST(Lzfse, RefusesEntropyBlocksThatContradictThemselves)
         const auto bytes = recordBytes(le32(size));
         std::copy(bytes.begin(), bytes.end(), stream.begin() + 24);
         EXPECT_EQ(expand(stream), std::nullopt) << "a packed header of " << size << " bytes";
+    }
+}
+
+TEST(Lzfse, AHeaderIsPlausibleUpToItsLimits)
+{
+    EntropyHeader most{};
+    most.literalCount = maxLiterals;
+    most.matchCount = maxMatches;
+    most.literalPayloadSize = maxLiteralPayload;
+    most.matchPayloadSize = maxMatchPayload;
+    most.payloadSize = maxLiteralPayload + maxMatchPayload;
+    most.literalBits = most.matchBits = 0U - 7;
+    most.literalState.fill(literalStates - 1);
+    most.literalCountState = literalCountStates - 1;
+    most.lengthState = lengthStates - 1;
+    most.distanceState = distanceStates - 1;
+    EXPECT_TRUE(isPlausible(most));
+    const std::initializer_list<std::function<void(EntropyHeader&)>> beyond = {
+        [](auto& h) { h.literalCount = maxLiterals + 4; },
+        [](auto& h) { h.matchCount = maxMatches + 1; },
+        [](auto& h) { h.literalPayloadSize = maxLiteralPayload + 1, h.payloadSize = h.payloadSize + 1; },
+        [](auto& h) { h.matchPayloadSize = maxMatchPayload + 1, h.payloadSize = h.payloadSize + 1; },
+        [](auto& h) { h.literalBits = 0U - 8; },
+        [](auto& h) { h.matchBits = 0U - 8; },
+        [](auto& h) { h.literalState[0] = literalStates; },
+        [](auto& h) { h.literalCountState = literalCountStates; },
+        [](auto& h) { h.lengthState = lengthStates; },
+        [](auto& h) { h.distanceState = distanceStates; },
+    };
+    for (const auto& change : beyond) {
+        EntropyHeader changed = most;
+        change(changed);
+        EXPECT_FALSE(isPlausible(changed)) << &change - beyond.begin();
     }
 }
 

@@ -137,9 +137,9 @@ TEST(DecodeCommand, WithJsonAFailureIsADocumentToo)
     const test::TemporaryFolder folder;
     const auto missing = runCommand("decode nvme --json " + folder.file("none"));
     EXPECT_EQ(missing.status, 1);
-    EXPECT_EQ(missing.out, "{\"error\":\"" + folder.file("none") + ": No such file or directory\"}\n");
+    EXPECT_EQ(missing.out, "{\"format\":1,\"error\":\"" + folder.file("none") + ": No such file or directory\"}\n");
     EXPECT_EQ(missing.err, "vantorel: " + folder.file("none") + ": No such file or directory\n");
-    EXPECT_EQ(runCommand("decode nvme --json").out, "{\"error\":\"arguments: LOG is required\"}\n");
+    EXPECT_EQ(runCommand("decode nvme --json").out, "{\"format\":1,\"error\":\"arguments: LOG is required\"}\n");
 }
 
 TEST(DecodeCommand, AnOutputThatTakesNothingIsAnError)

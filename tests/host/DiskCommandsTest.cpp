@@ -65,6 +65,19 @@ TEST(ListCommand, ASampleIsShownWhenItIsAskedFor)
     EXPECT_EQ(runCommand("list --wake" + tower).status, 1) << "only drives of this computer sleep";
 }
 
+TEST(ListCommand, AMachineWithoutDisksIsNoSuccess)
+{
+    const test::TemporaryFolder folder;
+    const std::string machine =
+        " --machine " + folder.write("ioreg.txt", "+-o Root  <class IORegistryEntry, id 0x1>\n");
+    for (const std::string verb : {"list", "stats", "smart", "check"}) {
+        const auto run = runCommand(verb + machine);
+        EXPECT_EQ(run.status, 1) << verb;
+        EXPECT_THAT(run.out, testing::AnyOf("No disks.\n", "No drives.\n")) << verb;
+        EXPECT_EQ(runCommand(verb + " --json" + machine).status, 1) << verb;
+    }
+}
+
 TEST(ListCommand, WritesNumbersTheSameInEveryLocale)
 {
     const std::string json = runCommand("list --json" + tower).out;
@@ -95,6 +108,36 @@ std::string listingOf(const std::string& model, int partitions)
                 ">\n            {\n              \"BSD Name\" = \"disk0s" + std::to_string(i) +
                 "\"\n              \"Whole\" = No\n            }\n";
     return text;
+}
+
+TEST(ListCommand, PartitionsStandUnderTheirDiskInTheNamesOfLinuxToo)
+{
+    Json media = Json::array();
+    int unit = -1;
+    for (const std::string name :
+         {"vda", "sda", "sda1", "nvme1n1", "nvme1n1p1", "nvme1n1p12", "mmcblk0", "sds", "sds2"}) {
+        const bool isWhole = std::string("vda sda sds nvme1n1 mmcblk0").find(name) != std::string::npos;
+        unit += isWhole ? 1 : 0;
+        media.push_back({{"IOObjectClass", "IOMedia"},
+                         {"IORegistryEntryName", name},
+                         {"BSD Name", name},
+                         {"BSD Unit", unit},
+                         {"Whole", isWhole}});
+    }
+    const Json device = {{"IOObjectClass", "IOBlockStorageDevice"}, {"IORegistryEntryChildren", media}};
+    Json document;
+    document["registry"] = {{"IOObjectClass", "IORegistryEntry"}, {"IORegistryEntryChildren", Json::array({device})}};
+    const test::TemporaryFolder folder;
+    const auto run = runCommand("list --json --machine " + folder.write("machine.json", document.dump()));
+    const Json listed = Json::parse(run.out);
+    std::string tree;
+    for (const Json& disk : listed["disks"]) {
+        tree += disk["bsdName"].get<std::string>() + "(";
+        for (const Json& child : disk["children"])
+            tree += child["bsdName"].get<std::string>() + " ";
+        tree += ") ";
+    }
+    EXPECT_EQ(tree, "vda() sda(sda1 ) nvme1n1(nvme1n1p1 nvme1n1p12 ) mmcblk0() sds(sds2 ) ");
 }
 
 TEST(ListCommand, AHostileNameCannotDriveTheTerminal)

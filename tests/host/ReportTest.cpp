@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -94,10 +95,10 @@ TEST(ReportCommand, AReportIsShownAndIsTheMachineThatItWasMadeOf)
     const json& drive = document["drives"][1];
     EXPECT_EQ(drive["serial"], "     WD-WCAPW0TOWER1") << "untrimmed, as everywhere in JSON";
     EXPECT_EQ(drive["differences"], json::array());
-    EXPECT_EQ(drive["stored"]["values"][0]["name"], drive["decoded"]["smartValues"][0]["name"]);
+    EXPECT_EQ(drive["stored"]["values"][0]["name"], drive["record"]["smartValues"][0]["name"]);
     const auto same = runCommand("diff " + report + " " + report);
     EXPECT_EQ(same.status, 0);
-    EXPECT_THAT(same.out, HasSubstr("disk1  WDC WD5000AAKS-00TMA0, serial WD-WCAPW0TOWER1: unchanged\n"));
+    EXPECT_THAT(same.out, HasSubstr("disk1  WDC WD5000AAKS-00TMA0, serial WD-WCAPW0TOWER1: at risk, unchanged\n"));
 }
 
 TEST(ReportCommand, TheControllerOfAReportedNvmeDriveAnswersAsItDid)
@@ -306,7 +307,7 @@ TEST(ReportCommand, OpensReportsOfOtherVersionsAndMarksWhatIsDecodedOtherwiseTod
     EXPECT_THAT(shown.err, HasSubstr("vantorel: ../../escape: Its raw SMART data are not whole.\n"));
     EXPECT_THAT(shown.out, HasSubstr("Made by      vantorel of an unknown version\n"));
     EXPECT_THAT(shown.out, HasSubstr("Unknown key  drives[0].firmware\n"));
-    EXPECT_THAT(shown.out, HasSubstr("*     5  Reallocated Sector Count (stored Old  [31mName)"));
+    EXPECT_THAT(shown.out, HasSubstr("*!    5  Reallocated Sector Count (stored Old  [31mName)"));
     EXPECT_THAT(shown.out, HasSubstr("*!  250  Gone"));
     EXPECT_THAT(shown.out, HasSubstr("decoded otherwise than they were stored: 18\n"));
 
@@ -351,7 +352,7 @@ TEST(ReportCommand, WhatIsExtractedIsARecordedMachine)
     EXPECT_FALSE(std::filesystem::exists(inner + "/disk0-data.bin"));
 }
 
-/// The drive with another raw value and another current value in the slot of an attribute.
+/// The drive with another raw value and another current value in the slot of an attribute, and the sum that fits.
 PropertyTable altered(PropertyTable drive, std::uint8_t id, std::uint8_t raw, std::uint8_t current)
 {
     Data sector = *drive.get<Data>("smartData");
@@ -362,6 +363,8 @@ PropertyTable altered(PropertyTable drive, std::uint8_t id, std::uint8_t raw, st
             sector[slot + 6] = 0;
         }
     }
+    sector[511] = 0;
+    sector[511] = static_cast<std::uint8_t>(-std::accumulate(sector.begin(), sector.end(), 0));
     drive["smartData"] = sector;
     return drive;
 }
@@ -392,18 +395,31 @@ TEST(DiffCommand, TellsWhatGotWorseByItsExitStatus)
     };
     const PropertyArray before = {wd, nvme};
     const Case cases[] = {
-        {{wd, nvme}, 0, {"disk0  WDC WD5000AAKS-00TMA0: unchanged", "disk1  NVMe One: unchanged"}},
-        {{altered(wd, 9, 255, 80), nvme}, 0, {"    9  Power On Hours  shrank  14992   255"}},
-        {{altered(wd, 5, 64, 192), nvme}, 64, {"!   5  Reallocated Sector Count  grew    63      64"}},
-        {{altered(wd, 5, 64, 140), nvme}, 24, {"crossed  63 (ok)  64 (failedNow)"}},
+        {{wd, nvme}, 0, {"disk0  WDC WD5000AAKS-00TMA0: at risk, unchanged\n", "disk1  NVMe One: good, unchanged\n"}},
+        {{altered(wd, 9, 255, 80), nvme},
+         0,
+         {"on for 14737 hours more when OLD was made", "    9  Power_On_Hours  shrank  14992 hours  255 hours"}},
+        {{altered(wd, 12, 57, 99), nvme},
+         0,
+         {"  12  Power_Cycle_Count  grew    56 (100, worst 100)  57 (99, worst 100)"}},
+        {{altered(wd, 5, 64, 192), nvme}, 64, {"!   5  Reallocated_Sector_Ct  grew    63 sectors  64 sectors"}},
+        {{altered(wd, 5, 63, 140), nvme},
+         8,
+         {"WD5000AAKS-00TMA0: at risk -> FAILING\n  - Reallocated_Sector_Ct: value 140 has reached its limit of 140",
+          "crossed  63 sectors (192, worst 192) (at risk)  63 sectors (140, worst 192) (failing)"}},
         {{unread, nvme}, 4, {"S.M.A.R.T. data  vanished  readable"}},
-        {{wd, nvmeWith(0, 4)}, 8, {"Critical Warning  crossed"}},
-        {{wd, nvmeWith(3, 80)}, 64, {"Available Spare  shrank  90%     80%"}},
-        {{wd, nvmeWith(5, 101)}, 32, {"Percentage Used  crossed"}},
-        {{wd, nvmeWith(167, 1)}, 64, {"Media and Data Integrity Errors  grew"}},
+        {{wd, nvmeWith(0, 4)},
+         8,
+         {"NVMe One: good -> FAILING\n  - ", "CriticalWarning  crossed  0x00 (good)  0x04 (failing)"}},
+        {{wd, nvmeWith(3, 80)}, 0, {"AvailableSpare  shrank  90 %    80 %"}},
+        {{wd, nvmeWith(5, 91)}, 32, {"good -> watch\n", "PercentageUsed  crossed  0 % (good)  91 % (watch)"}},
+        {{wd, nvmeWith(160, 1)},
+         16 | 64,
+         {"good -> at risk\n", "MediaAndDataIntegrityErrors  crossed  0 (good)  1 (at risk)"}},
         {{nvme, wdDrive("disk9")},
-         2,
-         {"disk9  WDC WD5000AAKS-00TMA0: appeared", "disk0  WDC WD5000AAKS-00TMA0: vanished"}},
+         2 | 16,
+         {"disk9  WDC WD5000AAKS-00TMA0: at risk, appeared\n  - 529 sectors wait",
+          "disk0  WDC WD5000AAKS-00TMA0: vanished"}},
     };
     const TemporaryFolder folder;
     const std::string old = archive(folder, "old", {{"drives", before}});
@@ -417,10 +433,11 @@ TEST(DiffCommand, TellsWhatGotWorseByItsExitStatus)
         EXPECT_EQ(document["status"], test.status);
     }
     // Backwards the crossing is a recovery.
-    const std::string worse = archive(folder, "worse", {{"drives", PropertyArray{altered(wd, 5, 64, 140)}}});
+    const std::string worse = archive(folder, "worse", {{"drives", PropertyArray{altered(wd, 5, 63, 140)}}});
     const auto better = runCommand("diff " + worse + " " + archive(folder, "new", {{"drives", PropertyArray{wd}}}));
     EXPECT_EQ(better.status, 0);
-    EXPECT_THAT(better.out, HasSubstr("recovered  64 (failedNow)  63 (ok)"));
+    EXPECT_THAT(better.out,
+                HasSubstr("recovered  63 sectors (140, worst 192) (failing)  63 sectors (192, worst 192) (at risk)"));
 }
 
 /// A listing with one disk, as gzip data.
@@ -474,7 +491,14 @@ TEST(DiffCommand, JoinsDrivesByTheirSerialNumbersWhereBothAreKnown)
     };
     const std::string old = reportOf("old", "disk0", "S1");
     EXPECT_EQ(runCommand("diff " + old + " " + reportOf("new", "disk4", " S1 ")).status, 0) << "it moved";
-    EXPECT_EQ(runCommand("diff " + old + " " + reportOf("new", "disk0", "S2")).status, 2) << "it was replaced";
+    EXPECT_EQ(runCommand("diff " + old + " " + reportOf("new", "disk0", "S2")).status, 2 | 16) << "it was replaced";
+    PropertyTable other = wdDrive("disk0");
+    other["model"] = "Another";
+    const std::string sameNumber =
+        archive(folder, "same", {{"drives", PropertyArray{other}}, {"ioreg", gzippedListing(folder, "disk0", "S1")}});
+    EXPECT_THAT(runCommand("diff " + old + " " + sameNumber).out,
+                testing::AllOf(HasSubstr("disk0  Another, serial S1: at risk, appeared\n"),
+                               HasSubstr("disk0  WDC WD5000AAKS-00TMA0, serial S1: vanished\n")));
     const auto unknown = runCommand("diff " + old + " " + reportOf("new", "disk0", ""));
     EXPECT_EQ(unknown.status, 0);
     EXPECT_THAT(unknown.err, HasSubstr("drives are told apart by model and name\n"));

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include <cstdlib>
+#include "support/TemporaryFolder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -16,14 +17,9 @@ public:
 
     FakeSysfs()
     {
-        std::string name = (std::filesystem::temp_directory_path() / "vantorel-sysfs-XXXXXX").string();
-        root_ = mkdtemp(name.data()); // NOLINT(concurrency-mt-unsafe)
         std::filesystem::create_directories(root_ / "sys/class/block");
         std::filesystem::create_directories(root_ / "etc");
     }
-    ~FakeSysfs() { std::filesystem::remove_all(root_); }
-    FakeSysfs(const FakeSysfs&) = delete;
-    FakeSysfs& operator=(const FakeSysfs&) = delete;
 
     [[nodiscard]] std::string path(const std::string& relative) const { return root_ / relative; }
     [[nodiscard]] std::string sysfs() const { return path("sys"); }
@@ -73,7 +69,8 @@ public:
     }
 
 private:
-    std::filesystem::path root_;
+    TemporaryFolder folder_;
+    std::filesystem::path root_ = folder_.file("");
 };
 
 } // namespace vantorel::test

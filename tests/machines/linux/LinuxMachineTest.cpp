@@ -50,6 +50,21 @@ std::string flag(std::optional<bool> value)
     return value ? (*value ? "yes" : "no") : "-";
 }
 
+/// Which commands the block storage device of a drive says it can be sent.
+std::string commands(const Drive& drive)
+{
+    system::IOHandle driver;
+    system::IOHandle device;
+    system::IORegistryEntryGetParentEntry(system::IOHandle(drive.ioService()).get(), system::kIOServicePlane,
+                                          driver.receive());
+    system::IORegistryEntryGetParentEntry(driver.get(), system::kIOServicePlane, device.receive());
+    system::PropertyTableRef properties;
+    system::IORegistryEntryCreateCFProperties(device.get(), properties, nullptr, 0);
+    return properties->get<bool>("SMART Capable") == true        ? "ata"
+           : properties->get<bool>("NVMe SMART Capable") == true ? "nvme"
+                                                                 : "-";
+}
+
 TEST_F(LinuxMachineTest, DrivesOfEveryRoadSayWhoTheyAre)
 {
     addHardDisk(sysfs);
@@ -62,18 +77,18 @@ TEST_F(LinuxMachineTest, DrivesOfEveryRoadSayWhoTheyAre)
                          "|" + drive->revision().value_or("-") + "|" + drive->serial().value_or("-") + "|" +
                          std::string(rawValue(drive->driveKind())) + "|" + std::string(rawValue(drive->interface())) +
                          "|" + std::string(rawValue(drive->deviceProtocol())) + "|" + flag(drive->isInternal()) + "|" +
-                         flag(drive->isTrimEnabled()) + "|" + std::to_string(*drive->size()));
+                         flag(drive->isTrimEnabled()) + "|" + std::to_string(*drive->size()) + "|" + commands(*drive));
     }
     EXPECT_THAT(
         drives,
-        ElementsAre("sda|WDC WD2003FYYS-02W0B1|Unknown|01.01D01|WD-WMAY00000017|hdd|ahci|sata|yes|no|2000398934016",
+        ElementsAre("sda|WDC WD2003FYYS-02W0B1|Unknown|01.01D01|WD-WMAY00000017|hdd|ahci|sata|yes|no|2000398934016|ata",
                     // What a bridge tells by the kernel's flag is no knowledge of the drive behind it.
-                    "sdb|Cruzer Glide|SanDisk|1.27|DD5641988396B|unknown|usb 3|usb|no|no|30752000000",
-                    "sdc|ST600MM0006|SEAGATE|LS0A|S0M2T7XX|hdd|unknown|unknown|yes|no|600127266816",
-                    "vda|-|Unknown|-|VTVIRT0006|unknown|unknown|unknown|yes|no|33554432",
+                    "sdb|Cruzer Glide|SanDisk|1.27|DD5641988396B|unknown|usb 3|usb|no|no|30752000000|-",
+                    "sdc|ST600MM0006|SEAGATE|LS0A|S0M2T7XX|hdd|unknown|unknown|yes|no|600127266816|-",
+                    "vda|-|Unknown|-|VTVIRT0006|unknown|unknown|unknown|yes|no|33554432|-",
                     "nvme0n1|Samsung SSD 970 EVO Plus 250GB|Samsung|2B2QEXM7|S4EUNX0N123456|ssd|nvme|pcie|yes|yes|"
-                    "250059350016",
-                    "mmcblk0|SC16G|Unknown|-|0x2b8d9d4e|ssd|unknown|sd|no|no|15931539456"));
+                    "250059350016|nvme",
+                    "mmcblk0|SC16G|Unknown|-|0x2b8d9d4e|ssd|unknown|sd|no|no|15931539456|-"));
 }
 
 TEST_F(LinuxMachineTest, PartitionsAndTheirVolumes)
@@ -169,8 +184,11 @@ TEST_F(LinuxMachineTest, MirrorsAreRaidSetsOnTheirMembers)
         return text ? text->get<std::string>().value_or("") : "";
     };
     EXPECT_EQ(status(), "Online");
+    sysfs.block(disk + "/nvme0n1p2", 259, 2, 12, 4096, "DEVTYPE=partition\n",
+                {{"partition", "2\n"}, {"start", "8192\n"}});
     array("1\n", "faulty\n");
     EXPECT_TRUE(settleUntil([&status] { return status() == "Degraded"; }));
+    EXPECT_FALSE(tracked<Volume>("nvme0n1p2")) << "its own event has not come: udev is not done with it";
 }
 
 TEST_F(LinuxMachineTest, EncryptedLvmIsOneLayerOnItsPartition)
@@ -245,6 +263,30 @@ TEST_F(LinuxMachineTest, NothingToSeeIsAComputerWithoutDisks)
     EXPECT_TRUE(Vantorel::shared().disks().empty());
     EXPECT_EQ(system::machine()->mountPoints(), std::nullopt);
     EXPECT_EQ(system::machine()->openAta(0x100000001).status, system::kIOReturnNoDevice);
+}
+
+TEST_F(LinuxMachineTest, SuperblocksAreReadOnlyWhereUdevKnowsNothing)
+{
+    addHardDisk(sysfs);
+    std::vector<std::string> asked;
+    const machines::ScanSources sources{
+        .sysfs = sysfs.sysfs(),
+        .etc = sysfs.path("etc"),
+        .udev =
+            [](const machines::BlockDevice& device) {
+                return device.name == "sda1" ? machines::DeviceProperties()
+                                             : machines::DeviceProperties{{"USEC_INITIALIZED", "11535442"}};
+            },
+        .superblocks =
+            [&asked](const machines::BlockDevice& device, const machines::BlockDevice& whole) {
+                asked.push_back(device.name + " of " + whole.name);
+                return machines::DeviceProperties{{"ID_FS_LABEL_ENC", "BOOT"}};
+            }};
+    const auto first = machines::scanSystem(sources);
+    EXPECT_THAT(asked, ElementsAre("sda1 of sda"));
+    const auto second = machines::scanSystem(sources, &first, {"sda2"});
+    EXPECT_EQ(asked.size(), 1U);
+    EXPECT_EQ(machines::valueOf(second.devices.at(1).properties, "ID_FS_LABEL_ENC"), "BOOT");
 }
 
 TEST_F(LinuxMachineTest, TheComputerIsKnownByItsBoardOrByItsSystem)
