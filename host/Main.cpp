@@ -51,6 +51,7 @@ int run(int argc, char** argv)
     host::addWatch(app, status);
     host::addStats(app, status);
     host::addReport(app, status);
+    host::addRecord(app, status);
     host::addShow(app, status);
     host::addDiff(app, status);
     host::addMachineCheck(app, status);

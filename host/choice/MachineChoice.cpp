@@ -109,19 +109,23 @@ void addMachineOptions(CLI::App& app)
     app.add_flag(wakeOption)->description("Read drives that sleep, too, which wakes them")->excludes(path);
 }
 
+ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
+{
+    const auto* const option = app.get_option(machineOption);
+    if (option->count() == 0)
+        return {thisComputer(app.get_option(wakeOption)->count() > 0), "this computer"};
+    ChosenMachine chosen{nullptr, option->as<std::string>()};
+    chosen.machine = recordedMachine(chosen.path, laterEvents);
+    return chosen;
+}
+
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     system::setMessageSink([](std::string_view line) { tell(line); });
-    std::string path = "this computer";
-    const auto* const option = app.get_option(machineOption);
-    if (option->count() > 0) {
-        path = option->as<std::string>();
-        system::install(recordedMachine(path, laterEvents));
-    } else {
-        system::install(thisComputer(app.get_option(wakeOption)->count() > 0));
-    }
+    ChosenMachine chosen = chosenMachine(app, laterEvents);
+    system::install(std::move(chosen.machine));
     static_cast<void>(Vantorel::shared());
-    return path;
+    return std::move(chosen.path);
 }
 
 std::string loadMachine(const CLI::App& app, LaterEvents laterEvents)

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/system/Machine.h"
+
 #include <CLI/CLI.hpp>
 
+#include <memory>
 #include <string>
 
 namespace vantorel::host {
@@ -13,9 +16,18 @@ enum class LaterEvents { happen, stayOut };
 /// Adds `--machine PATH` and `--wake`, for every verb that looks at a machine.
 void addMachineOptions(CLI::App& app);
 
-/// Installs the machine that was chosen, this computer unless another was named, and starts the registry. The library's
-/// own lines go to standard error from now on. Gives the machine's path, or "this computer". Throws for a machine that
-/// cannot be loaded; faults that were passed over are told on standard error.
+/// A machine and what it is called in messages: its path, or "this computer".
+struct ChosenMachine {
+    std::unique_ptr<system::Machine> machine;
+    std::string path;
+};
+
+/// The machine that was chosen, this computer unless another was named; neither installed nor started. Throws for one
+/// that cannot be loaded; faults that were passed over are told on standard error.
+[[nodiscard]] ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents);
+
+/// Installs the machine that was chosen and starts the registry. The library's
+/// own lines go to standard error from now on. Gives the machine's path, or "this computer". Throws as `chosenMachine`.
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents);
 
 /// `startMachine`; every disk that is there has arrived when it returns.

@@ -5,6 +5,7 @@
 #include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/OutputFile.h"
+#include "host/files/ReportRedaction.h"
 #include "host/health/DriveOutcome.h"
 #include "host/views/Quantity.h"
 #include "host/views/Time.h"
@@ -30,6 +31,7 @@ namespace {
 struct ReportArguments {
     std::string output = "report.vantorel";
     bool force = false;
+    bool redact = false;
 };
 
 /// Reads the drives side by side, as `smart` does, and gives each reading to the report when it comes to that drive.
@@ -89,7 +91,9 @@ int report(const CLI::App& app, const ReportArguments& arguments)
     loadMachine(app);
     const Readings readings;
     std::string fault;
-    const Data bytes = makeReport(readings, fault);
+    Data bytes = makeReport(readings, fault);
+    if (arguments.redact)
+        bytes = redactedReport(bytes);
     OutputFile file(arguments.output);
     file.write(bytes);
     file.commit();
@@ -112,6 +116,8 @@ void addReport(CLI::App& app, int& status)
     const auto arguments = std::make_shared<ReportArguments>();
     verb->add_option("-o,--output", arguments->output, "File to write; - for standard output")->capture_default_str();
     verb->add_flag("--force", arguments->force, "Replace the file if it exists");
+    verb->add_flag("--redact", arguments->redact,
+                   "Put pseudonyms in the place of serial numbers, UUIDs, names of hardware, hosts and users");
     verb->callback([&app, arguments, &status] { status = report(app, *arguments); });
 }
 

@@ -27,6 +27,7 @@ public:
     void fault(std::string what) const;
 
     [[nodiscard]] bool has(std::string_view key) const;
+    [[nodiscard]] bool isArray() const { return value_ && value_->array(); }
     [[nodiscard]] JsonPlace at(std::string_view key) const;
     [[nodiscard]] std::vector<std::string> keys() const;
     void expectKeys(std::initializer_list<std::string_view> known) const;
@@ -44,6 +45,7 @@ public:
     {
         return at(key).value<double>("no number");
     }
+    [[nodiscard]] std::optional<std::uint64_t> count() const;
     [[nodiscard]] std::optional<std::uint64_t> count(std::string_view key) const { return at(key).count(); }
 
     /// The text here, or the digits of the integer here; else empty.
@@ -64,7 +66,6 @@ private:
             fault(otherwise);
         return result;
     }
-    [[nodiscard]] std::optional<std::uint64_t> count() const;
 
     const PropertyValue* value_;
     std::string path_;

@@ -85,7 +85,8 @@ Recording loadRecording(const std::string& path)
 
 Recording loadRecording(const std::string& path, DataView bytes)
 {
-    if (fs::path(path).extension() == ".json")
+    const auto start = std::ranges::find_if(bytes, [](std::uint8_t byte) { return byte > ' '; });
+    if (fs::path(path).extension() == ".json" || (start != bytes.end() && *start == '{'))
         return loadJson(path, bytes);
     Recording recording;
     recording.entries = readListing(bytes, path, recording.faults);

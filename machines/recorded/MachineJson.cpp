@@ -9,8 +9,11 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
+#include <optional>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
 namespace vantorel::recorded {
 
@@ -26,6 +29,46 @@ constexpr std::array<std::string_view, 8> ataCommands{"open", "identify",   "ena
                                                       "data", "thresholds", "status", "offline"};
 constexpr std::array<std::string_view, 4> nvmeCommands{"open", "identify", "log", "errorLog"};
 
+/// The entry that is told on its own; absent when it has no id.
+std::optional<RegistryEntry> readEntry(const JsonPlace& place)
+{
+    place.expectKeys({"id", "name", "class", "location", "inheritance", "parents", "properties", "comment"});
+    RegistryEntry entry;
+    entry.id = place.count("id").value_or(0);
+    if (entry.id == 0) {
+        place.fault("an entry without its \"id\"");
+        return std::nullopt;
+    }
+    entry.name = place.words("name").value_or("");
+    entry.className = place.words("class").value_or("");
+    entry.location = place.words("location").value_or("");
+    place.each("inheritance", [&](const JsonPlace& name) {
+        if (const auto text = name.words())
+            entry.inheritance.push_back(*text);
+    });
+    place.each("parents", [&](const JsonPlace& parent) {
+        if (const auto id = parent.count())
+            entry.parents.push_back(*id);
+    });
+    if (place.has("properties"))
+        entry.properties = place.at("properties").table();
+    return entry;
+}
+
+std::vector<RegistryEntry> readEntries(const JsonPlace& parent, std::string_view key)
+{
+    std::vector<RegistryEntry> entries;
+    std::unordered_set<std::uint64_t> ids;
+    parent.each(key, [&](const JsonPlace& place) {
+        std::optional<RegistryEntry> entry = readEntry(place);
+        if (entry && ids.insert(entry->id).second)
+            entries.push_back(*std::move(entry));
+        else if (entry)
+            place.fault("an entry of an id that is told already");
+    });
+    return entries;
+}
+
 class Reader {
 public:
     Reader(const std::string& file, const FileReader& read, Recording& recording)
@@ -34,7 +77,7 @@ public:
 
     void readAll(const JsonPlace& root)
     {
-        root.expectKeys({"listing", "registry", "volumes", "drives", "events", "comment"});
+        root.expectKeys({"listing", "registry", "entries", "volumes", "drives", "events", "comment"});
         root.each("volumes", [this](const JsonPlace& volume) {
             if (std::optional<RecordedVolume> read = readVolume(volume))
                 recording_.volumes.push_back(*std::move(read));
@@ -129,16 +172,24 @@ private:
                 return false;
             parent = *entry;
         }
+        if (place.at("arrive").isArray()) {
+            arrive({readEntries(place, "arrive")}, step);
+            return true;
+        }
         EntryCollector collector(nextId_);
         collectEntries(place.at("arrive").table(), parent, file_, place.at("arrive").path(), collector,
                        recording_.faults);
         nextId_ += collector.size();
-        RecordedStep::Arrival arrival{collector.take()};
-        index_.add(arrival.entries);
-        if (arrival.entries.empty())
+        if (collector.size() == 0)
             return false;
-        step.what = std::move(arrival);
+        arrive({collector.take()}, step);
         return true;
+    }
+
+    void arrive(RecordedStep::Arrival arrival, RecordedStep& step)
+    {
+        index_.add(arrival.entries);
+        step.what = std::move(arrival);
     }
 
     void readDrive(const JsonPlace& place)
@@ -151,7 +202,7 @@ private:
         if (!media)
             return;
         const auto kind = isNvme ? RecordedDrive::Kind::nvme : RecordedDrive::Kind::ata;
-        const std::optional<std::uint64_t> capable = index_.capableAbove(*media, kind);
+        const std::optional<std::uint64_t> capable = index_.capableFrom(*media, kind);
         if (!capable)
             return place.fault("no entry above the disk is \"" + std::string(capabilityKey(kind)) + "\"");
         RecordedDrive drive = isNvme ? readNvme(place.at("nvme")) : readAta(place.at("ata"));
@@ -180,9 +231,9 @@ private:
         drive.identify = readBytes(place, "identify", identifySize);
         readLogs(place, drive);
         if (std::optional<Data> log = readBytes(place, "log", sectorSize))
-            drive.logs.insert_or_assign(smartLogPage, *std::move(log));
+            drive.logs.insert_or_assign(nvmeadmin::healthLog, *std::move(log));
         if (std::optional<Data> errors = readBytes(place, "errorLog", std::nullopt))
-            drive.logs.insert_or_assign(errorLogPage, *std::move(errors));
+            drive.logs.insert_or_assign(nvmeadmin::errorLog, *std::move(errors));
         readFailures(place, nvmeCommands, drive);
         return drive;
     }
@@ -276,7 +327,9 @@ Recording readMachineJson(DataView bytes, const std::string& file, const FileRea
     const PropertyValue document = readJsonObject(bytes, file);
     Recording recording;
     const JsonPlace root(&document, std::string(), file, recording.faults);
-    if (root.has("registry")) {
+    if (root.has("entries")) {
+        recording.entries = readEntries(root, "entries");
+    } else if (root.has("registry")) {
         EntryCollector collector;
         collectEntries(root.at("registry").table(), 0, file, "registry", collector, recording.faults);
         recording.entries = collector.take();

@@ -23,8 +23,8 @@ public:
     /// The id of the entry with this device name ("disk0s1") or this id, in decimal or behind "0x"; nothing when there
     /// is none.
     [[nodiscard]] std::optional<std::uint64_t> find(const std::string& name) const;
-    /// The nearest entry above this one that declares itself capable of SMART of this kind.
-    [[nodiscard]] std::optional<std::uint64_t> capableAbove(std::uint64_t entry, RecordedDrive::Kind kind) const;
+    /// This entry or the nearest above it that declares itself capable of SMART of this kind.
+    [[nodiscard]] std::optional<std::uint64_t> capableFrom(std::uint64_t entry, RecordedDrive::Kind kind) const;
 
     [[nodiscard]] static std::optional<std::uint64_t> numberFrom(std::string_view text);
 
@@ -39,5 +39,9 @@ private:
     std::unordered_map<std::uint64_t, Known> entries_;
     std::unordered_map<std::string, std::uint64_t> names_;
 };
+
+/// The device name of the first whole disk above which each drive stands, by the entry that answers for the drive;
+/// drives without a disk are left out.
+[[nodiscard]] std::unordered_map<std::uint64_t, std::string> disksOfDrives(const Recording& recording);
 
 } // namespace vantorel::recorded

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/ReportReader.h"
 
-#include "Gunzip.h"
+#include "Gzip.h"
 #include "vantorel/system/KeyedArchiver.h"
 
 #include <concepts>
@@ -215,7 +215,7 @@ Data ReportReader::expandedRegistry(std::size_t limit) const
         return {};
     try {
         return report::gunzip(*ioreg_, limit);
-    } catch (const report::GunzipError& error) {
+    } catch (const report::GzipError& error) {
         throw ReportError(std::string("the report's registry listing: ") + error.what());
     }
 }

@@ -300,7 +300,9 @@ private:
 
 bool isKeyedArchive(DataView bytes)
 {
-    const auto holds = [bytes](std::string_view mark) { return !std::ranges::search(bytes, mark).empty(); };
+    const auto holds = [bytes](std::string_view mark) {
+        return std::search(bytes.begin(), bytes.end(), mark.begin(), mark.end()) != bytes.end();
+    };
     const auto start = std::ranges::find_if(bytes, [](std::uint8_t byte) { return byte > ' '; });
     const bool isXml = start != bytes.end() && (*start == '<' || *start == 0xEF); // or a byte order mark
     return (isXml || isBinaryPropertyList(bytes)) && holds("$archiver") && holds("$objects") && holds("$top");

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "Gunzip.h"
+#include "Gzip.h"
 
 #include <zlib.h>
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -44,9 +45,9 @@ public:
             if (status == Z_MEM_ERROR)
                 throw std::bad_alloc();
             if (status != Z_OK && status != Z_BUF_ERROR)
-                throw GunzipError(std::string("damaged gzip data: ") + (stream_.msg ? stream_.msg : "a dictionary"));
+                throw GzipError(std::string("damaged gzip data: ") + (stream_.msg ? stream_.msg : "a dictionary"));
             if (stream_.avail_in == 0 && bytes.empty() && stream_.avail_out != 0)
-                throw GunzipError("gzip data cut short");
+                throw GzipError("gzip data cut short");
         }
     }
 
@@ -58,7 +59,7 @@ private:
         const int status = inflate(&stream_, Z_NO_FLUSH);
         const std::size_t count = chunk_.size() - stream_.avail_out;
         if (count > limit - result.size())
-            throw GunzipError("gzip data that expand to more than " + std::to_string(limit) + " bytes");
+            throw GzipError("gzip data that expand to more than " + std::to_string(limit) + " bytes");
         result.insert(result.end(), chunk_.begin(), chunk_.begin() + static_cast<std::ptrdiff_t>(count));
         return status;
     }
@@ -77,7 +78,32 @@ Data gunzip(DataView bytes, std::size_t limit)
         bytes = inflater.member(bytes, result, limit);
     while (bytes.size() >= 2 && bytes[0] == 0x1F && bytes[1] == 0x8B);
     if (std::ranges::any_of(bytes, [](std::uint8_t byte) { return byte != 0; }))
-        throw GunzipError("gzip data with something else behind them");
+        throw GzipError("gzip data with something else behind them");
+    return result;
+}
+
+Data gzip(DataView bytes)
+{
+    constexpr int memoryLevel = 8; // zlib's own
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, gzipOnly, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
+        throw std::bad_alloc();
+    const std::unique_ptr<z_stream, int (*)(z_stream*)> end(&stream, deflateEnd);
+    Data result;
+    Data chunk(64 * 1024);
+    int status = Z_OK;
+    while (status != Z_STREAM_END) {
+        if (stream.avail_in == 0) {
+            const std::size_t count = std::min<std::size_t>(bytes.size(), std::numeric_limits<uInt>::max());
+            stream.next_in = const_cast<Bytef*>(bytes.data()); // zlib reads only
+            stream.avail_in = static_cast<uInt>(count);
+            bytes = bytes.subspan(count);
+        }
+        stream.next_out = chunk.data();
+        stream.avail_out = static_cast<uInt>(chunk.size());
+        status = deflate(&stream, bytes.empty() ? Z_FINISH : Z_NO_FLUSH);
+        result.insert(result.end(), chunk.data(), stream.next_out);
+    }
     return result;
 }
 
