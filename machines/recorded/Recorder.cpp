@@ -25,8 +25,6 @@ namespace {
 
 using namespace system;
 
-constexpr std::size_t sectorSize = 512;
-
 /// Notes what a machine tells until it is taken.
 class Notes final : public MachineEvents {
 public:
