@@ -5,6 +5,7 @@
 #include "host/files/OutputFile.h"
 #include "host/files/ReportFile.h"
 #include "host/views/ReportView.h"
+#include "vantorel/system/IOReturn.h"
 
 #include <fmt/format.h>
 
@@ -92,7 +93,10 @@ private:
         add("errorLog", drive.errorLog);
         if (drive.failing)
             answers["exceeded"] = *drive.failing;
-        if (drive.bsdName && !answers.empty())
+        else if (!isLog) // not to be taken for a good verdict
+            answers["failures"]["status"] = system::nameOfIOReturn(system::kIOReturnUnsupported);
+        const bool wasOpened = drive.smartData || (drive.failure && drive.failure->opened);
+        if (drive.bsdName && wasOpened)
             machine_["drives"].push_back({{"disk", *drive.bsdName}, {isLog ? "nvme" : "ata", answers}});
     }
 

@@ -57,15 +57,6 @@ void JsonPlace::each(std::string_view key, const std::function<void(const JsonPl
         visit({&(*array)[i], place.path_ + "[" + std::to_string(i) + "]", file_, faults_});
 }
 
-std::string JsonPlace::text() const
-{
-    if (!value_)
-        return {};
-    if (value_->get<double>())
-        return std::to_string(count().value_or(0));
-    return value_->text() ? *value_->text() : std::string();
-}
-
 PropertyTable JsonPlace::table() const
 {
     if (value_ && value_->table())

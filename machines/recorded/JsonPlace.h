@@ -28,6 +28,7 @@ public:
 
     [[nodiscard]] bool has(std::string_view key) const;
     [[nodiscard]] bool isArray() const { return value_ && value_->array(); }
+    [[nodiscard]] bool isNumber() const { return value_ && value_->get<double>(); }
     [[nodiscard]] JsonPlace at(std::string_view key) const;
     [[nodiscard]] std::vector<std::string> keys() const;
     void expectKeys(std::initializer_list<std::string_view> known) const;
@@ -48,8 +49,6 @@ public:
     [[nodiscard]] std::optional<std::uint64_t> count() const;
     [[nodiscard]] std::optional<std::uint64_t> count(std::string_view key) const { return at(key).count(); }
 
-    /// The text here, or the digits of the integer here; else empty.
-    [[nodiscard]] std::string text() const;
     /// The table here; empty when there is none.
     [[nodiscard]] PropertyTable table() const;
     /// The bytes of `{"base64": "…"}`; absent when something else stands here.

@@ -306,7 +306,11 @@ private:
     /// The id of the entry that is named here by its device name or its id.
     std::optional<std::uint64_t> entryNamed(const JsonPlace& place)
     {
-        const std::optional<std::uint64_t> entry = index_.find(place.text());
+        std::optional<std::uint64_t> entry;
+        if (!place.isNumber())
+            entry = index_.find(place.words().value_or(""));
+        else if (const auto id = place.count(); id && index_.contains(*id))
+            entry = id;
         if (!entry)
             place.fault("no entry of this device name or id");
         return entry;

@@ -183,15 +183,10 @@ std::string hexadecimal(std::uint64_t number)
     return digits;
 }
 
-/// IDENTIFY DEVICE data end with a checksum where they say so (ATA8-ACS, word 255).
-void mendChecksum(Data& identify)
+/// The sum of the bytes, which is 0 in sectors that end with a checksum (ATA8-ACS).
+unsigned checksum(DataView bytes)
 {
-    constexpr std::size_t size = 512;
-    constexpr std::uint8_t signature = 0xA5;
-    if (identify.size() != size || identify[size - 2] != signature)
-        return;
-    const auto sum = std::accumulate(identify.begin(), identify.end() - 1, 0U);
-    identify[size - 1] = static_cast<std::uint8_t>(0U - sum);
+    return std::accumulate(bytes.begin(), bytes.end(), 0U) % 256;
 }
 
 } // namespace
@@ -454,11 +449,17 @@ base::Uuid Redaction::redacted(const base::Uuid& uuid) const
 
 Data Redaction::redacted(DataView bytes) const
 {
-    std::string result(characters(bytes));
-    replace(result);
-    if (std::string words = exchanged(result); replace(words))
-        result = exchanged(std::move(words));
-    return {result.begin(), result.end()};
+    std::string text(characters(bytes));
+    bool isReplaced = replace(text);
+    if (std::string words = exchanged(text); replace(words)) {
+        text = exchanged(std::move(words));
+        isReplaced = true;
+    }
+    Data result(text.begin(), text.end());
+    constexpr std::size_t sectorSize = 512;
+    if (isReplaced && result.size() == sectorSize && checksum(bytes) == 0)
+        result.back() = static_cast<std::uint8_t>(result.back() - checksum(result));
+    return result;
 }
 
 void Redaction::redact(std::string_view key, PropertyValue& value) const
@@ -518,8 +519,6 @@ void Redaction::redact(RecordedDrive& drive) const
     }
     for (auto& [address, log] : drive.logs)
         log = redacted(DataView(log));
-    if (drive.identify && drive.kind == RecordedDrive::Kind::ata)
-        mendChecksum(*drive.identify);
 }
 
 void Redaction::redact(Recording& recording) const

@@ -23,6 +23,7 @@ public:
     /// The id of the entry with this device name ("disk0s1") or this id, in decimal or behind "0x"; nothing when there
     /// is none.
     [[nodiscard]] std::optional<std::uint64_t> find(const std::string& name) const;
+    [[nodiscard]] bool contains(std::uint64_t id) const { return entries_.contains(id); }
     /// This entry or the nearest above it that declares itself capable of SMART of this kind.
     [[nodiscard]] std::optional<std::uint64_t> capableFrom(std::uint64_t entry, RecordedDrive::Kind kind) const;
 

@@ -29,11 +29,11 @@ const TextSearch::Pattern* TextSearch::longestAt(std::string_view text) const
     auto begin = patterns_.begin();
     auto end = patterns_.end();
     for (std::size_t i = 0; i < text.size() && begin != end; ++i) {
-        const auto byte = [i](const Pattern& pattern) { return static_cast<unsigned char>(pattern.first[i]); };
         const auto wanted = static_cast<unsigned char>(text[i]);
+        const auto byte = [i](const Pattern& pattern) { return static_cast<unsigned char>(pattern.first[i]); };
         if (byte(*begin) != wanted || byte(*(end - 1)) != wanted) { // else it is in all of them
-            begin = std::ranges::lower_bound(begin, end, wanted, {}, byte);
-            end = std::ranges::upper_bound(begin, end, wanted, {}, byte);
+            begin = std::partition_point(begin, end, [&](const Pattern& pattern) { return byte(pattern) < wanted; });
+            end = std::partition_point(begin, end, [&](const Pattern& pattern) { return byte(pattern) == wanted; });
         }
         if (begin != end && begin->first.size() == i + 1) {
             longest = &*begin;

@@ -169,6 +169,9 @@ TEST(ReportCommand, TellsWhatCouldNotBeReadAndShowTellsItLater)
     EXPECT_EQ(drives[2]["failure"]["opened"], false);
     EXPECT_EQ(drives[2]["status"], 2);
     EXPECT_EQ(runCommand("smart --machine " + report).status, 6) << "the drives of the report fail as they did";
+    EXPECT_EQ(runCommand("show --extract " + folder.file("inner") + " " + report).status, 0);
+    EXPECT_EQ(runCommand("smart --machine " + folder.file("inner")).status, 6);
+    EXPECT_EQ(runCommand("machine check " + folder.file("inner")).status, 0);
 
     // Of an older report the listing alone tells which drives have SMART.
     const std::string bytes = contentsOf(report);

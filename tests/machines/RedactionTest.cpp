@@ -194,6 +194,8 @@ TEST(Redaction, PutsThePseudonymWhereverTheOriginalStood)
 
     const Data name = device.get<Data>("WWN").value();
     EXPECT_EQ(text(name).substr(0, 3), text(nameBytes).substr(0, 3)) << "the maker stays";
+    EXPECT_EQ(name[3] >> 4U, nameBytes[3] >> 4U);
+    EXPECT_NE(name[3] & 15U, nameBytes[3] & 15U);
     EXPECT_EQ(exchanged(text(identify)).substr(216, 8), text(name));
     std::uint64_t number = 0;
     for (const std::uint8_t byte : name)

@@ -300,9 +300,8 @@ private:
 
 bool isKeyedArchive(DataView bytes)
 {
-    const auto holds = [bytes](std::string_view mark) {
-        return std::search(bytes.begin(), bytes.end(), mark.begin(), mark.end()) != bytes.end();
-    };
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const auto holds = [text](std::string_view mark) { return text.find(mark) != std::string_view::npos; };
     const auto start = std::ranges::find_if(bytes, [](std::uint8_t byte) { return byte > ' '; });
     const bool isXml = start != bytes.end() && (*start == '<' || *start == 0xEF); // or a byte order mark
     return (isXml || isBinaryPropertyList(bytes)) && holds("$archiver") && holds("$objects") && holds("$top");

@@ -2,6 +2,7 @@
 #include "vantorel/system/KeyedArchiver.h"
 
 #include "system/propertylist/BinaryPropertyList.h"
+#include "vantorel/system/PropertyList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -324,6 +325,24 @@ TEST(KeyedUnarchiver, EndsOrderlyForAnArchiveCutOrChangedAnywhere)
         refused += failure(changed).empty() ? 0 : 1;
     }
     EXPECT_GT(refused, 0U);
+}
+
+TEST(KeyedUnarchiver, KnowsAnArchiveByItsMarksWhereverTheyStand)
+{
+    const Data binary = archivedDataWithRootObject(PropertyTable{{"a", 1}});
+    const std::string xml = writeXmlPropertyList(readPropertyList(binary));
+    const auto isArchive = [](const std::string& text) { return isKeyedArchive(Data(text.begin(), text.end())); };
+    EXPECT_TRUE(isKeyedArchive(binary));
+    EXPECT_TRUE(isArchive(xml));
+    EXPECT_TRUE(isArchive("\xEF\xBB\xBF" + xml));
+    EXPECT_TRUE(isArchive("\r\n\t " + xml));
+    EXPECT_FALSE(isArchive("text " + xml));
+    EXPECT_FALSE(isArchive(""));
+    for (const char* const mark : {"$archiver", "$objects", "$top"}) {
+        std::string without = xml;
+        without[without.find(mark)] = '%';
+        EXPECT_FALSE(isArchive(without)) << mark;
+    }
 }
 
 } // namespace
