@@ -3,6 +3,7 @@
 #include "machines/recorded/RecordedMachine.h"
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"

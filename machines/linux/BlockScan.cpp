@@ -219,11 +219,10 @@ private:
 
     void askSuperblocks(BlockDevice& device, const BlockDevice& whole)
     {
-        if (!sources_.superblocks || unchanged_.contains(device.kernelName) ||
-            device.properties.contains("ID_PART_TABLE_TYPE") || device.properties.contains("ID_PART_ENTRY_SCHEME") ||
-            device.properties.contains("ID_FS_TYPE"))
-            return;
-        device.properties.merge(sources_.superblocks(device, whole));
+        // udev may have looked and found nothing: then it knows since when it knows the device.
+        constexpr const char* knownSince = "USEC_INITIALIZED";
+        if (sources_.superblocks && !unchanged_.contains(device.kernelName) && !device.properties.contains(knownSince))
+            device.properties.merge(sources_.superblocks(device, whole));
     }
 
     std::vector<BlockDevice> inOrder()

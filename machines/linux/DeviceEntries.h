@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "RegistryEntries.h"
+#include "Commands.h"
+#include "EntryList.h"
+#include "SystemScan.h"
 
 #include <string>
 

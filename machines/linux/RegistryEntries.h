@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "Commands.h"
 #include "EntryList.h"
 #include "SystemScan.h"
 
@@ -9,8 +10,7 @@
 
 namespace vantorel::machines {
 
-/// Which commands a whole disk can be sent.
-enum class Commands { none, ata, nvme };
+/// Tells which commands a whole disk can be sent.
 using CommandsOf = std::function<Commands(const BlockDevice& disk)>;
 
 /// The registry in the platform's shape that this look at the system makes; see docs/linux.md. It depends on nothing

@@ -231,9 +231,9 @@ private:
         drive.identify = readBytes(place, "identify", identifySize);
         readLogs(place, drive);
         if (std::optional<Data> log = readBytes(place, "log", sectorSize))
-            drive.logs.insert_or_assign(smartLogPage, *std::move(log));
+            drive.logs.insert_or_assign(nvmeadmin::healthLog, *std::move(log));
         if (std::optional<Data> errors = readBytes(place, "errorLog", std::nullopt))
-            drive.logs.insert_or_assign(errorLogPage, *std::move(errors));
+            drive.logs.insert_or_assign(nvmeadmin::errorLog, *std::move(errors));
         readFailures(place, nvmeCommands, drive);
         return drive;
     }

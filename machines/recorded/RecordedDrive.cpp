@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "RecordedDrive.h"
 
+#include "vantorel/layouts/AtaCommands.h"
+#include "vantorel/layouts/NvmeCommands.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <optional>
@@ -13,24 +16,7 @@ namespace {
 
 using namespace system;
 
-// ATA commands, and the features of SMART (ATA8-ACS).
-constexpr std::uint8_t identifyDevice = 0xEC;
-constexpr std::uint8_t smart = 0xB0;
-constexpr std::uint8_t smartReadData = 0xD0;
-constexpr std::uint8_t smartReadThresholds = 0xD1;
-constexpr std::uint8_t smartAutosave = 0xD2;
-constexpr std::uint8_t smartOffline = 0xD4;
-constexpr std::uint8_t smartReadLog = 0xD5;
-constexpr std::uint8_t smartEnable = 0xD8;
-constexpr std::uint8_t smartDisable = 0xD9;
-constexpr std::uint8_t smartReturnStatus = 0xDA;
-constexpr std::uint32_t smartKey = 0xC24F00;
-constexpr std::uint32_t smartExceeded = 0x2CF400;
-
-// NVMe admin commands and statuses (NVM Express Base Specification).
-constexpr std::uint8_t nvmeGetLogPage = 0x02;
-constexpr std::uint8_t nvmeIdentify = 0x06;
-constexpr std::uint32_t identifyController = 1;
+// Statuses of NVMe completions (NVM Express Base Specification).
 constexpr std::uint16_t invalidField = 0x002;
 constexpr std::uint16_t invalidLogPage = 0x109;
 
@@ -63,25 +49,25 @@ public:
     {
         if (!isPresent_())
             return {kIOReturnNoDevice, 0, 0};
-        if (command.command == identifyDevice)
+        if (command.command == acs::identifyDevice)
             return answer("identify", pointerTo(drive_->identify), command);
-        if (command.command != smart || (command.lba & 0xFFFF00U) != smartKey)
+        if (command.command != acs::smart || (command.lba & acs::smartKeyMask) != acs::smartKey)
             return {kIOReturnUnsupported, 0, command.lba};
         switch (command.feature) {
-        case smartReadData:
+        case acs::smartReadData:
             return answer("data", pointerTo(drive_->data), command);
-        case smartReadThresholds:
+        case acs::smartReadThresholds:
             return answer("thresholds", pointerTo(drive_->thresholds), command);
-        case smartReadLog:
+        case acs::smartReadLog:
             return readLog(command);
-        case smartReturnStatus:
-            return done("status", drive_->exceeded ? smartExceeded : smartKey);
-        case smartAutosave:
+        case acs::smartReturnStatus:
+            return done("status", drive_->exceeded ? acs::smartExceeded : acs::smartKey);
+        case acs::smartAutosave:
             return done("autosave", command.lba);
-        case smartOffline:
+        case acs::smartOffLine:
             return done("offline", command.lba);
-        case smartEnable:
-        case smartDisable:
+        case acs::smartEnable:
+        case acs::smartDisable:
             return done("enable", command.lba);
         default:
             return {kIOReturnUnsupported, 0, command.lba};
@@ -125,9 +111,9 @@ public:
     {
         if (!isPresent_())
             return {kIOReturnNoDevice, 0, 0};
-        if (command.opcode == nvmeIdentify)
+        if (command.opcode == nvmeadmin::identify)
             return identify(command);
-        if (command.opcode == nvmeGetLogPage)
+        if (command.opcode == nvmeadmin::getLogPage)
             return readLog(command);
         return {kIOReturnUnsupported, 0, invalidField};
     }
@@ -137,7 +123,7 @@ private:
     {
         if (const std::optional<IOReturn> failure = failureOf(*drive_, "identify"))
             return {*failure, 0, 0};
-        if ((command.cdw10to15[0] & 0xFFU) != identifyController || !drive_->identify)
+        if ((command.cdw10to15[0] & 0xFFU) != nvmeadmin::controllerStructure || !drive_->identify)
             return {kIOReturnUnsupported, 0, invalidField};
         return {kIOReturnSuccess, copyBytes(*drive_->identify, command.read), 0};
     }

@@ -2,7 +2,9 @@
 #include "Recorder.h"
 
 #include "vantorel/base/Bytes.h"
+#include "vantorel/layouts/AtaCommands.h"
 #include "vantorel/layouts/Nvme.h"
+#include "vantorel/layouts/NvmeCommands.h"
 
 #include <algorithm>
 #include <array>
@@ -22,8 +24,6 @@ namespace vantorel::recorded {
 namespace {
 
 using namespace system;
-
-constexpr std::size_t sectorSize = 512;
 
 /// Notes what a machine tells until it is taken.
 class Notes final : public MachineEvents {
@@ -123,30 +123,30 @@ public:
 
     void readAll()
     {
-        drive_.identify = read("identify", {.command = 0xEC});
-        const AtaResult enabled = channel_.execute(smart(0xD8, 0));
+        drive_.identify = read("identify", {.command = acs::identifyDevice});
+        const AtaResult enabled = channel_.execute(smart(acs::smartEnable));
         static_cast<void>(kept(enabled.status, {}, 0, "enable", drive_));
-        drive_.data = read("data", smart(0xD0, 0));
-        drive_.thresholds = read("thresholds", smart(0xD1, 0));
+        drive_.data = read("data", smart(acs::smartReadData));
+        drive_.thresholds = read("thresholds", smart(acs::smartReadThresholds));
         readStatus();
         // A log that is asked for and not there would add to the drive's own error log. ATA8-ACS, IDENTIFY DEVICE:
         // word 84 is valid with bits 15 and 14 being 01; bit 0 tells of the error log, bit 1 of self-tests.
         const unsigned features = word(84);
         if ((features & 0xC001U) == 0x4001U)
-            readLog(1);
+            readLog(acs::smartErrorLog);
         if ((features & 0xC002U) == 0x4002U)
-            readLog(6);
+            readLog(acs::smartSelfTestLog);
     }
 
 private:
-    static AtaCommand smart(std::uint8_t feature, std::uint8_t address)
+    static AtaCommand smart(std::uint8_t feature, std::uint8_t address = 0)
     {
-        return {.command = 0xB0, .feature = feature, .lba = 0xC24F00U | address};
+        return {.command = acs::smart, .feature = feature, .lba = acs::smartKey | address};
     }
 
     std::optional<Data> read(const std::string& name, AtaCommand command)
     {
-        Data bytes(sectorSize);
+        Data bytes(acs::sectorSize);
         command.count = 1;
         command.read = bytes;
         const AtaResult result = channel_.execute(command);
@@ -155,24 +155,22 @@ private:
 
     void readLog(std::uint8_t address)
     {
-        if (auto log = read(logCommand(RecordedDrive::Kind::ata, address), smart(0xD5, address)))
+        if (auto log = read(logCommand(RecordedDrive::Kind::ata, address), smart(acs::smartReadLog, address)))
             drive_.logs.emplace(address, *std::move(log));
     }
 
     void readStatus()
     {
-        constexpr std::uint32_t exceeded = 0x2CF400;
-        constexpr std::uint32_t passed = 0xC24F00;
-        const AtaResult result = channel_.execute(smart(0xDA, 0));
-        drive_.exceeded = (result.lba & 0xFFFF00U) == exceeded;
-        const bool isTold = drive_.exceeded || (result.lba & 0xFFFF00U) == passed;
+        const AtaResult result = channel_.execute(smart(acs::smartReturnStatus));
+        drive_.exceeded = (result.lba & acs::smartKeyMask) == acs::smartExceeded;
+        const bool isTold = drive_.exceeded || (result.lba & acs::smartKeyMask) == acs::smartKey;
         if (result.status != kIOReturnSuccess || !isTold) // some roads to a drive hide what it says
             drive_.failures.emplace("status", result.status == kIOReturnSuccess ? kIOReturnUnsupported : result.status);
     }
 
     [[nodiscard]] unsigned word(std::size_t number) const
     {
-        const auto image = readRecord<std::array<std::uint8_t, sectorSize>>(drive_.identify.value_or(Data()));
+        const auto image = readRecord<std::array<std::uint8_t, acs::sectorSize>>(drive_.identify.value_or(Data()));
         return image ? (*image)[2 * number] | unsigned{(*image)[2 * number + 1]} << 8U : 0;
     }
 
@@ -186,11 +184,13 @@ public:
 
     void readAll()
     {
-        drive_.identify = read("identify", {.opcode = 0x06, .cdw10to15 = {1}}, sizeof(NVMeControllerData));
-        readLog(smartLogPage, sectorSize);
+        drive_.identify =
+            read("identify", {.opcode = nvmeadmin::identify, .cdw10to15 = {nvmeadmin::controllerStructure}},
+                 sizeof(NVMeControllerData));
+        readLog(nvmeadmin::healthLog, sizeof(NVMeSMARTLog));
         const auto controller = readRecord<NVMeControllerData>(drive_.identify.value_or(Data()));
         if (controller) // within the least that every controller can transfer
-            readLog(errorLogPage,
+            readLog(nvmeadmin::errorLog,
                     std::min<std::size_t>((std::size_t{controller->elpe} + 1) * sizeof(NVMeErrorLogPage), 4096));
     }
 
@@ -206,8 +206,8 @@ private:
     void readLog(std::uint8_t page, std::size_t size)
     {
         const auto dwords = static_cast<std::uint32_t>(size / 4 - 1);
-        constexpr std::uint32_t everyNamespace = 0xFFFF'FFFF;
-        const NvmeCommand command{.opcode = 0x02, .nsid = everyNamespace, .cdw10to15 = {dwords << 16U | page}};
+        const NvmeCommand command{
+            .opcode = nvmeadmin::getLogPage, .nsid = nvmeadmin::allNamespaces, .cdw10to15 = {dwords << 16U | page}};
         if (auto log = read(logCommand(RecordedDrive::Kind::nvme, page), command, size))
             drive_.logs.emplace(page, *std::move(log));
     }

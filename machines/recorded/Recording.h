@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/layouts/NvmeCommands.h"
 #include "vantorel/system/IOReturn.h"
 #include "vantorel/system/Machine.h"
 
@@ -75,15 +76,12 @@ struct RecordedDrive {
     return kind == RecordedDrive::Kind::nvme ? "NVMe SMART Capable" : "SMART Capable";
 }
 
-inline constexpr std::uint8_t errorLogPage = 1; ///< of NVMe
-inline constexpr std::uint8_t smartLogPage = 2; ///< of NVMe
-
 /// The name of the command that reads a log, by its address or page.
 [[nodiscard]] inline std::string logCommand(RecordedDrive::Kind kind, std::uint8_t address)
 {
-    if (kind == RecordedDrive::Kind::nvme && address == errorLogPage)
+    if (kind == RecordedDrive::Kind::nvme && address == nvmeadmin::errorLog)
         return "errorLog";
-    if (kind == RecordedDrive::Kind::nvme && address == smartLogPage)
+    if (kind == RecordedDrive::Kind::nvme && address == nvmeadmin::healthLog)
         return "log";
     return "log " + std::to_string(address);
 }

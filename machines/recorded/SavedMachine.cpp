@@ -42,9 +42,9 @@ RecordedDrive recordedDrive(const SavedSmart& saved, const DeviceIdentity& ident
         if (!drive.identify)
             drive.identify = controllerData(identity);
         if (saved.data)
-            drive.logs.emplace(smartLogPage, *saved.data);
+            drive.logs.emplace(nvmeadmin::healthLog, *saved.data);
         if (saved.errorLog)
-            drive.logs.emplace(errorLogPage, *saved.errorLog);
+            drive.logs.emplace(nvmeadmin::errorLog, *saved.errorLog);
     } else {
         drive.data = saved.data;
         drive.thresholds = saved.thresholds;

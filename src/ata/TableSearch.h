@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/ata/DriveTables.h"
+#include "vantorel/ata/DriveDatabase.h"
 
 #include <cstddef>
 #include <cstdint>

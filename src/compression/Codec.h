@@ -2,7 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
-#include "vantorel/compression/CompressionStream.h"
+#include "vantorel/compression/StreamTypes.h"
 
 #include <algorithm>
 #include <cstddef>

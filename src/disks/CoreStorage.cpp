@@ -24,24 +24,4 @@ void CoreStorage::loadIOInfo(const PropertyTable& info)
     loadUuid(info, "CoreStorage LVF UUID", familyUuid_);
 }
 
-void CoreStorage::linkPhysicalVolume(const std::shared_ptr<Volume>& volume)
-{
-    logicalVolume_ = volume;
-    volume->coreStorageVolume_ = std::static_pointer_cast<CoreStorage>(shared_from_this());
-}
-
-std::vector<const Disk*> CoreStorage::links() const
-{
-    auto all = Volume::links();
-    if (logicalVolume_)
-        all.push_back(logicalVolume_.get());
-    return all;
-}
-
-void CoreStorage::dropLinks()
-{
-    Volume::dropLinks();
-    logicalVolume_.reset();
-}
-
 } // namespace vantorel

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/disks/DepartedDisks.h"
+#include "DepartedDisks.h"
 
-#include "vantorel/disks/Disk.h"
+#include "DiskLinks.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -11,7 +11,7 @@ namespace vantorel {
 
 void DepartedDisks::add(const std::shared_ptr<Disk>& disk)
 {
-    if (disk->links().empty())
+    if (DiskLinks::of(*disk).empty())
         return; // keeps nobody alive
     disks_.push_back(disk);
     if (disks_.size() >= enough_)
@@ -31,7 +31,7 @@ void DepartedDisks::collect()
             departed.try_emplace(disk.get(), Departed{disk});
     }
     for (const auto& [address, node] : departed) {
-        for (const Disk* const link : node.disk->links()) {
+        for (const Disk* const link : DiskLinks::of(*node.disk)) {
             if (const auto found = departed.find(link); found != departed.end())
                 ++found->second.ownReferences;
         }
@@ -49,7 +49,7 @@ void DepartedDisks::collect()
     while (!toFollow.empty()) {
         const Disk* const disk = toFollow.back();
         toFollow.pop_back();
-        for (const Disk* const link : disk->links()) {
+        for (const Disk* const link : DiskLinks::of(*disk)) {
             if (const auto found = departed.find(link); found != departed.end())
                 reach(found->second);
         }
@@ -60,7 +60,7 @@ void DepartedDisks::collect()
         if (node.isReachable)
             disks_.emplace_back(node.disk);
         else
-            node.disk->dropLinks();
+            DiskLinks::drop(*node.disk);
     }
     enough_ = std::max(fewest, 2 * disks_.size());
 }

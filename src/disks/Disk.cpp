@@ -7,6 +7,7 @@
 #include "vantorel/system/ByteCountFormatter.h"
 
 #include <cstddef>
+#include <tuple>
 
 namespace vantorel {
 
@@ -40,10 +41,8 @@ void Disk::loadIOInfo(const PropertyTable& /*info*/) {}
 
 void Disk::loadDAInfo(const PropertyTable& info)
 {
-    const auto unit = info.get<std::int64_t>("DAMediaBSDUnit");
-    if (orderIsChanged_ && unit != bsdUnit_)
-        *orderIsChanged_ = true;
-    bsdUnit_ = unit;
+    const std::tuple before(bsdUnit_, bsdName_, mediaUuid_);
+    bsdUnit_ = info.get<std::int64_t>("DAMediaBSDUnit");
     bsdName_ = info.get<std::string>("DAMediaBSDName");
     bsdMajor_ = info.get<std::int64_t>("DAMediaBSDMajor");
     bsdMinor_ = info.get<std::int64_t>("DAMediaBSDMinor");
@@ -59,6 +58,8 @@ void Disk::loadDAInfo(const PropertyTable& info)
     isMountable_ = info.get<bool>("DADeviceMountable");
     isNetworkDisk_ = info.get<bool>("DADeviceNetwork");
     loadIconPath(info);
+    if (keysAreStale_ && before != std::tie(bsdUnit_, bsdName_, mediaUuid_))
+        *keysAreStale_ = true;
 }
 
 void Disk::loadFormattedSize()

@@ -2,13 +2,13 @@
 #include "vantorel/disks/Vantorel.h"
 
 #include "DiskClassification.h"
+#include "DiskLinks.h"
+#include "DiskList.h"
 #include "RegistryWalk.h"
-#include "vantorel/disks/CoreStorage.h"
 #include "vantorel/system/DispatchQueue.h"
 #include "vantorel/system/MessageSink.h"
 #include "vantorel/system/RunLoop.h"
 
-#include <algorithm>
 #include <any>
 #include <atomic>
 #include <exception>
@@ -26,27 +26,18 @@ system::DADiskRef diskOf(const system::Notification& notification)
     return disk ? *disk : nullptr;
 }
 
-/// The elements of a list that are of a class.
-template <typename T>
-std::vector<std::shared_ptr<T>> elements(const std::vector<std::shared_ptr<Disk>>& disks)
+/// Whether a disk stands in `volumes`.
+bool isShown(const Volume& volume)
 {
-    std::vector<std::shared_ptr<T>> found;
-    for (const auto& disk : disks) {
-        if (auto element = std::dynamic_pointer_cast<T>(disk))
-            found.push_back(std::move(element));
-    }
-    return found;
-}
-
-template <typename T>
-std::shared_ptr<T> firstNamed(const std::vector<std::shared_ptr<T>>& disks, std::string_view bsdName)
-{
-    const auto found =
-        std::find_if(disks.begin(), disks.end(), [bsdName](const auto& disk) { return disk->bsdName() == bsdName; });
-    return found == disks.end() ? nullptr : *found;
+    return !dynamic_cast<const RaidStorage*>(&volume) && !dynamic_cast<const AppleStorage*>(&volume) &&
+           !volume.coreStorageVolume();
 }
 
 } // namespace
+
+Vantorel::Vantorel() : disks_(std::make_unique<DiskList>()) {}
+
+Vantorel::~Vantorel() = default;
 
 Vantorel& Vantorel::shared()
 {
@@ -96,45 +87,40 @@ void Vantorel::handleDiskAppeared(const system::DADiskRef& diskObject)
     const std::shared_ptr<Disk> disk = createDisk(diskObject);
     if (!disk)
         return;
-    linkToPhysicalVolumes(*disk);
+    linkToPhysicalVolume(disk);
     if (const auto volume = std::dynamic_pointer_cast<Volume>(disk))
         linkToContainers(volume);
-    disks_.insert(disk);
+    disks_->insert(disk);
     tellListeners(disk, DiskEvent::appeared);
 }
 
-void Vantorel::linkToPhysicalVolumes(Disk& disk) const
+void Vantorel::linkToPhysicalVolume(const std::shared_ptr<Disk>& disk) const
 {
-    auto* const logical = dynamic_cast<CoreStorage*>(&disk);
-    auto* const container = dynamic_cast<AppleStorage*>(&disk);
-    if (!logical && !container)
-        return;
-    const auto& wanted = logical ? logical->logicalVolumeUuid() : container->bsdVolumeUUID();
-    // Every match is linked, so the last one in list order is what the new disk keeps.
-    for (const auto& tracked : disks()) {
-        if (tracked->mediaUuid() != wanted)
-            continue;
-        const auto below = std::dynamic_pointer_cast<Volume>(tracked);
-        if (below && logical)
-            logical->linkPhysicalVolume(below);
-        else if (below)
-            container->linkPhysicalStore(below);
-    }
+    // Every match is tied, so the last one in list order is what the new disk keeps.
+    const auto tieToMatches = [this](const auto& logical, const std::optional<base::Uuid>& wanted) {
+        for (const auto& match : disks_->withMediaUuid(wanted)) {
+            if (const auto physical = std::dynamic_pointer_cast<Volume>(match))
+                DiskLinks::tie(logical, physical);
+        }
+    };
+    if (const auto logical = std::dynamic_pointer_cast<CoreStorage>(disk))
+        tieToMatches(logical, logical->logicalVolumeUuid());
+    else if (const auto container = std::dynamic_pointer_cast<AppleStorage>(disk))
+        tieToMatches(container, container->bsdVolumeUUID());
 }
 
 void Vantorel::linkToContainers(const std::shared_ptr<Volume>& volume) const
 {
-    if (disks_.containers().empty())
+    if (!disks_->hasContainers())
         return;
     // Volume, container, container's media: the same walk for every container, so it is made once.
     const auto media = propertiesOfAncestor(system::IOHandle(system::DADiskCopyIOMedia(volume->diskObject())), 2);
     const auto text = media ? media->get<std::string>("UUID") : std::nullopt;
     if (!text)
         return;
-    const auto uuid = base::Uuid::parse(*text);
-    for (AppleStorage* const container : disks_.containers()) {
-        if (container->mediaUuid() == uuid)
-            container->appendLogicalVolume(volume);
+    for (const auto& match : disks_->withMediaUuid(base::Uuid::parse(*text))) {
+        if (auto* const container = dynamic_cast<AppleStorage*>(match.get()))
+            DiskLinks::put(volume, *container);
     }
 }
 
@@ -150,7 +136,7 @@ void Vantorel::diskDisappeared(const system::Notification& notification)
         system::printMessage("Error: Disk disappeared but unable to get BSD name");
         return;
     }
-    const std::shared_ptr<Disk> removed = disks_.remove(*name);
+    const std::shared_ptr<Disk> removed = disks_->remove(*name);
     if (!removed) {
         system::printMessage("Error: Disk disappeared but was not found in current list");
         return;
@@ -170,10 +156,9 @@ void Vantorel::diskUpdated(const system::Notification& notification)
         system::printMessage("Error: Disk updated but could not be created");
         return;
     }
-    const auto tracked =
-        std::find_if(disks().begin(), disks().end(), [&fresh](const auto& disk) { return disk->isEqual(fresh.get()); });
-    if (tracked != disks().end())
-        (*tracked)->update(diskObject);
+    const auto equals = fresh->bsdName() ? disks_->named(*fresh->bsdName()) : std::vector<std::shared_ptr<Disk>>();
+    if (!equals.empty())
+        equals.front()->update(diskObject);
     else
         system::printMessage("Error: Tried to update disk, but was not found");
     tellListeners(fresh, DiskEvent::updated);
@@ -199,56 +184,69 @@ void Vantorel::tellListeners(const std::shared_ptr<Disk>& disk, DiskEvent event)
     }
 }
 
+const std::vector<std::shared_ptr<Disk>>& Vantorel::disks() const
+{
+    return disks_->disks();
+}
+
+void Vantorel::setDisks(std::vector<std::shared_ptr<Disk>> disks)
+{
+    disks_->assign(std::move(disks));
+}
+
 std::vector<std::shared_ptr<Drive>> Vantorel::drives() const
 {
-    return elements<Drive>(disks());
+    return disks_->elements<Drive>();
 }
 
 std::vector<std::shared_ptr<Volume>> Vantorel::volumes() const
 {
-    auto volumes = elements<Volume>(disks());
-    std::erase_if(volumes, [](const auto& volume) {
-        return std::dynamic_pointer_cast<RaidStorage>(volume) || std::dynamic_pointer_cast<AppleStorage>(volume) ||
-               volume->coreStorageVolume();
-    });
+    auto volumes = disks_->elements<Volume>();
+    std::erase_if(volumes, [](const auto& volume) { return !isShown(*volume); });
     return volumes;
 }
 
 std::shared_ptr<Drive> Vantorel::getDrive(std::string_view bsdName) const
 {
-    return firstNamed(drives(), bsdName);
+    for (const auto& disk : disks_->named(bsdName)) {
+        if (auto drive = std::dynamic_pointer_cast<Drive>(disk))
+            return drive;
+    }
+    return nullptr;
 }
 
 std::shared_ptr<Volume> Vantorel::getVolume(std::string_view bsdName) const
 {
-    return firstNamed(volumes(), bsdName);
+    for (const auto& disk : disks_->named(bsdName)) {
+        if (auto volume = std::dynamic_pointer_cast<Volume>(disk); volume && isShown(*volume))
+            return volume;
+    }
+    return nullptr;
 }
 
 std::vector<std::shared_ptr<Volume>> Vantorel::getVolumes(const Drive& drive) const
 {
+    const auto logicalStorage = disks_->standingOn(drive.bsdUnit());
     std::vector<std::shared_ptr<Volume>> result;
-    for (const auto& container : elements<AppleStorage>(disks())) {
-        const auto store = container->bsdVolume();
-        if (store && store->bsdUnit() == drive.bsdUnit()) {
+    for (const auto& disk : logicalStorage) {
+        if (const auto* const container = dynamic_cast<const AppleStorage*>(disk.get())) {
             result = container->logicalVolumes();
             break;
         }
     }
-    const auto shown = volumes();
-    for (const auto& volume : shown) {
-        const auto logical = std::dynamic_pointer_cast<CoreStorage>(volume);
-        const auto physical = logical ? logical->logicalVolume() : nullptr;
-        if (physical && physical->bsdUnit() == drive.bsdUnit())
-            result.push_back(volume);
+    for (const auto& disk : logicalStorage) {
+        if (auto logical = std::dynamic_pointer_cast<CoreStorage>(disk); logical && isShown(*logical))
+            result.push_back(std::move(logical));
     }
     std::vector<std::shared_ptr<Volume>> raids;
-    for (const auto& volume : shown) {
-        if (volume->bsdUnit() != drive.bsdUnit())
+    for (const auto& disk : disks_->ofUnit(drive.bsdUnit())) {
+        auto volume = std::dynamic_pointer_cast<Volume>(disk);
+        if (!volume || !isShown(*volume))
             continue;
         if (auto raid = raidMember(volume->diskObject()))
             raids.push_back(std::move(raid));
         else
-            result.push_back(volume);
+            result.push_back(std::move(volume));
     }
     std::move(raids.begin(), raids.end(), std::back_inserter(result));
     return result;
@@ -274,11 +272,8 @@ std::shared_ptr<RaidStorage> Vantorel::raidMember(const system::DADiskRef& disk)
 
 std::shared_ptr<RaidStorage> Vantorel::getRaidStorageFromMember(const base::Uuid& uuid) const
 {
-    for (const auto& raid : elements<RaidStorage>(disks())) {
-        if (std::find(raid->members().begin(), raid->members().end(), uuid) != raid->members().end())
-            return raid;
-    }
-    return nullptr;
+    const auto sets = disks_->withMember(uuid);
+    return sets.empty() ? nullptr : std::static_pointer_cast<RaidStorage>(sets.front());
 }
 
 system::PropertyTableRef Vantorel::getDiskInfo(const system::DADiskRef& disk)

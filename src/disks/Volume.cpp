@@ -3,8 +3,6 @@
 
 #include "FileSystem.h"
 #include "PropertyReading.h"
-#include "vantorel/disks/AppleStorage.h"
-#include "vantorel/disks/CoreStorage.h"
 #include "vantorel/system/FileManager.h"
 
 namespace vantorel {
@@ -27,22 +25,6 @@ void Volume::loadDAInfo(const PropertyTable& info)
         volumeKind_ = VolumeKind::ntfs;
     else if (kind == "hfs")
         volumeKind_ = VolumeKind::hfs;
-}
-
-std::vector<const Disk*> Volume::links() const
-{
-    std::vector<const Disk*> all;
-    if (coreStorageVolume_)
-        all.push_back(coreStorageVolume_.get());
-    if (apfsMedia_)
-        all.push_back(apfsMedia_.get());
-    return all;
-}
-
-void Volume::dropLinks()
-{
-    coreStorageVolume_.reset();
-    apfsMedia_.reset();
 }
 
 std::optional<std::string> Volume::mountPoint() const

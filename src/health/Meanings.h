@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/health/Attributes.h"
+#include "vantorel/health/Meaning.h"
+#include "vantorel/health/TypedValue.h"
 
 #include <cstdint>
 #include <string_view>

@@ -2,6 +2,7 @@
 #include "Sentence.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace vantorel::health {
 
@@ -27,8 +28,14 @@ std::string numbers(const FailureRate& rate)
 
 std::string rates(const MeasuredRate& measured)
 {
-    return "disks with " + numbers(measured.rate) + " fail at " + percent(measured.rate.perYear) +
-           " a year, those with none at " + percent(measured.without.perYear);
+    const std::string disks = "disks with " + numbers(measured.rate);
+    const std::string ofNone = percent(measured.without.perYear);
+    const double perYear = measured.rate.perYear;
+    if (perYear <= 1)
+        return disks + " fail at " + percent(perYear) + " a year, those with none at " + ofNone;
+    // More than one failure a year is no share of the disks any more; it tells how long one of them lasts.
+    return disks + " last " + std::to_string(std::lround(365 / perYear)) +
+           " days on average, those with none fail at " + ofNone + " a year";
 }
 
 std::string since(std::optional<std::int64_t> hoursBetween)

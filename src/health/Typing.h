@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Meanings.h"
+#include "vantorel/ata/DriveDatabase.h"
 #include "vantorel/layouts/AtaSmart.h"
 
 namespace vantorel::health {

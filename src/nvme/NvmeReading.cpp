@@ -2,6 +2,7 @@
 #include "NvmeReading.h"
 
 #include "MakeResult.h"
+#include "vantorel/layouts/NvmeCommands.h"
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/platform/IOConstants.h"
@@ -16,8 +17,6 @@ namespace vantorel {
 namespace {
 
 using Session = PlugInSession<NVMeSmartInterface>;
-
-constexpr std::uint32_t errorLogPage = 1;
 
 /// One entry of each of the first 40 log pages, as far as the controller gives them.
 std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInterface)
@@ -75,7 +74,7 @@ std::optional<std::vector<NVMeErrorLogPage>> nvme::getErrorLog(const NVMeSmartIn
 {
     std::vector<NVMeErrorLogPage> entries(errorLogEntries(controller));
     const auto length = static_cast<std::uint32_t>(entries.size() * sizeof(NVMeErrorLogPage));
-    if (smartInterface.GetLogPage(entries.data(), errorLogPage, length) != system::kIOReturnSuccess)
+    if (smartInterface.GetLogPage(entries.data(), nvmeadmin::errorLog, length) != system::kIOReturnSuccess)
         return std::nullopt;
     return entries;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "SmartService.h"
+#include "disks/RegistryWalk.h"
 #include "vantorel/platform/IOConstants.h"
 #include "vantorel/smart/SmartController.h"
 
@@ -28,9 +29,7 @@ system::IOHandle capableAncestor(const Drive& drive, bool isNvme)
     const std::string_view key = isNvme ? "NVMe SMART Capable" : "SMART Capable";
     system::IOHandle entry = drive.ioService();
     while (entry) {
-        system::IOHandle parent;
-        system::IORegistryEntryGetParentEntry(entry.get(), system::kIOServicePlane, parent.receive());
-        entry = std::move(parent);
+        entry = ancestor(std::move(entry), 1);
         if (!entry)
             break;
         const auto declared = system::IORegistryEntryCreateCFProperty(entry.get(), key, system::kCFAllocatorDefault, 0);

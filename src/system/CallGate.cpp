@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/CallGate.h"
+#include "CallGate.h"
 
 #include <atomic>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/CoreFoundation.h"
 
-#include "vantorel/system/CallGate.h"
+#include "system/CallGate.h"
 
 namespace vantorel::system {
 

@@ -274,6 +274,8 @@ TEST(Lzfse, ReadsEveryFormOfLzvnOpcode)
         EXPECT_EQ(expand(lzvn(size - 1, joined({opcodes, over}))), std::nullopt) << name;
         EXPECT_EQ(expand(lzvn(size, opcodes)), std::nullopt) << name << " without end";
         EXPECT_EQ(expand(lzvn(size, joined({opcodes, over, Data{0}}))), std::nullopt) << name << " with more behind";
+        const LzvnHeader larger{lzvnMagic, size, static_cast<std::uint32_t>(opcodes.size() + over.size() + 1)};
+        EXPECT_EQ(expand(joined({recordBytes(larger), opcodes, over, end})), std::nullopt) << name << " and the next";
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/disks/Disk.h"
 #include "support/RegistryFixture.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/Volume.h"
 

@@ -150,6 +150,15 @@ TEST_F(DriveTest, ReadsItsCountersAfreshAndAMissingOneAsZero)
     const std::uint64_t driver = 3;
     machine.current[driver] = {{"Statistics", PropertyTable{{"Operations (Read)", 8}}}};
     EXPECT_EQ(drive->statistics()->readOperations, 8) << "although no event was told";
+    const char* const counts[] = {"Operations", "Latency Time", "Bytes", "Total Time", "Errors", "Retries"};
+    PropertyTable all;
+    int next = 100;
+    for (const std::string count : counts) {
+        all[count + " (Read)"] = ++next;
+        all[count + " (Write)"] = ++next;
+    }
+    machine.current[driver] = {{"Statistics", all}};
+    EXPECT_EQ(drive->statistics(), (DriveStatistics{101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112}));
     machine.current.clear();
 
     const PropertyTable beyondDouble = {{"Operations (Read)", (std::uint64_t{1} << 53U) + 1}};

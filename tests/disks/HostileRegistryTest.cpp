@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Machines that lie, and a platform that refuses.
 #include "support/RegistryFixture.h"
+#include "system/CallGate.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
-#include "vantorel/system/CallGate.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

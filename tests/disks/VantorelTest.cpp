@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/disks/Vantorel.h"
 #include "support/RegistryFixture.h"
+#include "system/CallGate.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
-#include "vantorel/system/CallGate.h"
 #include "vantorel/system/NotificationCenter.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +14,8 @@
 #include <array>
 #include <atomic>
 #include <functional>
+#include <future>
+#include <map>
 #include <stdexcept>
 #include <thread>
 
@@ -109,9 +111,14 @@ TEST_F(VantorelTest, ListsASetTwiceForTwoMembersOnOneDrive)
     const auto first = tree.media(drive, "disk0s1", "a");
     const auto second = tree.media(drive, "disk0s2", "b");
     tree.media(drive, "disk0s3", "c");
-    tree.raidSet({{first, test::memberUuidA}, {second, test::memberUuidB}}, "disk1", "Set");
-    load(std::move(tree));
+    tree.raidSet({{first, test::memberUuidA}, {second, test::memberUuidB}, {second, test::memberUuidB}}, "disk1",
+                 "Set");
+    const auto set = tree.entries.back().id;
+    auto& machine = load(std::move(tree));
     EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("disk0"))), "disk0s3 disk1 disk1");
+    machine.remove(set);
+    settle();
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("disk0"))), "disk0s1 disk0s2 disk0s3");
 }
 
 TEST_F(VantorelTest, ClassifiesInOrderAndLeavesOutWhatItCannotRead)
@@ -165,6 +172,41 @@ TEST_F(VantorelTest, LinksOnlyWhenTheLaterPartnerArrives)
     EXPECT_EQ(names(early->logicalVolumes()), "disk1s1") << "a container that is not tracked takes no volume";
 }
 
+TEST_F(VantorelTest, CountsOnlyTheFirstContainerOfADrive)
+{
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    const char* const uuids[] = {test::storeUuid, test::containerUuid, test::physicalUuid, test::memberUuidA};
+    for (int i = 0; i < 2; ++i) {
+        const std::string number = std::to_string(i + 1);
+        const auto store = tree.media(drive, "disk0s" + number, "Container", {{"UUID", uuids[i]}});
+        tree.apfsVolume(tree.container(store, "disk" + number, uuids[2 + i]), "disk" + number + "s1", "Data");
+    }
+    load(std::move(tree));
+    EXPECT_EQ(names(tracked<AppleStorage>("disk2")->logicalVolumes()), "disk2s1");
+    EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("disk0"))), "disk1s1 disk0s1 disk0s2");
+}
+
+TEST_F(VantorelTest, PutsVolumesOfEveryKindIntoTheContainerAboveThemAndNoOthers)
+{
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    const auto store = tree.media(drive, "disk0s1", "Container", {{"UUID", test::storeUuid}});
+    const auto container = tree.container(store, "disk1", test::containerUuid);
+    tree.media(container, "disk2", "Logical", {{"CoreStorage", true}});
+    tree.media(container, "disk3", "Whole");
+    const auto inner = tree.apfsVolume(container, "disk1s1", "Data");
+    tree.container(inner, "disk4", test::physicalUuid); // two levels above it are a scheme and a volume
+    const auto other = tree.add({container}, "Other", "Other", {{"UUID", "no UUID"}});
+    tree.media(other, "disk1s2", "Two levels below the container's entry, which has its UUID");
+    tree.media(tree.add({other}, "Other", "Other"), "disk1s3", "Two levels below none");
+    load(std::move(tree));
+    EXPECT_EQ(names(tracked<AppleStorage>("disk1")->logicalVolumes()), "disk2 disk1s1 disk1s2");
+    EXPECT_EQ(tracked<CoreStorage>("disk2")->volumeKind(), Disk::VolumeKind::apfs);
+    EXPECT_EQ(tracked<Volume>("disk0s1")->volumeKind(), Disk::VolumeKind::unknown);
+    EXPECT_THAT(messages, IsEmpty());
+}
+
 TEST_F(VantorelTest, ComparesAbsentIdentifiersAsEqual)
 {
     test::DiskTree tree;
@@ -213,6 +255,55 @@ TEST_F(VantorelTest, TellsArrivalChangeAndRemovalInOrder)
     EXPECT_EQ(names(container->logicalVolumes()), "disk1s1 disk1s2");
     EXPECT_FALSE(Vantorel::shared().getVolume("disk1s2"));
     EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(VantorelTest, TellsWhenTheListHasChanged)
+{
+    std::vector<std::string> lists;
+    Vantorel::shared().registerListener(
+        std::make_shared<ActingListener>([&] { lists.push_back(names(Vantorel::shared().disks())); }));
+    test::DiskTree tree;
+    const auto partition = tree.media(tree.drive("disk0", "X"), "disk0s1", "p");
+    auto& machine = load(std::move(tree));
+    machine.setVolume("disk0s1", {"hfs", "New", std::nullopt, std::nullopt, {}});
+    machine.remove(partition);
+    settle();
+    EXPECT_THAT(lists, ElementsAre("disk0", "disk0 disk0s1", "disk0 disk0s1", "disk0"));
+}
+
+TEST_F(VantorelTest, TellsArrivalsOnTheMainThreadAndTheRestOnTheThreadOfItsRunLoop)
+{
+    std::map<std::string, std::thread::id> threads;
+    system::CFRunLoopRef itsLoop;
+    std::promise<void> started;
+    std::promise<void> gone;
+    std::atomic<bool> done = false;
+    std::thread owner([&] {
+        Vantorel::shared().registerListener(std::make_shared<ActingListener>([&] {
+            threads.emplace(threads.empty() ? "arrival" : "removal", std::this_thread::get_id());
+            system::CFRunLoopStop(system::CFRunLoopGetCurrent());
+            if (threads.size() == 2)
+                gone.set_value();
+        }));
+        itsLoop = system::CFRunLoopGetCurrent();
+        started.set_value();
+        while (!done)
+            system::CFRunLoopRunInMode(system::kCFRunLoopDefaultMode, 20, true);
+    });
+    started.get_future().wait();
+    test::DiskTree tree;
+    const auto drive = tree.drive("disk0", "X");
+    auto& machine = test::TestMachine::install(std::move(tree.entries));
+    while (threads.empty())
+        system::CFRunLoopRunInMode(system::kCFRunLoopDefaultMode, 20, false);
+    machine.remove(drive);
+    gone.get_future().wait();
+    done = true;
+    system::CFRunLoopStop(itsLoop);
+    const auto ownersId = owner.get_id();
+    owner.join();
+    EXPECT_EQ(threads["arrival"], std::this_thread::get_id());
+    EXPECT_EQ(threads["removal"], ownersId);
 }
 
 TEST_F(VantorelTest, TellsEveryListenerOverASnapshotWhateverTheOthersDo)
@@ -355,6 +446,49 @@ TEST_F(VantorelTest, LetsGoOfAMachineWithAMirrorWithoutALine)
         EXPECT_EQ(Vantorel::shared().disks().size(), 16U);
     }
     EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(VantorelTest, FindsDisksByWhatTheyAreNow)
+{
+    auto tree = test::oneOfEverything();
+    auto& machine = load(tree);
+    auto& registry = Vantorel::shared();
+    const auto volumesOf = [&](const char* drive) { return names(registry.getVolumes(*tracked<Drive>(drive))); };
+
+    // Keys change under the list: a partition moves from one drive to another, a store takes its container with it.
+    const auto moved = tracked<Volume>("disk0s1");
+    moved->loadDAInfo({{"DAMediaBSDName", "other"}, {"DAMediaBSDUnit", 2}});
+    EXPECT_EQ(registry.getVolume("other"), moved);
+    EXPECT_FALSE(registry.getVolume("disk0s1"));
+    EXPECT_EQ(volumesOf("disk0"), "disk1s1 disk1s2 disk0s2");
+    EXPECT_EQ(volumesOf("disk2"), "disk3 other");
+    tracked<Volume>("disk0s2")->loadDAInfo({{"DAMediaBSDName", "disk0s2"}, {"DAMediaBSDUnit", 2}});
+    EXPECT_EQ(volumesOf("disk0"), "");
+    EXPECT_EQ(volumesOf("disk2"), "disk1s1 disk1s2 disk3 other disk0s2");
+
+    // A logical volume that comes now finds its physical volume by the UUID that this has now.
+    const auto physical = entryOf(tree, "disk4s2");
+    auto properties = tree.entries[physical - 1].properties;
+    properties["UUID"] = "EEEEEEEE-0000-4000-8000-000000000009";
+    machine.change(physical, properties);
+    tree.logicalVolume(physical, "disk9", "Late");
+    for (auto entry = tree.entries.end() - 3; entry != tree.entries.end(); ++entry)
+        machine.arrive(*entry);
+    settle();
+    EXPECT_EQ(tracked<CoreStorage>("disk9")->logicalVolume(), tracked("disk4s2"));
+    EXPECT_EQ(names(registry.disks()).substr(0, 12), "disk0 disk1 ") << "and is sorted with all others";
+
+    // Of two disks with one name the first counts, until it is gone.
+    const auto second = Disk::create<Volume>(tracked("disk7s1")->diskObject());
+    auto listed = registry.disks();
+    listed.push_back(second);
+    registry.setDisks(listed);
+    EXPECT_EQ(registry.getVolume("disk7s1"), tracked("disk7s1"));
+    EXPECT_NE(registry.getVolume("disk7s1"), second);
+    machine.remove(entryOf(tree, "disk7s1"));
+    settle();
+    EXPECT_EQ(registry.getVolume("disk7s1"), second);
+    EXPECT_FALSE(registry.getVolume("")) << "nor is a disk without a name found by none";
 }
 
 TEST_F(VantorelTest, StaysEmptyWithoutASession)

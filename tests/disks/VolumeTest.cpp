@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/disks/Volume.h"
+#include "disks/DiskLinks.h"
 #include "support/RegistryFixture.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
@@ -37,7 +38,7 @@ TEST_F(VolumeTest, ChangesItsKindOnlyForTheTwoItKnows)
         EXPECT_EQ(volume->volumeKind(), kind);
     }
     const auto container = unloaded<AppleStorage>();
-    container->appendLogicalVolume(volume);
+    DiskLinks::put(volume, *container);
     volume->loadDAInfo({{"DAVolumeKind", "apfs"}});
     EXPECT_EQ(volume->volumeKind(), Disk::VolumeKind::apfs) << "any kind text leaves what the registry set";
     volume->loadDAInfo({});

@@ -49,7 +49,7 @@ TEST(TwoReadings, TheSentenceTellsHowMuchOverHowLong)
                                   AtaDrive({{197, 37}, {199, 5}, {9, 1000}}).reading());
     EXPECT_EQ(verdict.reasons[0].sentence,
               "40 sectors wait to be rewritten, 3 more in 120 powered hours: disks with 40 "
-              "to 99 fail at 165 % a year, those with none at 2.6 %");
+              "to 99 last 221 days on average, those with none fail at 2.6 % a year");
     EXPECT_EQ(verdict.reasons[1].sentence, "7 transfer errors between drive and computer in 120 powered hours: look at "
                                            "cable, backplane and power first");
     ASSERT_EQ(verdict.comparison->changes.size(), 2U);

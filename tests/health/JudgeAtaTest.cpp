@@ -88,8 +88,8 @@ TEST(JudgeDisk, TheSentenceGivesTheRateOfTheBucketBesideThatOfNone)
     EXPECT_EQ(test::rules(verdict.reasons), "hdd.pending.high hdd.reallocated.high hdd.reported.high");
     const Reason& worst = verdict.reasons[0];
     EXPECT_EQ(worst.sentence,
-              "529 sectors wait to be rewritten: disks with 250 to 649 fail at 332 % a year, those with "
-              "none at 2.6 %");
+              "529 sectors wait to be rewritten: disks with 250 to 649 last 110 days on average, those with "
+              "none fail at 2.6 % a year");
     EXPECT_EQ(worst.attribute, 197);
     EXPECT_EQ(worst.name, "Current_Pending_Sector");
     EXPECT_EQ(worst.value->unit, Unit::sectors);

@@ -3,9 +3,11 @@
 #include "smart/SmartService.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
+#include "system/CallGate.h"
+#include "system/plugins/PlugIn.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
-#include "vantorel/system/CallGate.h"
 #include "vantorel/system/PlugIn.h"
 
 #include <gtest/gtest.h>
@@ -497,15 +499,15 @@ TEST_F(LiveReads, OfTwoDrivesRunSideBySide)
     expectNothingLeft();
 }
 
-TEST_F(LiveReads, OnAnotherThreadAreOfADriveThatTheRegistryDoesNotChange)
+TEST_F(LiveReads, ByAValueMayRunWhileTheRegistryChangesTheDrive)
 {
     loadBoth();
-    const auto own = Disk::create<Drive>(tracked<Drive>("disk0")->diskObject());
+    const auto own = ReadableDrive::of(*tracked<Drive>("disk0"));
     std::jthread reader([&] {
         for (int i = 0; i < 50; ++i)
-            EXPECT_EQ(SmartController::shared().getATASmartData(*own).deviceInfo.model, wdModel);
+            EXPECT_EQ(readDrive(own).result.as<ATASmartObject>()->deviceInfo.model, wdModel);
     });
-    for (int i = 0; i < 50; ++i) { // meanwhile the registry loads its own anew
+    for (int i = 0; i < 50; ++i) {
         machine->setVolume("disk0", {std::nullopt, std::to_string(i), std::nullopt, std::nullopt, {}});
         settle();
     }

@@ -47,8 +47,8 @@ public:
     /// How the drive behind an entry ends each command that it is sent; there is a channel to those named here only.
     std::map<std::uint64_t, std::function<system::AtaResult(const system::AtaCommand&)>> ataDrives;
     std::map<std::uint64_t, std::function<system::NvmeResult(const system::NvmeCommand&)>> nvmeDrives;
-    system::IOReturn openStatus = system::kIOReturnSuccess; ///< of every channel
-    std::function<void()> whenOpened;                       ///< called by each opening of a channel
+    system::IOReturn openStatus = system::kIOReturnSuccess;   ///< of every channel
+    std::function<void()> whenOpened;                         ///< called by each opening of a channel
     std::map<std::uint64_t, system::DriveObstacle> obstacles; ///< by entry
     std::atomic<int> openChannels = 0;
 

@@ -24,6 +24,16 @@ struct drive_settings {
     std::string_view presets;        ///< option text for `parsePresets`, may be empty
 };
 
+/// Whether a row describes drives. The one that names the revision, the default row, and those whose family begins
+/// with "$" do not.
+[[nodiscard]] bool describesDrives(const drive_settings& row);
+
+/// How a row's expressions are held against a drive's texts.
+enum class DriveTableMatching : std::uint8_t {
+    anywhere, ///< they are searched for in the text: the way of the built-in table
+    whole,    ///< they describe the whole text without blanks at its ends: what the authors of the rows mean
+};
+
 /// The rows in the order in which they are tried. Row 0 names the revision, row 1 holds the default presets.
 extern const std::array<drive_settings, 681> builtin_knowndrives;
 

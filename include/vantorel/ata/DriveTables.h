@@ -15,12 +15,6 @@
 /// The tables that look-ups ask: the built-in one, and those that a host adds. Any thread.
 namespace vantorel {
 
-/// How a row's expressions are held against a drive's texts.
-enum class DriveTableMatching : std::uint8_t {
-    anywhere, ///< they are searched for in the text: the way of the built-in table
-    whole,    ///< they describe the whole text without blanks at its ends: what the authors of the rows mean
-};
-
 /// A table of drive families: whence it comes, and its rows in the order in which they are tried.
 struct DriveTable {
     std::string name;     ///< what people call it: "built-in", "recent", the path of a file
@@ -30,10 +24,6 @@ struct DriveTable {
     std::vector<std::uint32_t> lines;  ///< where each row begins in its file, from 1; empty when there is no file
     std::shared_ptr<const void> texts; ///< keeps what the rows view; null when that lives as long as the process
 };
-
-/// Whether a row describes drives. The one that names the revision, the default row, and those whose family begins
-/// with "$" do not.
-[[nodiscard]] bool describesDrives(const drive_settings& row);
 
 /// The default row of a table; null when it has none.
 [[nodiscard]] const drive_settings* defaultRow(std::span<const drive_settings> rows);

@@ -19,17 +19,12 @@ public:
     /// The volumes in this container, in order of arrival. Those that have gone stay.
     [[nodiscard]] const std::vector<std::shared_ptr<Volume>>& logicalVolumes() const { return logicalVolumes_; }
 
-    /// Ties this container to its physical store, both ways. For the registry.
-    void linkPhysicalStore(const std::shared_ptr<Volume>& volume);
-    /// Puts a volume into this container and makes it an `apfs` one. For the registry.
-    void appendLogicalVolume(const std::shared_ptr<Volume>& volume);
-
 protected:
     void init(const system::DADiskRef& disk) override;
-    [[nodiscard]] std::vector<const Disk*> links() const override;
-    void dropLinks() override;
 
 private:
+    friend struct DiskLinks;
+
     std::optional<base::Uuid> bsdVolumeUuid_;
     std::shared_ptr<Volume> bsdVolume_;
     std::vector<std::shared_ptr<Volume>> logicalVolumes_;

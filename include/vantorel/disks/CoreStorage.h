@@ -19,17 +19,14 @@ public:
     /// The physical volume below.
     [[nodiscard]] const std::shared_ptr<Volume>& logicalVolume() const { return logicalVolume_; }
 
-    /// Ties this logical volume to the physical volume below, both ways. For the registry.
-    void linkPhysicalVolume(const std::shared_ptr<Volume>& volume);
-
     void loadIOInfo(const PropertyTable& info) override;
 
 protected:
     void init(const system::DADiskRef& disk) override;
-    [[nodiscard]] std::vector<const Disk*> links() const override;
-    void dropLinks() override;
 
 private:
+    friend struct DiskLinks;
+
     std::optional<bool> isFusion_;
     std::optional<bool> isEncrypted_;
     std::optional<base::Uuid> groupUuid_;

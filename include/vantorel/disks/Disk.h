@@ -15,22 +15,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace vantorel {
 
 /// What every disk has, whatever its kind: a whole drive, a partition, a logical volume, a container, a RAID set, an
 /// attached image.
 ///
-/// A disk is a reference object with its BSD name as identity. `Disk::create` makes and loads it: for the registry
-/// `Vantorel` at the arrival of the disk or for one telling of a change, or for a host that wants an object of its own.
-/// It lives until nobody holds it, be it through a link from another disk. It loads itself from the description that
-/// the disk service gives and then from the registry properties of its media entry. It raises no event and has no lock.
-///
-/// An object that the registry tracks changes on the registry's thread, while that handles events: use it there. One
-/// that a host has made for itself has no links and never changes by itself, so that it may be handed to another
-/// thread.
-class Disk : public std::enable_shared_from_this<Disk> {
+/// A disk is a reference object with its BSD name as identity. `Disk::create` makes and loads it, in a running program
+/// for the registry `Vantorel` alone, at the arrival of the disk or for one telling of a change; it lives until nobody
+/// holds it, be it through a link from another disk. It loads itself from the description that the disk service gives
+/// and then from the registry properties of its media entry. It raises no event and has no lock: it changes on the
+/// registry's thread, while that handles events, and is to be used there.
+class Disk {
 public:
     enum class DiskType : std::uint8_t { raid, corestorage, volume, drive, diskimage, applestorage, unknown };
     enum class VolumeKind : std::uint8_t { ntfs, hfs, msdos, apfs, unknown };
@@ -113,13 +109,7 @@ protected:
 
     void setDiskType(DiskType diskType) { diskType_ = diskType; }
 
-    /// Every disk that this one holds a link to, as often as it holds one.
-    [[nodiscard]] virtual std::vector<const Disk*> links() const { return {}; }
-    /// Lets go of all of them. For a disk that nobody can reach any more.
-    virtual void dropLinks() {}
-
 private:
-    friend class DepartedDisks;
     friend class DiskList;
 
     void loadFormattedSize();
@@ -144,7 +134,7 @@ private:
     std::optional<bool> isMountable_;
     std::optional<bool> isNetworkDisk_;
 
-    std::shared_ptr<bool> orderIsChanged_; ///< of the list that holds this disk: set when `bsdUnit` changes
+    std::shared_ptr<bool> keysAreStale_; ///< of the list that holds this disk: set when name, unit or UUID changes
 };
 
 template <>

@@ -13,7 +13,7 @@ namespace vantorel {
 /// A whole physical or external disk: what is shown per device and what SMART is read of.
 ///
 /// Beside the description it reads the two registry entries above its media entry: the block storage driver and the
-/// device. A drive without them knows only what the description tells. Threads: see `Disk`.
+/// device. A drive without them knows only what the description tells.
 class Drive : public Disk {
 public:
     using Disk::Disk;

@@ -44,12 +44,9 @@ public:
 
 protected:
     void init(const system::DADiskRef& disk) override;
-    [[nodiscard]] std::vector<const Disk*> links() const override;
-    void dropLinks() override;
 
 private:
-    friend class AppleStorage; // these two tie both ends of their links
-    friend class CoreStorage;
+    friend struct DiskLinks;
 
     VolumeKind volumeKind_ = VolumeKind::unknown;
     std::optional<base::Uuid> volumeUuid_;

@@ -45,9 +45,8 @@ public:
     // `SmartOpenError` as long as no command was sent, and block the calling thread. Of one drive the second read at a
     // time fails.
     //
-    // A read looks at the drive without a lock, and the registry changes its drives while it handles events: a drive
-    // that it tracks is read on its thread. For reads on other threads, any number at once, make for each a drive that
-    // the registry does not know, on its thread: `Disk::create<Drive>(drive.diskObject())`.
+    // They look at the drive without a lock, and the registry changes its drives while it handles events: call them on
+    // the registry's thread. DriveReading.h has the way to read on any thread, many drives at once.
 
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;

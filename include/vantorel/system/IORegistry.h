@@ -3,9 +3,8 @@
 
 #include "vantorel/base/PropertyValue.h"
 #include "vantorel/system/CoreFoundation.h"
-#include "vantorel/system/IOReturn.h"
+#include "vantorel/system/IOObject.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,18 +15,9 @@
 /// arguments that they have on the platform. All of them may be called from any thread.
 namespace vantorel::system {
 
-/// A handle: an entry or an iterator. Each operation that gives one gives a new one with a count of 1, to be given back
-/// with `IOObjectRelease`. A handle stays good until then, even when its entry leaves the registry. 0 is none.
-using io_object_t = std::uint32_t;
-using io_registry_entry_t = io_object_t;
-using io_service_t = io_object_t;
-using io_iterator_t = io_object_t;
-using kern_return_t = IOReturn;
 using IOOptionBits = std::uint32_t;
 using mach_port_t = std::uint32_t;
 
-inline constexpr io_object_t IO_OBJECT_NULL = 0;
-inline constexpr kern_return_t KERN_SUCCESS = 0;
 inline constexpr mach_port_t kIOMasterPortDefault = 0;
 inline constexpr std::string_view kIOServicePlane = "IOService";
 inline constexpr std::string_view kIORegistryEntryIDKey = "IORegistryEntryID";
@@ -88,9 +78,6 @@ kern_return_t IOObjectRetain(io_object_t object);
 
 /// Takes one from the handle's count and ends it at 0; `kIOReturnBadArgument` when there is no such handle.
 kern_return_t IOObjectRelease(io_object_t object);
-
-/// How many handles are alive; for tests of what is given back.
-[[nodiscard]] std::size_t liveHandleCount();
 
 /// Owns one count of a handle and gives it back.
 class IOHandle {

@@ -6,8 +6,8 @@
 
 /// Numbers as a person of the process's locale reads them. The locale is the first of the environment variables
 /// `LC_ALL`, `LC_NUMERIC` and `LANG` that is set and not empty; `C`, `POSIX` and none at all mean `en_US`. It is read
-/// once, at the first use. Digits, separators and grouping come from ICU, which is loaded at that first use and never
-/// before; on a machine without it numbers are written the English way.
+/// once, at the first use. Digits, separators and grouping of other locales come from ICU, which is loaded at that
+/// first use and never before; on a machine without it numbers are written the English way.
 namespace vantorel::system {
 
 enum class NumberFormatterStyle : int { decimal = 1 };

@@ -5,7 +5,6 @@
 #include "vantorel/layouts/PlugInTables.h"
 #include "vantorel/system/IORegistry.h"
 
-#include <cstddef>
 #include <cstdint>
 
 /// The plug-ins through which a drive is asked for its SMART data: function tables over a machine's channel.
@@ -62,8 +61,5 @@ kern_return_t IOCreatePlugInInterfaceForService(io_service_t service, const base
 /// Stops the plug-in, which closes its channel, and gives back the reference of its creation. `kIOReturnBadArgument`
 /// when the handle cannot be used.
 kern_return_t IODestroyPlugInInterface(PlugInHandle interface);
-
-/// How many references on plug-ins are alive; for tests of what is given back.
-[[nodiscard]] std::size_t livePlugInReferences();
 
 } // namespace vantorel::system

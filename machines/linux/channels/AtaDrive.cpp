@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Bytes.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/layouts/AtaCommands.h"
 #include "vantorel/layouts/AtaSmart.h"
 
 #include <algorithm>
@@ -15,30 +16,9 @@ namespace {
 
 using namespace system;
 
-// Commands, and the features of SMART (ATA8-ACS).
-constexpr std::uint8_t checkPowerMode = 0xE5;
-constexpr std::uint8_t identifyDevice = 0xEC;
-constexpr std::uint8_t smart = 0xB0;
-constexpr std::uint8_t readData = 0xD0;
-constexpr std::uint8_t readThresholds = 0xD1;
-constexpr std::uint8_t autosave = 0xD2;
-constexpr std::uint8_t offLine = 0xD4;
-constexpr std::uint8_t readLog = 0xD5;
-constexpr std::uint8_t enable = 0xD8;
-constexpr std::uint8_t disable = 0xD9;
-constexpr std::uint8_t returnStatus = 0xDA;
-constexpr std::uint32_t smartKey = 0xC24F00;
-constexpr std::uint32_t exceededKey = 0x2CF400;
-constexpr std::uint32_t keyMask = 0xFFFF00;
-
-constexpr std::uint8_t errorLog = 1;
-constexpr std::uint8_t selfTestLog = 6;
-
 constexpr unsigned statusReady = 0x40;
 constexpr unsigned standby = 0x00;
 constexpr unsigned standbyY = 0x01;
-
-constexpr std::size_t sectorSize = 512;
 
 } // namespace
 
@@ -91,7 +71,7 @@ AtaDrive::PowerMode AtaDrive::powerMode()
     if (!road_->tellsPowerMode())
         return {};
     AtaCommand command;
-    command.command = checkPowerMode;
+    command.command = acs::checkPowerMode;
     const AtaAnswer answer = road_->send(command, true);
     if (answer.status == kIOReturnUnsupported || answer.status == kIOReturnIOError)
         return {};
@@ -107,7 +87,7 @@ IOReturn AtaDrive::identify()
 {
     std::array<std::uint8_t, AtaDeclaration::size> bytes{};
     AtaCommand command;
-    command.command = identifyDevice;
+    command.command = acs::identifyDevice;
     command.count = 1;
     command.read = bytes;
     const AtaAnswer answer = road_->send(command, false);
@@ -127,18 +107,18 @@ AtaResult AtaDrive::execute(const AtaCommand& command)
 {
     if (!command.write.empty())
         return {kIOReturnNotPermitted, 0, 0};
-    if (command.read.size() != (command.read.empty() ? 0 : command.count * sectorSize))
+    if (command.read.size() != (command.read.empty() ? 0 : command.count * acs::sectorSize))
         return {kIOReturnBadArgument, 0, 0};
     if (!isDeclared(command))
         return {kIOReturnUnsupported, 0, 0};
-    const bool wantsRegisters = command.command == smart && command.feature == returnStatus;
+    const bool wantsRegisters = command.command == acs::smart && command.feature == acs::smartReturnStatus;
     const AtaAnswer answer = road_->send(command, wantsRegisters);
-    if (command.command == smart && answer.status == kIOReturnSuccess)
+    if (command.command == acs::smart && answer.status == kIOReturnSuccess)
         learn(command, answer);
     if (!wantsRegisters || answer.status != kIOReturnSuccess)
         return {answer.status, answer.received, command.lba};
     const std::uint32_t left = answer.registers ? answer.registers->lba : 0;
-    const bool isTold = (left & keyMask) == smartKey || (left & keyMask) == exceededKey;
+    const bool isTold = (left & acs::smartKeyMask) == acs::smartKey || (left & acs::smartKeyMask) == acs::smartExceeded;
     return {isTold ? kIOReturnSuccess : kIOReturnUnsupported, 0, left};
 }
 
@@ -146,9 +126,9 @@ void AtaDrive::learn(const AtaCommand& command, const AtaAnswer& answer)
 {
     constexpr unsigned selfTest = 0x10;
     constexpr unsigned errorLogging = 0x01;
-    if (command.feature == enable || command.feature == disable)
-        isOn_ = command.feature == enable;
-    if (command.feature != readData || answer.received < sectorSize)
+    if (command.feature == acs::smartEnable || command.feature == acs::smartDisable)
+        isOn_ = command.feature == acs::smartEnable;
+    if (command.feature != acs::smartReadData || answer.received < acs::sectorSize)
         return;
     // Not every drive that has them declares them in IDENTIFY, too.
     const auto data = readRecord<ATASMARTData>(command.read);
@@ -158,25 +138,26 @@ void AtaDrive::learn(const AtaCommand& command, const AtaAnswer& answer)
 
 bool AtaDrive::isDeclared(const AtaCommand& command)
 {
-    if (command.command == identifyDevice)
+    if (command.command == acs::identifyDevice)
         return !command.read.empty();
-    if (command.command != smart || (command.lba & keyMask) != smartKey || !declaration_ || !declaration_->hasSmart())
+    if (command.command != acs::smart || (command.lba & acs::smartKeyMask) != acs::smartKey || !declaration_ ||
+        !declaration_->hasSmart())
         return false;
-    if (!isOn_ && command.feature != enable)
+    if (!isOn_ && command.feature != acs::smartEnable)
         return false;
     const auto low = static_cast<std::uint8_t>(command.lba);
     switch (command.feature) {
-    case readData:
-    case readThresholds:
+    case acs::smartReadData:
+    case acs::smartReadThresholds:
         return !command.read.empty();
-    case readLog:
+    case acs::smartReadLog:
         return !command.read.empty() && hasLog(low, command.count);
-    case offLine: // the two tests that run beside everything else
+    case acs::smartOffLine: // the two tests that run beside everything else
         return command.read.empty() && hasSelfTest_ && (low == 1 || low == 2);
-    case autosave:
-    case enable:
-    case disable:
-    case returnStatus:
+    case acs::smartAutosave:
+    case acs::smartEnable:
+    case acs::smartDisable:
+    case acs::smartReturnStatus:
         return command.read.empty();
     default:
         return false;
@@ -185,8 +166,8 @@ bool AtaDrive::isDeclared(const AtaCommand& command)
 
 bool AtaDrive::hasLog(std::uint8_t address, unsigned sectors)
 {
-    if (address == errorLog || address == selfTestLog)
-        return sectors == 1 && (address == errorLog ? hasErrorLog_ : hasSelfTest_);
+    if (address == acs::smartErrorLog || address == acs::smartSelfTestLog)
+        return sectors == 1 && (address == acs::smartErrorLog ? hasErrorLog_ : hasSelfTest_);
     if (!declaration_->hasLogDirectory())
         return false;
     if (address == 0)
@@ -194,10 +175,10 @@ bool AtaDrive::hasLog(std::uint8_t address, unsigned sectors)
     if (!logDirectory_) {
         logDirectory_.emplace();
         AtaCommand command;
-        command.command = smart;
-        command.feature = readLog;
+        command.command = acs::smart;
+        command.feature = acs::smartReadLog;
         command.count = 1;
-        command.lba = smartKey;
+        command.lba = acs::smartKey;
         command.read = *logDirectory_;
         if (road_->send(command, false).status != kIOReturnSuccess)
             logDirectory_->fill(0);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "AtaRoad.h"
-#include "LinuxChannels.h"
+#include "DeviceNode.h"
 #include "vantorel/base/Data.h"
 #include "vantorel/system/Machine.h"
 

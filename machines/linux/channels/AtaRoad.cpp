@@ -2,6 +2,7 @@
 #include "AtaRoad.h"
 
 #include "ScsiCommand.h"
+#include "vantorel/layouts/AtaCommands.h"
 
 #include <array>
 #include <cstdint>
@@ -14,7 +15,6 @@ namespace {
 using namespace system;
 
 constexpr std::size_t blockSize = 512;
-constexpr std::uint8_t identifyDevice = 0xEC;
 constexpr std::uint8_t deviceSelect = 0xA0; // the register's bits that are always set, for those who do not set them
 
 struct AddressBytes {
@@ -284,7 +284,7 @@ private:
 
     Data blockOf(const AtaCommand& command) const override
     {
-        const std::uint8_t action = command.command == identifyDevice ? isIdentify : 0;
+        const std::uint8_t action = command.command == acs::identifyDevice ? isIdentify : 0;
         const auto [low, middle, high] = addressBytes(command);
         return {signature_, 0x24, action,          0xBE, 1, 0, command.feature, command.count, low, middle,
                 high,       0,    command.command, 0,    0, 0};

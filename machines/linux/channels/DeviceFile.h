@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "LinuxChannels.h"
+#include "DeviceNode.h"
 #include "vantorel/system/IOReturn.h"
 
 #include <string>

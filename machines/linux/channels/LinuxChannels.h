@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "DeviceNode.h"
 #include "vantorel/system/Machine.h"
 
 #include <cstdint>
@@ -12,17 +13,6 @@
 #include <string>
 
 namespace vantorel::channels {
-
-/// A drive as the kernel shows it: a whole disk such as /dev/sda or /dev/nvme0n1, or a controller such as /dev/nvme0.
-/// The node of a namespace is the better one of an NVMe drive, as users may be given access to it by group.
-struct DeviceNode {
-    std::string path;                          ///< "/dev/sda"
-    std::string sysfs;                         ///< its folder, "/sys/devices/…/block/sda"
-    std::optional<std::uint64_t> diskSequence; ///< `diskseq` of the kernel; without it a node may change hands unseen
-    std::string usbVendor;                     ///< four hexadecimal digits, as in sysfs `idVendor`; empty: not on USB
-    std::string usbProduct;                    ///< `idProduct`
-    std::string usbVersion;                    ///< `bcdDevice`
-};
 
 /// How a USB bridge is spoken to, by its vendor, product and version (`bcdDevice`), in the words of the drive table's
 /// `-d`: "sat", "sat,12", "usbjmicron,x", "sntjmicron/sat", …. The empty text: it carries no commands. Absent: the
@@ -39,13 +29,6 @@ class AtaDrive;
 
 /// Which commands a drive can be sent.
 enum class DriveCommands { none, ata, nvme };
-
-/// What a drive says of itself; texts are trimmed.
-struct DriveIdentity {
-    std::string model;
-    std::string serial;
-    std::string firmware;
-};
 
 /// The roads to this computer's drives: SG_IO with ATA PASS-THROUGH, through USB bridges too, and the admin commands of
 /// the kernel's NVMe driver.

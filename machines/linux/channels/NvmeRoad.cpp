@@ -4,6 +4,7 @@
 #include "ScsiCommand.h"
 #include "vantorel/base/Bytes.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/layouts/NvmeCommands.h"
 
 #include <linux/nvme_ioctl.h>
 #include <sys/ioctl.h>
@@ -22,14 +23,6 @@ namespace {
 
 using namespace system;
 
-// Admin commands (NVM Express Base Specification), and the structures of Identify.
-constexpr std::uint8_t getLogPage = 0x02;
-constexpr std::uint8_t identify = 0x06;
-constexpr std::uint32_t namespaceStructure = 0;
-constexpr std::uint32_t controllerStructure = 1;
-constexpr std::uint32_t allNamespaces = 0xFFFFFFFF;
-constexpr std::uint8_t healthLog = 2;
-constexpr std::uint8_t selfTestLog = 6;
 constexpr std::size_t identifySize = 4096;
 constexpr std::size_t healthLogSize = 512;
 
@@ -37,13 +30,13 @@ constexpr std::size_t healthLogSize = 512;
 std::uint64_t bytesGiven(const NvmeCommand& command)
 {
     const std::uint64_t dwords = std::uint64_t{command.cdw10to15[1] & 0xFFFFU} << 16U | command.cdw10to15[0] >> 16U;
-    return command.opcode == identify ? identifySize : (dwords + 1) * 4;
+    return command.opcode == nvmeadmin::identify ? identifySize : (dwords + 1) * 4;
 }
 
 /// Whether a command may be sent at all. A buffer of another size would be overrun, or read only in part.
 IOReturn statusBefore(const NvmeCommand& command)
 {
-    if (command.opcode != identify && command.opcode != getLogPage)
+    if (command.opcode != nvmeadmin::identify && command.opcode != nvmeadmin::getLogPage)
         return kIOReturnUnsupported;
     return command.read.size() == bytesGiven(command) ? kIOReturnSuccess : kIOReturnBadArgument;
 }
@@ -123,7 +116,7 @@ public:
             return {status, 0, 0};
         if (!isCarried(command))
             return {kIOReturnUnsupported, 0, 0};
-        const std::size_t most = command.opcode == getLogPage ? mostOfLog_ : identifySize;
+        const std::size_t most = command.opcode == nvmeadmin::getLogPage ? mostOfLog_ : identifySize;
         NvmeCommand cut = command;
         cut.read = command.read.first(std::min(command.read.size(), most));
         const ScsiResult result = channels::execute(file_, {blockOf(cut), cut.read, {}, command.timeout});
@@ -139,11 +132,11 @@ private:
         constexpr std::uint32_t ownBits = 0x7F00; // the log page's own field; the bit above keeps an event, of which
                                                   // nobody hears through a bridge
         const std::uint32_t structure = command.cdw10to15[0];
-        if (command.opcode == identify && structure == controllerStructure)
+        if (command.opcode == nvmeadmin::identify && structure == nvmeadmin::controllerStructure)
             return command.nsid == 0 && carriesRest(command);
-        if (command.opcode == identify)
-            return structure == namespaceStructure && command.nsid == 1 && carriesRest(command);
-        return command.nsid == allNamespaces && (structure & ownBits) == 0 && carriesRest(command);
+        if (command.opcode == nvmeadmin::identify)
+            return structure == nvmeadmin::namespaceStructure && command.nsid == 1 && carriesRest(command);
+        return command.nsid == nvmeadmin::allNamespaces && (structure & ownBits) == 0 && carriesRest(command);
     }
 
     DeviceFile file_;
@@ -216,7 +209,8 @@ public:
     {
         if (const IOReturn status = statusBefore(command); status != kIOReturnSuccess)
             return {status, 0, 0};
-        const bool isSelfTest = command.opcode == getLogPage && (command.cdw10to15[0] & 0xFFU) == selfTestLog;
+        const bool isSelfTest =
+            command.opcode == nvmeadmin::getLogPage && (command.cdw10to15[0] & 0xFFU) == nvmeadmin::selfTestLog;
         if (!isSelfTest || command.read.size() <= mostOfSelfTest)
             return send(command);
         NvmeCommand cut = command;
@@ -304,8 +298,8 @@ NvmeIdentity identifyController(NvmeChannel& channel)
 {
     std::array<std::uint8_t, identifySize> bytes{};
     NvmeCommand command;
-    command.opcode = identify;
-    command.cdw10to15[0] = controllerStructure;
+    command.opcode = nvmeadmin::identify;
+    command.cdw10to15[0] = nvmeadmin::controllerStructure;
     command.read = bytes;
     const NvmeResult result = channel.execute(command);
     if (result.status != kIOReturnSuccess)
@@ -325,9 +319,9 @@ IOReturn tryHealthLog(NvmeChannel& channel)
 {
     std::array<std::uint8_t, healthLogSize> bytes{};
     NvmeCommand command;
-    command.opcode = getLogPage;
-    command.nsid = allNamespaces;
-    command.cdw10to15[0] = healthLog | (healthLogSize / 4 - 1) << 16U;
+    command.opcode = nvmeadmin::getLogPage;
+    command.nsid = nvmeadmin::allNamespaces;
+    command.cdw10to15[0] = nvmeadmin::healthLog | (healthLogSize / 4 - 1) << 16U;
     command.read = bytes;
     return channel.execute(command).status;
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "DeviceFile.h"
-#include "LinuxChannels.h"
+#include "DeviceNode.h"
 #include "UsbBridge.h"
 #include "vantorel/system/Machine.h"
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "XmlArchive.h"
 
+#include "vantorel/system/PropertyList.h"
+
 #include <optional>
 #include <utility>
 

@@ -2,9 +2,9 @@
 #include "vantorel/system/DiskArbitration.h"
 
 #include "DiskService.h"
+#include "system/CallGate.h"
 #include "system/InstalledMachine.h"
 #include "system/registry/HandleTable.h"
-#include "vantorel/system/CallGate.h"
 
 #include <utility>
 

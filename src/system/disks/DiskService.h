@@ -2,8 +2,10 @@
 #pragma once
 
 #include "system/registry/RegistryTree.h"
-#include "vantorel/system/DiskArbitration.h"
+#include "vantorel/system/CoreFoundation.h"
+#include "vantorel/system/DADisk.h"
 #include "vantorel/system/Machine.h"
+#include "vantorel/system/RunLoop.h"
 
 #include <cstdint>
 #include <deque>

@@ -54,11 +54,6 @@ constexpr std::string_view protocolCharacteristics = "Protocol Characteristics";
 constexpr std::array<std::string_view, 5> inheritedKeys{deviceCharacteristics, protocolCharacteristics, "GUID",
                                                         "IOMediaIcon", "IOUnit"};
 
-const RegistryNode* parentOf(const RegistryNode& node)
-{
-    return node.parents.empty() ? nullptr : node.parents.front().node;
-}
-
 /// Copies the values that are there with the given type, under their new names.
 void copyValues(const PropertyTable& from, std::span<const Rename> names, PropertyValue::Type type, PropertyTable& to)
 {
@@ -73,7 +68,7 @@ void copyValues(const PropertyTable& from, std::span<const Rename> names, Proper
 const PropertyValue* searchUp(const RegistryNode& from, std::string_view key, PropertyValue::Type type)
 {
     const RegistryNode* node = &from;
-    for (int level = 0; node && level < mostLevels; node = parentOf(*node), ++level) {
+    for (int level = 0; node && level < mostLevels; node = node->firstParent(), ++level) {
         const PropertyValue* const value = node->properties->lookUp(key);
         if (value && value->type() == type)
             return value;
@@ -153,7 +148,7 @@ const RegistryNode* blockStorageDevice(const RegistryNode& media)
 {
     const RegistryNode* below = &media;
     for (int level = 0; level < mostLevels; ++level) {
-        const RegistryNode* const node = parentOf(*below);
+        const RegistryNode* const node = below->firstParent();
         if (!node)
             return nullptr;
         // The block storage driver stands on nothing but such a device, whatever class the device is of.
@@ -210,10 +205,10 @@ std::string servicePath(const RegistryNode& node)
     std::vector<const RegistryNode*> names;
     const RegistryNode* step = &node;
     for (int level = 0; level < mostLevels; ++level) {
-        const RegistryNode* const parent = parentOf(*step);
+        const RegistryNode* const parent = step->firstParent();
         if (!parent)
             break; // the root itself is left out, and so is the platform's own device under it
-        if (step->className != "IOPlatformExpertDevice" || parentOf(*parent))
+        if (step->className != "IOPlatformExpertDevice" || parent->firstParent())
             names.push_back(step);
         step = parent;
     }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/system/RunLoop.h"
-
 #include <atomic>
 #include <cstddef>
 #include <deque>
@@ -52,6 +50,6 @@ private:
 };
 
 /// The run loop of the main thread, for any thread.
-[[nodiscard]] const CFRunLoopRef& mainRunLoop();
+[[nodiscard]] const std::shared_ptr<RunLoop>& mainRunLoop();
 
 } // namespace vantorel::system

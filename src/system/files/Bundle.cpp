@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/Bundle.h"
 
+#include "system/CallGate.h"
 #include "system/InstalledMachine.h"
-#include "vantorel/system/CallGate.h"
 
 #include <filesystem>
 #include <system_error>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/system/FileManager.h"
 
+#include "system/CallGate.h"
 #include "system/InstalledMachine.h"
-#include "vantorel/system/CallGate.h"
 
 namespace vantorel::system {
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <mutex>
 #include <optional>
@@ -22,9 +23,9 @@ namespace vantorel::system {
 
 namespace {
 
-// ICU is opened when the first number is formatted: linked in the ordinary way it would add half a millisecond and
-// some megabytes to the start of every program that never formats one. The headers tell the names of its library and,
-// through the version suffix, of its functions.
+// ICU is opened when the first number is formatted in another locale than American English: linked in the ordinary way
+// it would add half a millisecond and some megabytes to the start of every program that never does. The headers tell
+// the names of its library and, through the version suffix, of its functions.
 #define VANTOREL_TEXT_OF(name) #name
 #define VANTOREL_SYMBOL(name) VANTOREL_TEXT_OF(name)
 
@@ -61,6 +62,8 @@ struct Icu {
 #undef VANTOREL_SYMBOL
 #undef VANTOREL_TEXT_OF
 
+constexpr std::string_view english = "en_US";
+
 /// The locale of the process in ICU's spelling.
 std::string localeName()
 {
@@ -69,32 +72,71 @@ std::string localeName()
         if (!value || !*value)
             continue;
         const std::string_view name = std::string_view(value).substr(0, std::string_view(value).find_first_of(".@"));
-        return name == "C" || name == "POSIX" ? "en_US" : std::string(name);
+        return std::string(name == "C" || name == "POSIX" ? english : name);
     }
-    return "en_US";
+    return std::string(english);
 }
 
-/// A number in plain digits with the English grouping put in, for a machine without ICU.
+/// Puts the English grouping into plain digits.
 std::string grouped(std::string digits)
 {
-    const std::size_t first = digits.starts_with('-') ? 1 : 0;
-    for (std::size_t i = std::min(digits.find('.'), digits.size()); i > first + 3; i -= 3)
+    for (std::size_t i = std::min(digits.find('.'), digits.size()); i > 3; i -= 3)
         digits.insert(i - 3, 1, ',');
     return digits;
 }
 
+/// A finite number that is not negative in plain digits: its shortest decimal form, rounded half to even, without zeros
+/// behind the last digit that counts. ICU rounds the same form in the same way.
 std::string plainDigits(double number, int fractionDigits)
 {
-    std::array<char, 400> buffer;
-    const auto result =
-        std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, std::chars_format::fixed, fractionDigits);
-    std::string digits(buffer.data(), result.ptr);
-    if (digits.find('.') != std::string::npos) {
-        digits.erase(digits.find_last_not_of('0') + 1);
-        if (digits.ends_with('.'))
-            digits.pop_back();
+    std::array<char, 32> buffer;
+    const char* const end =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, std::chars_format::scientific).ptr;
+    const std::string_view text(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+    const std::size_t mark = text.find('e');
+    int exponent = 0;
+    std::from_chars(text.data() + mark + (text[mark + 1] == '+' ? 2 : 1), end, exponent);
+
+    std::string digits(text.substr(0, 1));
+    if (mark > 2)
+        digits += text.substr(2, mark - 2);
+    std::size_t whole = 1; // digits before the point
+    if (exponent < 0)
+        digits.insert(0, static_cast<std::size_t>(-exponent), '0');
+    else
+        whole += static_cast<std::size_t>(exponent);
+    const std::size_t kept = whole + static_cast<std::size_t>(fractionDigits);
+    if (digits.size() > kept) {
+        const bool half = digits[kept] == '5' && digits.size() == kept + 1;
+        const bool up = half ? (digits[kept - 1] - '0') % 2 == 1 : digits[kept] >= '5';
+        digits.resize(kept);
+        if (up) {
+            std::size_t i = kept;
+            for (; i > 0 && digits[i - 1] == '9'; --i)
+                digits[i - 1] = '0';
+            if (i > 0) {
+                ++digits[i - 1];
+            } else {
+                digits.insert(0, 1, '1');
+                ++whole;
+            }
+        }
     }
-    return digits;
+    if (digits.size() < whole)
+        digits.append(whole - digits.size(), '0');
+    std::string fraction = digits.substr(whole);
+    fraction.erase(fraction.find_last_not_of('0') + 1);
+    digits.resize(whole);
+    return fraction.empty() ? digits : digits + '.' + fraction;
+}
+
+/// What ICU writes in English.
+std::string englishText(double number, int fractionDigits)
+{
+    const std::string sign = std::signbit(number) ? "-" : "";
+    if (std::isnan(number))
+        return sign + "NaN";
+    return sign + (std::isinf(number) ? "\u221E" : grouped(plainDigits(std::abs(number), fractionDigits)));
 }
 
 /// ICU's formatters of the process's locale, one for each number of fraction digits. Made once, never closed.
@@ -106,7 +148,8 @@ public:
         return formatters;
     }
 
-    /// What `call` writes with the formatter for so many fraction digits; absent when ICU cannot be used.
+    /// What `call` writes with the formatter for so many fraction digits; absent in English and where ICU cannot be
+    /// used.
     template <typename Call>
     std::optional<std::string> written(int fractionDigits, Call call)
     {
@@ -126,12 +169,14 @@ public:
     }
 
 private:
-    Formatters() : usable_(icu_.load() && openAll()) {}
+    Formatters() : Formatters(localeName()) {}
+    // English is written without ICU, whose opening takes milliseconds.
+    explicit Formatters(const std::string& locale) : usable_(locale != english && icu_.load() && openAll(locale)) {}
 
-    bool openAll()
+    bool openAll(const std::string& locale)
     {
         UErrorCode status = U_ZERO_ERROR;
-        formats_[0] = icu_.open(UNUM_DECIMAL, nullptr, 0, localeName().c_str(), nullptr, &status);
+        formats_[0] = icu_.open(UNUM_DECIMAL, nullptr, 0, locale.c_str(), nullptr, &status);
         for (std::size_t digits = 0; digits < formats_.size() && U_SUCCESS(status); ++digits) {
             if (digits > 0)
                 formats_[digits] = icu_.clone(formats_[0], &status);
@@ -156,7 +201,7 @@ std::string decimalText(double number, int fractionDigits)
         return icu.formatDouble(format, number, text, size, nullptr, status);
     };
     const auto text = Formatters::shared().written(fractionDigits, write);
-    return text ? *text : grouped(plainDigits(number, fractionDigits));
+    return text ? *text : englishText(number, fractionDigits);
 }
 
 std::string decimalText(std::uint64_t number)

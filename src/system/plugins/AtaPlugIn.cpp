@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ChannelPlugIn.h"
 
+#include "vantorel/layouts/AtaCommands.h"
+
 #include <array>
 #include <bit>
 #include <cstring>
@@ -11,45 +13,26 @@ namespace vantorel::system {
 
 namespace {
 
-// Commands, and the features of SMART (ATA8-ACS).
-constexpr std::uint8_t identifyDevice = 0xEC;
-constexpr std::uint8_t smart = 0xB0;
-constexpr std::uint8_t readDataFeature = 0xD0;
-constexpr std::uint8_t readThresholdsFeature = 0xD1;
-constexpr std::uint8_t autosaveFeature = 0xD2;
-constexpr std::uint8_t offLineFeature = 0xD4;
-constexpr std::uint8_t readLogFeature = 0xD5;
-constexpr std::uint8_t writeLogFeature = 0xD6;
-constexpr std::uint8_t enableFeature = 0xD8;
-constexpr std::uint8_t disableFeature = 0xD9;
-constexpr std::uint8_t returnStatusFeature = 0xDA;
-
-// SMART commands carry this in the middle and high bytes of the address; "threshold exceeded" comes back as the other.
-constexpr std::uint32_t smartKey = 0xC24F00;
-constexpr std::uint32_t exceededKey = 0x2CF400;
-constexpr std::uint32_t keyMask = 0xFFFF00;
-
 constexpr std::uint8_t autosaveOn = 0xF1;
 constexpr std::uint32_t shortSelfTest = 1;
 constexpr std::uint32_t extendedSelfTest = 2;
 
-constexpr std::uint32_t sectorSize = 512;
 constexpr std::uint32_t mostLogSectors = 16;
 constexpr std::uint32_t lastLogAddress = 0xFF;
 
 AtaCommand smartCommand(std::uint8_t feature, std::uint32_t lowAddress = 0)
 {
     AtaCommand command;
-    command.command = smart;
+    command.command = acs::smart;
     command.feature = feature;
-    command.lba = smartKey | lowAddress;
+    command.lba = acs::smartKey | lowAddress;
     return command;
 }
 
 bool isLogTransfer(std::uint32_t address, const void* buffer, std::uint32_t size)
 {
-    return buffer && address <= lastLogAddress && size > 0 && size % sectorSize == 0 &&
-           size / sectorSize <= mostLogSectors;
+    return buffer && address <= lastLogAddress && size > 0 && size % acs::sectorSize == 0 &&
+           size / acs::sectorSize <= mostLogSectors;
 }
 
 /// The plug-in for ATA SMART. Its member functions are the slots of its table.
@@ -61,12 +44,12 @@ public:
 
     IOReturn enableDisableOperations(PlugInBoolean enable)
     {
-        return run("SMARTEnableDisableOperations", smartCommand(enable ? enableFeature : disableFeature)).status;
+        return run("SMARTEnableDisableOperations", smartCommand(enable ? acs::smartEnable : acs::smartDisable)).status;
     }
 
     IOReturn enableDisableAutosave(PlugInBoolean enable)
     {
-        AtaCommand command = smartCommand(autosaveFeature);
+        AtaCommand command = smartCommand(acs::smartAutosave);
         command.count = enable ? autosaveOn : 0;
         return run("SMARTEnableDisableAutosave", command).status;
     }
@@ -75,22 +58,22 @@ public:
     {
         if (!exceeded)
             return kIOReturnBadArgument;
-        const AtaResult result = run("SMARTReturnStatus", smartCommand(returnStatusFeature));
+        const AtaResult result = run("SMARTReturnStatus", smartCommand(acs::smartReturnStatus));
         if (result.status == kIOReturnSuccess)
-            *exceeded = (result.lba & keyMask) == exceededKey;
+            *exceeded = (result.lba & acs::smartKeyMask) == acs::smartExceeded;
         return result.status;
     }
 
     IOReturn executeOffLineImmediate(PlugInBoolean extended)
     {
         return run("SMARTExecuteOffLineImmediate",
-                   smartCommand(offLineFeature, extended ? extendedSelfTest : shortSelfTest))
+                   smartCommand(acs::smartOffLine, extended ? extendedSelfTest : shortSelfTest))
             .status;
     }
 
     IOReturn readData(ATASMARTData* data)
     {
-        return data ? read("SMARTReadData", smartCommand(readDataFeature), writableBytes(data, sizeof(*data)))
+        return data ? read("SMARTReadData", smartCommand(acs::smartReadData), writableBytes(data, sizeof(*data)))
                     : kIOReturnBadArgument;
     }
 
@@ -108,14 +91,14 @@ public:
     IOReturn readDataThresholds(ATASMARTDataThresholds* thresholds)
     {
         constexpr std::uint32_t lowAddress = 1; // as the first standards that had this command ask for it
-        return thresholds ? read("SMARTReadDataThresholds", smartCommand(readThresholdsFeature, lowAddress),
+        return thresholds ? read("SMARTReadDataThresholds", smartCommand(acs::smartReadThresholds, lowAddress),
                                  writableBytes(thresholds, sizeof(*thresholds)))
                           : kIOReturnBadArgument;
     }
 
     IOReturn readLogDirectory(ATASMARTLogDirectory* directory)
     {
-        return directory ? read("SMARTReadLogDirectory", smartCommand(readLogFeature),
+        return directory ? read("SMARTReadLogDirectory", smartCommand(acs::smartReadLog),
                                 writableBytes(directory, sizeof(*directory)))
                          : kIOReturnBadArgument;
     }
@@ -124,26 +107,26 @@ public:
     {
         if (!isLogTransfer(address, buffer, size))
             return kIOReturnBadArgument;
-        return read("SMARTReadLogAtAddress", smartCommand(readLogFeature, address), writableBytes(buffer, size));
+        return read("SMARTReadLogAtAddress", smartCommand(acs::smartReadLog, address), writableBytes(buffer, size));
     }
 
     IOReturn writeLogAtAddress(std::uint32_t address, const void* buffer, std::uint32_t size)
     {
         if (!isLogTransfer(address, buffer, size))
             return kIOReturnBadArgument;
-        AtaCommand command = smartCommand(writeLogFeature, address);
-        command.count = static_cast<std::uint8_t>(size / sectorSize);
+        AtaCommand command = smartCommand(acs::smartWriteLog, address);
+        command.count = static_cast<std::uint8_t>(size / acs::sectorSize);
         command.write = {static_cast<const std::uint8_t*>(buffer), size};
         return run("SMARTWriteLogAtAddress", command).status;
     }
 
     IOReturn getIdentifyData(void* buffer, std::uint32_t inSize, std::uint32_t* outSize)
     {
-        if (!buffer || inSize == 0 || inSize > sectorSize)
+        if (!buffer || inSize == 0 || inSize > acs::sectorSize)
             return kIOReturnBadArgument;
-        std::array<std::uint8_t, sectorSize> sector{};
+        std::array<std::uint8_t, acs::sectorSize> sector{};
         AtaCommand command;
-        command.command = identifyDevice;
+        command.command = acs::identifyDevice;
         const IOReturn status = read("GetATAIdentifyData", command, sector);
         if (status != kIOReturnSuccess)
             return status;
@@ -163,7 +146,7 @@ private:
     /// Sends a command whose data lie in whole sectors.
     IOReturn read(std::string_view operation, AtaCommand command, std::span<std::uint8_t> to)
     {
-        command.count = static_cast<std::uint8_t>(to.size() / sectorSize);
+        command.count = static_cast<std::uint8_t>(to.size() / acs::sectorSize);
         command.read = to;
         return run(operation, command).status;
     }

@@ -1,23 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ChannelPlugIn.h"
 
+#include "vantorel/layouts/NvmeCommands.h"
+
 #include <optional>
 #include <utility>
 
 namespace vantorel::system {
 
 namespace {
-
-// Admin commands, and the log pages that are read here (NVM Express Base Specification).
-constexpr std::uint8_t getLogPageOpcode = 0x02;
-constexpr std::uint8_t identifyOpcode = 0x06;
-constexpr std::uint32_t controllerStructure = 1;
-constexpr std::uint32_t allNamespaces = 0xFFFFFFFF;
-constexpr std::uint32_t errorLog = 1;
-constexpr std::uint32_t smartLog = 2;
-constexpr std::uint32_t firmwareSlotLog = 3;
-constexpr std::uint32_t commandEffectsLog = 5;
-constexpr std::uint32_t selfTestLog = 6;
 
 constexpr unsigned commandEffectsDeclared = 0x02; // of lpa
 constexpr unsigned selfTestDeclared = 0x10;       // of oacs
@@ -38,7 +29,8 @@ public:
 
     IOReturn readData(NVMeSMARTLog* data)
     {
-        return data ? readLog("SMARTReadData", smartLog, writableBytes(data, sizeof(*data))) : kIOReturnBadArgument;
+        return data ? readLog("SMARTReadData", nvmeadmin::healthLog, writableBytes(data, sizeof(*data)))
+                    : kIOReturnBadArgument;
     }
 
     IOReturn getIdentifyData(NVMeControllerData* controller, std::uint32_t something)
@@ -78,13 +70,13 @@ private:
     bool declares(std::uint32_t page)
     {
         switch (page) {
-        case errorLog:
-        case smartLog:
-        case firmwareSlotLog:
+        case nvmeadmin::errorLog:
+        case nvmeadmin::healthLog:
+        case nvmeadmin::firmwareSlotLog:
             return true;
-        case commandEffectsLog:
+        case nvmeadmin::commandEffectsLog:
             return controller() && (controller()->lpa & commandEffectsDeclared) != 0;
-        case selfTestLog:
+        case nvmeadmin::selfTestLog:
             return controller() && (controller()->oacs & selfTestDeclared) != 0;
         default:
             return false;
@@ -106,8 +98,8 @@ private:
     {
         isIdentified_ = true;
         NvmeCommand command;
-        command.opcode = identifyOpcode;
-        command.cdw10to15[0] = controllerStructure;
+        command.opcode = nvmeadmin::identify;
+        command.cdw10to15[0] = nvmeadmin::controllerStructure;
         command.read = writableBytes(&data, sizeof(data));
         return send("GetIdentifyData", command);
     }
@@ -116,8 +108,8 @@ private:
     {
         const auto dwords = static_cast<std::uint32_t>(to.size() / 4);
         NvmeCommand command;
-        command.opcode = getLogPageOpcode;
-        command.nsid = allNamespaces;
+        command.opcode = nvmeadmin::getLogPage;
+        command.nsid = nvmeadmin::allNamespaces;
         command.cdw10to15[0] = page | (dwords - 1) << 16U;
         if (controller_ && controller_->ver >= retainEventVersion)
             command.cdw10to15[0] |= retainEvent;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "PlugIn.h"
 
+#include "system/CallGate.h"
 #include "system/InstalledMachine.h"
 #include "system/registry/HandleTable.h"
-#include "vantorel/system/CallGate.h"
 
 #include <algorithm>
 #include <deque>

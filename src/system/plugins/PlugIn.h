@@ -110,6 +110,9 @@ struct Slot<Method> {
     }
 };
 
+/// How many references on plug-ins are alive; for tests of what is given back.
+[[nodiscard]] std::size_t livePlugInReferences();
+
 [[nodiscard]] std::unique_ptr<PlugIn> makeAtaPlugIn(RegistryNodeRef service);
 [[nodiscard]] std::unique_ptr<PlugIn> makeNvmePlugIn(RegistryNodeRef service);
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "vantorel/base/PropertyValue.h"
-#include "vantorel/system/PropertyList.h"
+#include "vantorel/system/PropertyListLimits.h"
 
 #include <cstdint>
 #include <variant>

@@ -102,4 +102,9 @@ std::size_t HandleTable::liveCount()
     return slots_.size() - free_.size();
 }
 
+std::size_t liveHandleCount()
+{
+    return HandleTable::shared().liveCount();
+}
+
 } // namespace vantorel::system

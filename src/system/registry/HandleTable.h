@@ -2,7 +2,7 @@
 #pragma once
 
 #include "RegistryTree.h"
-#include "vantorel/system/IORegistry.h"
+#include "vantorel/system/IOObject.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -50,5 +50,8 @@ private:
     std::vector<Slot> slots_;
     std::vector<std::uint32_t> free_;
 };
+
+/// How many handles are alive; for tests of what is given back.
+[[nodiscard]] std::size_t liveHandleCount();
 
 } // namespace vantorel::system

@@ -4,7 +4,7 @@
 #include "CurrentProperties.h"
 #include "HandleTable.h"
 #include "RegistryTree.h"
-#include "vantorel/system/CallGate.h"
+#include "system/CallGate.h"
 
 #include <algorithm>
 #include <mutex>
@@ -88,9 +88,10 @@ kern_return_t IORegistryEntryGetParentEntry(io_registry_entry_t entry, std::stri
     RegistryNodeRef found;
     {
         const std::scoped_lock lock(Registry::shared().mutex);
-        if (node->parents.empty())
+        RegistryNode* const first = node->firstParent();
+        if (!first)
             return kIOReturnNoDevice;
-        found = node->parents.front().node->shared_from_this();
+        found = first->shared_from_this();
     }
     parent = HandleTable::shared().open(std::move(found));
     return parent == IO_OBJECT_NULL ? kIOReturnNoResources : KERN_SUCCESS;
@@ -237,11 +238,6 @@ kern_return_t IOObjectRetain(io_object_t object)
 kern_return_t IOObjectRelease(io_object_t object)
 {
     return HandleTable::shared().release(object);
-}
-
-std::size_t liveHandleCount()
-{
-    return HandleTable::shared().liveCount();
 }
 
 } // namespace vantorel::system

@@ -41,6 +41,9 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
     std::map<std::uint64_t, RegistryNode*> children; ///< in the order in which this was told as their parent
     std::vector<Awaited> awaited;
     bool inTree = true;
+
+    /// The parent that was told first; null at the root and for an entry that has left the tree.
+    [[nodiscard]] RegistryNode* firstParent() const { return parents.empty() ? nullptr : parents.front().node; }
 };
 
 using RegistryNodeRef = std::shared_ptr<RegistryNode>;

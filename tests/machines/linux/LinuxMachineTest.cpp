@@ -265,6 +265,30 @@ TEST_F(LinuxMachineTest, NothingToSeeIsAComputerWithoutDisks)
     EXPECT_EQ(system::machine()->openAta(0x100000001).status, system::kIOReturnNoDevice);
 }
 
+TEST_F(LinuxMachineTest, SuperblocksAreReadOnlyWhereUdevKnowsNothing)
+{
+    addHardDisk(sysfs);
+    std::vector<std::string> asked;
+    const machines::ScanSources sources{
+        .sysfs = sysfs.sysfs(),
+        .etc = sysfs.path("etc"),
+        .udev =
+            [](const machines::BlockDevice& device) {
+                return device.name == "sda1" ? machines::DeviceProperties()
+                                             : machines::DeviceProperties{{"USEC_INITIALIZED", "11535442"}};
+            },
+        .superblocks =
+            [&asked](const machines::BlockDevice& device, const machines::BlockDevice& whole) {
+                asked.push_back(device.name + " of " + whole.name);
+                return machines::DeviceProperties{{"ID_FS_LABEL_ENC", "BOOT"}};
+            }};
+    const auto first = machines::scanSystem(sources);
+    EXPECT_THAT(asked, ElementsAre("sda1 of sda"));
+    const auto second = machines::scanSystem(sources, &first, {"sda2"});
+    EXPECT_EQ(asked.size(), 1U);
+    EXPECT_EQ(machines::valueOf(second.devices.at(1).properties, "ID_FS_LABEL_ENC"), "BOOT");
+}
+
 TEST_F(LinuxMachineTest, TheComputerIsKnownByItsBoardOrByItsSystem)
 {
     sysfs.write("etc/machine-id", "3d1219c7c4c5404aaa1f6d2a48adfda4\n");

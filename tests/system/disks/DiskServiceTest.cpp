@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"
+#include "system/registry/HandleTable.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/RunLoop.h"
 
@@ -104,16 +105,17 @@ TEST(DiskService, TellsArrivalChangeAndRemovalInOrder)
     ear.take();
     machine.setVolume("disk0s1", {"hfs", "Data", std::nullopt, std::nullopt, {}});
     machine.setVolume("disk0s1", {"hfs", "Data", std::nullopt, std::nullopt, {}});
+    machine.setVolume("disk0s1", {"hfs", std::nullopt, base::Uuid{{7}}, std::nullopt, {}});
     machine.arrive(media(6, "disk0s3", false, 3));
     machine.arrive(media(6, "disk0s3", false, 3));
     machine.change(2, {{"Statistics", PropertyTable{{"Bytes (Read)", 9}}}});
     machine.change(1, {{"Device Characteristics", PropertyTable{{"Product Name", "New"}}}});
     machine.remove(1);
     machine.remove(1);
-    EXPECT_THAT(ear.take(),
-                ElementsAre("disk0s1: DADeviceMountable DAVolumeKind DAVolumeMountable DAVolumeName", "+disk0s3",
-                            "disk0: DADeviceModel", "disk0s1: DADeviceModel", "disk0s2: DADeviceModel",
-                            "disk0s3: DADeviceModel", "-disk0s1", "-disk0s2", "-disk0s3", "-disk0"));
+    EXPECT_THAT(ear.take(), ElementsAre("disk0s1: DADeviceMountable DAVolumeKind DAVolumeMountable DAVolumeName",
+                                        "disk0s1: DAVolumeName DAVolumeUUID", "+disk0s3", "disk0: DADeviceModel",
+                                        "disk0s1: DADeviceModel", "disk0s2: DADeviceModel", "disk0s3: DADeviceModel",
+                                        "-disk0s1", "-disk0s2", "-disk0s3", "-disk0"));
 }
 
 TEST(DiskService, ListsAnEntryOnlyWhileItIsADisk)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/TestMachine.h"
+#include "system/CallGate.h"
 #include "vantorel/system/Bundle.h"
-#include "vantorel/system/CallGate.h"
 #include "vantorel/system/FileManager.h"
 #include "vantorel/system/MessageSink.h"
 

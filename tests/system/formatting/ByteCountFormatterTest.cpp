@@ -75,15 +75,15 @@ TEST(ByteCountFormatter, WritesSizesAsAMacDoes)
 
 /// What a process of that locale writes; the locale is read once, so each runs in a process of its own.
 struct LocaleCase {
-    const char* variable;
-    const char* locale;
+    std::vector<std::pair<const char*, const char*>> variables;
     const char* number;
     const char* size;
 };
 
 void PrintTo(const LocaleCase& each, std::ostream* out)
 {
-    *out << each.variable << '=' << each.locale;
+    for (const auto& [variable, locale] : each.variables)
+        *out << variable << '=' << locale << ' ';
 }
 
 class NumberFormatter : public testing::TestWithParam<LocaleCase> {};
@@ -93,19 +93,22 @@ TEST_P(NumberFormatter, FollowsTheLocaleOfTheProcess)
     for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"})
         unsetenv(variable);
     setenv("LANG", "en_US.UTF-8", 1);
-    setenv(GetParam().variable, GetParam().locale, 1);
+    for (const auto& [variable, locale] : GetParam().variables)
+        setenv(variable, locale, 1);
     EXPECT_EQ(localizedStringFromNumber(1234567, NumberFormatterStyle::decimal), GetParam().number);
     EXPECT_EQ(fileSize(500277792768), GetParam().size);
 }
 
-INSTANTIATE_TEST_SUITE_P(Locales, NumberFormatter,
-                         testing::Values(LocaleCase{"LC_ALL", "de_DE.UTF-8", "1.234.567", "500,28 GB"},
-                                         LocaleCase{"LC_NUMERIC", "en_IN", "12,34,567", "500.28 GB"},
-                                         LocaleCase{"LC_NUMERIC", "ru_RU.UTF-8", "1\u00A0234\u00A0567", "500,28 GB"},
-                                         LocaleCase{"LANG", "de_AT@euro", "1\u00A0234\u00A0567", "500,28 GB"},
-                                         LocaleCase{"LC_ALL", "C", "1,234,567", "500.28 GB"},
-                                         LocaleCase{"LC_ALL", "", "1,234,567", "500.28 GB"},
-                                         LocaleCase{"LANG", "no such locale", "1,234,567", "500.28 GB"}));
+INSTANTIATE_TEST_SUITE_P(
+    Locales, NumberFormatter,
+    testing::Values(LocaleCase{{{"LC_ALL", "de_DE.UTF-8"}, {"LC_NUMERIC", "en_IN"}}, "1.234.567", "500,28 GB"},
+                    LocaleCase{{{"LC_NUMERIC", "en_IN"}, {"LANG", "de_DE"}}, "12,34,567", "500.28 GB"},
+                    LocaleCase{{{"LC_NUMERIC", "ru_RU.UTF-8"}}, "1\u00A0234\u00A0567", "500,28 GB"},
+                    LocaleCase{{{"LANG", "de_AT@euro"}}, "1\u00A0234\u00A0567", "500,28 GB"},
+                    LocaleCase{{{"LC_ALL", "C"}, {"LANG", "de_DE"}}, "1,234,567", "500.28 GB"},
+                    LocaleCase{{{"LC_ALL", "POSIX"}}, "1,234,567", "500.28 GB"},
+                    LocaleCase{{{"LC_ALL", ""}, {"LC_NUMERIC", "de_DE"}}, "1.234.567", "500,28 GB"},
+                    LocaleCase{{{"LANG", "no such locale"}}, "1,234,567", "500.28 GB"}));
 
 TEST(NumberFormatterWithEnglish, GroupsEveryUnsigned64BitNumber)
 {

@@ -2,6 +2,7 @@
 #include "vantorel/system/PlugIn.h"
 
 #include "support/TestMachine.h"
+#include "system/plugins/PlugIn.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "system/propertylist/BinaryPropertyList.h"
 
+#include "vantorel/system/PropertyList.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

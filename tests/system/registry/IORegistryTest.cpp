@@ -2,7 +2,8 @@
 #include "vantorel/system/IORegistry.h"
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"
-#include "vantorel/system/CallGate.h"
+#include "system/CallGate.h"
+#include "system/registry/HandleTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/disks/DriveStatistics.h"
-
 #include "PropertyReading.h"
 #include "RegistryWalk.h"
 #include "vantorel/disks/Drive.h"

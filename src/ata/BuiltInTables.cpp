@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/ata/DriveDatabase.h"
-
+// The rows that come with the library, and what is said of them.
 #include "vantorel/ata/DriveTables.h"
 
 #include <algorithm>
