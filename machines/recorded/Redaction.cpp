@@ -366,9 +366,9 @@ void Redaction::prepare()
     search_.prepare();
 }
 
-void Redaction::add(std::string text, std::string pseudonym, Kind kind, Form form)
+void Redaction::add(const std::string& text, std::string pseudonym, Kind kind, Form form)
 {
-    search_.add(std::move(text), patterns_.size());
+    search_.add(text, patterns_.size());
     patterns_.push_back({std::move(pseudonym), kind, form});
 }
 

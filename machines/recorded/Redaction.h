@@ -71,7 +71,7 @@ private:
     void noteUuids(std::string_view text);
     void noteUsers(std::string_view text);
     void addPatterns(const Secret& secret);
-    void add(std::string text, std::string pseudonym, Kind kind, Form form);
+    void add(const std::string& text, std::string pseudonym, Kind kind, Form form);
     bool replace(std::string& bytes) const;
     void redact(RecordedVolume& volume) const;
     void redact(RecordedDrive& drive) const;

@@ -7,7 +7,7 @@
 
 namespace vantorel::recorded {
 
-void TextSearch::add(std::string pattern, std::size_t number)
+void TextSearch::add(std::string_view pattern, std::size_t number)
 {
     patterns_.emplace_back(base::lowercased(pattern), number);
 }

@@ -16,7 +16,7 @@ namespace vantorel::recorded {
 class TextSearch {
 public:
     /// Takes in a pattern that is not empty; `number` is what it is known by.
-    void add(std::string pattern, std::size_t number);
+    void add(std::string_view pattern, std::size_t number);
 
     /// To be called between the last pattern and the first search.
     void prepare();

@@ -65,7 +65,7 @@ public:
         const auto* const top = list ? member<ObjectTable::Dictionary>(*list, "$top") : nullptr;
         if (!slots || !top)
             throw KeyedArchiveError("a property list without \"$objects\" and \"$top\" is no keyed archive");
-        const PropertyValue* const version = member<PropertyValue>(*list, "$version");
+        const auto* const version = member<PropertyValue>(*list, "$version");
         if (!version || version->get<std::int64_t>() != archiveVersion)
             throw KeyedArchiveError("not a keyed archive of version " + std::to_string(archiveVersion));
         const auto* const root = member<ObjectTable::Uid>(*top, "root");
