@@ -15,13 +15,6 @@
 #include <cstring>
 #include <stdexcept>
 
-/// Lets the address sanitizer come behind umockdev's library.
-extern "C" const char* __asan_default_options(); // NOLINT: its name
-extern "C" const char* __asan_default_options()
-{
-    return "verify_asan_link_order=0";
-} // NOLINT
-
 namespace vantorel::test {
 
 namespace {
