@@ -40,6 +40,13 @@ function(vantorel_tests name)
     gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()
 
+# vantorel_script_test(NAME SCRIPT argument...)
+# Runs a script as a test; it says by the exit status 77 that something it needs is not installed (tests/support/need.sh).
+function(vantorel_script_test name script)
+    add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
+    set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 120)
+endfunction()
+
 # vantorel_fuzz_target(NAME SOURCES file... LINK target...)
 # Makes fuzz_NAME, a libFuzzer program where the compiler has it; its seeds lie in fuzz/corpus/NAME.
 function(vantorel_fuzz_target name)
