@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DiskJson.h"
 
-#include "Quantity.h"
+#include "WholeNumber.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/Drive.h"
@@ -10,7 +10,7 @@
 #include <optional>
 #include <string_view>
 
-namespace vantorel::host {
+namespace vantorel {
 
 namespace {
 
@@ -117,4 +117,4 @@ Json diskJson(const Disk& disk)
     return json;
 }
 
-} // namespace vantorel::host
+} // namespace vantorel
