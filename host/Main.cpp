@@ -74,7 +74,9 @@ int run(int argc, char** argv)
 /// Whether JSON is wanted, told apart from the reading of the arguments: these may be what is wrong.
 bool wantsJson(int argc, char** argv)
 {
-    return std::any_of(argv + 1, argv + argc, [](std::string_view argument) { return argument == "--json"; });
+    return std::any_of(argv + 1, argv + argc, [](std::string_view argument) {
+        return argument == "--json" || argument.starts_with("--json=");
+    });
 }
 
 } // namespace
