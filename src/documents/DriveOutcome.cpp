@@ -18,20 +18,37 @@ namespace {
 
 using Kind = DriveOutcome::Kind;
 
-DriveOutcome unread(const Drive& drive, bool isNamed)
+void tellObstacle(DriveOutcome& outcome, std::uint64_t entry)
 {
-    return {Kind::noSmart, driveName(drive), isNamed, DriveSnapshot(drive), {}, "It has no SMART data.", {}};
-}
-
-void tellObstacle(DriveOutcome& outcome)
-{
-    const auto obstacle = system::machine()->whyNotOpened(outcome.drive->service);
+    const auto obstacle = system::machine()->whyNotOpened(entry);
     if (!obstacle)
         return;
+    outcome.isExplained = true;
     outcome.error = obstacle->reason;
     outcome.remedy = obstacle->remedy;
     if (obstacle->status == system::kIOReturnNotReady)
         outcome.kind = Kind::asleep;
+}
+
+/// The entry of the device that a drive is the medium of, behind the block storage driver; 0 for none.
+std::uint64_t deviceOf(const Drive& drive)
+{
+    system::IOHandle driver;
+    system::IOHandle device;
+    std::uint64_t entry = 0;
+    system::IORegistryEntryGetParentEntry(drive.ioService().get(), system::kIOServicePlane, driver.receive());
+    system::IORegistryEntryGetParentEntry(driver.get(), system::kIOServicePlane, device.receive());
+    system::IORegistryEntryGetRegistryEntryID(device.get(), entry);
+    return entry;
+}
+
+DriveOutcome unread(const Drive& drive, bool isNamed)
+{
+    DriveOutcome outcome{Kind::noSmart, driveName(drive),        isNamed, DriveSnapshot(drive), {},
+                         false,         "It has no SMART data.", {}};
+    if (outcome.drive->service == 0)
+        tellObstacle(outcome, deviceOf(drive));
+    return outcome;
 }
 
 /// Runs on any thread; nothing is thrown.
@@ -43,7 +60,7 @@ try {
 } catch (const SmartOpenError& error) {
     outcome.kind = Kind::notOpened;
     outcome.error = error.errorDescription();
-    tellObstacle(outcome);
+    tellObstacle(outcome, outcome.drive->service);
 } catch (const std::exception& error) {
     outcome.kind = Kind::failed;
     outcome.error = error.what();
@@ -106,7 +123,7 @@ std::vector<DriveOutcome> unreadDrives(const std::vector<std::string>& names)
     for (const std::string& name : names) {
         const auto drive = driveNamed(name);
         if (!drive) {
-            outcomes.push_back({Kind::noDrive, name, true, {}, {}, "There is no such drive.", {}});
+            outcomes.push_back({Kind::noDrive, name, true, {}, {}, false, "There is no such drive.", {}});
         } else if (std::ranges::find(known, drive) == known.end()) {
             known.push_back(drive);
             outcomes.push_back(unread(*drive, true));
@@ -138,6 +155,7 @@ void readDrives(std::vector<DriveOutcome>& drives, const std::function<void(std:
     for (const auto& [outcome, answer] : others) {
         outcome->kind = answer->kind;
         outcome->judged = answer->judged;
+        outcome->isExplained = answer->isExplained;
         outcome->error = answer->error;
         outcome->remedy = answer->remedy;
     }
