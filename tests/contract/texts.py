@@ -6,6 +6,7 @@
 
 --renew writes the files anew. What differs from run to run, such as times and paths, stands in them by its name.
 """
+import json
 import os
 import pathlib
 import re
@@ -71,7 +72,10 @@ class Texts:
         words = [re.sub(r"{([^}]+)}", lambda name: str(self._paths[name[1]]), word) for word in shlex.split(case)]
         run = subprocess.run([self._command, *words], capture_output=True, stdin=subprocess.DEVNULL, check=False,
                              timeout=60, env=os.environ | {"LC_ALL": "C.UTF-8", "TZ": "UTC", "COLUMNS": "80"})
-        text = run.stdout.decode() + "".join("! " + line + "\n" for line in run.stderr.decode().splitlines())
+        output = run.stdout.decode()
+        if "--json" in words:
+            output = json.dumps(json.loads(output), indent=1, ensure_ascii=False) + "\n"
+        text = output + "".join("! " + line + "\n" for line in run.stderr.decode().splitlines())
         for name, path in sorted(self._paths.items(), key=lambda pair: -len(str(pair[1]))):
             text = text.replace(str(path), "{" + name + "}")
         for pattern, name in self._varying + VARYING:
