@@ -2,12 +2,8 @@
 #include "MachineChoice.h"
 
 #include "host/console/Output.h"
-#include "host/files/ReportFile.h"
+#include "host/opening/MachineOpening.h"
 #include "machines/recorded/RecordedMachine.h"
-#ifdef VANTOREL_LINUX_MACHINE
-#include "machines/linux/LinuxMachine.h"
-#endif
-#include "vantorel/ata/DriveTables.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/MessageSink.h"
@@ -17,7 +13,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -79,24 +74,6 @@ std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents 
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
     return std::make_unique<recorded::RecordedMachine>(std::move(recording), playback);
 }
-
-#ifdef VANTOREL_LINUX_MACHINE
-std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
-{
-    machines::LinuxOptions options;
-    options.channels.wake = wakesDrives;
-    options.channels.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
-        const auto bridge = usbBridge(vendor, product, version);
-        return bridge ? std::optional<std::string>(bridge->type) : std::nullopt;
-    };
-    return std::make_unique<machines::LinuxMachine>(std::move(options));
-}
-#else
-std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)
-{
-    throw CommandError("this computer", "cannot be read by this build; name a machine, such as --machine sample:tower");
-}
-#endif
 
 } // namespace
 
