@@ -3,7 +3,7 @@
 #include "LiveFixture.h"
 #include "channels/ScriptedDrive.h"
 #include "support/TestData.h"
-#include "vantorel/smart/DriveReading.h"
+#include "vantorel/smart/DriveSnapshot.h"
 #include "vantorel/smart/SmartController.h"
 
 #include <gmock/gmock.h>
@@ -72,7 +72,7 @@ protected:
         try {
             static_cast<void>(SmartController::shared().getATASmartData(drive));
         } catch (const SmartOpenError& error) {
-            return "not opened: " + system::machine()->whyNotOpened(ReadableDrive::of(drive).service)->reason;
+            return "not opened: " + system::machine()->whyNotOpened(DriveSnapshot(drive).service)->reason;
         } catch (const SmartError& error) {
             return error.errorDescription();
         }
@@ -153,9 +153,9 @@ TEST_F(LiveDrives, ADriveThatHangsHoldsUpNoOther)
     look();
     sda.expect(readingUntil(4, {.host = 3, .hangs = true}));
     std::string error;
-    std::thread slow([&error, drive = ReadableDrive::of(*tracked<Drive>("sda"))] {
+    std::thread slow([&error, drive = DriveSnapshot(*tracked<Drive>("sda"))] {
         try {
-            static_cast<void>(readDrive(drive));
+            static_cast<void>(SmartController::shared().getSmartData(drive));
         } catch (const SmartError& thrown) {
             error = thrown.errorDescription();
         }
@@ -165,7 +165,7 @@ TEST_F(LiveDrives, ADriveThatHangsHoldsUpNoOther)
     failing.push_back({returnStatus, registers(0x50, 0, 0, 0x2CF400)});
     failing.push_back({identify, sector("identify")});
     sdb.expect(failing);
-    const DriveReading read = readDrive(ReadableDrive::of(*tracked<Drive>("sdb")));
+    const DriveReading read = SmartController::shared().getSmartData(DriveSnapshot(*tracked<Drive>("sdb")));
     EXPECT_EQ(read.saysFailing, true);
     EXPECT_EQ(read.identify, sector("identify").data);
     EXPECT_TRUE(sda.isHanging());
@@ -215,7 +215,7 @@ TEST_F(LiveDrives, AnNvmeDriveIsReadOrSaysWhyNot)
         try {
             outcome = SmartController::shared().getNVMeSmartData(*drive).assessment;
         } catch (const SmartOpenError&) {
-            outcome = "not opened: " + system::machine()->whyNotOpened(ReadableDrive::of(*drive).service)->reason;
+            outcome = "not opened: " + system::machine()->whyNotOpened(DriveSnapshot(*drive).service)->reason;
         } catch (const SmartError& error) {
             outcome = error.errorDescription();
         }
