@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -63,6 +64,8 @@ struct Icu {
 #undef VANTOREL_TEXT_OF
 
 constexpr std::string_view english = "en_US";
+
+std::atomic<bool> isAlwaysEnglish = false;
 
 /// The locale of the process in ICU's spelling.
 std::string localeName()
@@ -153,7 +156,7 @@ public:
     template <typename Call>
     std::optional<std::string> written(int fractionDigits, Call call)
     {
-        if (!usable_)
+        if (isAlwaysEnglish || !usable_)
             return std::nullopt;
         const std::lock_guard lock(mutex_);
         UErrorCode status = U_ZERO_ERROR;
@@ -193,6 +196,11 @@ private:
 };
 
 } // namespace
+
+void writeNumbersInEnglish()
+{
+    isAlwaysEnglish = true;
+}
 
 std::string decimalText(double number, int fractionDigits)
 {
