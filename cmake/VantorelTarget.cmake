@@ -22,8 +22,42 @@ function(vantorel_library name)
     target_include_directories(${target} ${scope}
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-    install(TARGETS ${target} EXPORT VantorelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    if(NOT BUILD_SHARED_LIBS)
+        install(TARGETS ${target} EXPORT VantorelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    endif()
     set_property(GLOBAL APPEND PROPERTY VANTOREL_LIBRARIES ${target})
+endfunction()
+
+# vantorel_umbrella()
+# Makes vantorel::vantorel. With static libraries it is all of them but the machines, of which a host links those that it
+# installs; as a shared library it is everything. The archives are made then, too: the shared library is made of them,
+# and the tests link them, as they reach what is hidden.
+function(vantorel_umbrella)
+    get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
+    if(BUILD_SHARED_LIBS)
+        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/vantorel.cpp CONTENT "// All of the library is in its archives.\n")
+        add_library(vantorel SHARED ${PROJECT_BINARY_DIR}/vantorel.cpp)
+        set_target_properties(vantorel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0)
+        target_compile_features(vantorel INTERFACE cxx_std_20)
+        target_include_directories(vantorel INTERFACE
+            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+        target_link_options(vantorel PRIVATE LINKER:-z,defs)
+        foreach(library IN LISTS libraries)
+            get_target_property(type ${library} TYPE)
+            if(type STREQUAL "STATIC_LIBRARY")
+                target_link_libraries(vantorel PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,${library}>)
+                set_property(TARGET vantorel APPEND PROPERTY LINK_LIBRARY_OVERRIDE_${library} WHOLE_ARCHIVE)
+            endif()
+        endforeach()
+        install(TARGETS vantorel EXPORT VantorelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    else()
+        list(FILTER libraries EXCLUDE REGEX "^vantorel_machine_")
+        add_library(vantorel INTERFACE)
+        target_link_libraries(vantorel INTERFACE ${libraries})
+        install(TARGETS vantorel EXPORT VantorelTargets)
+    endif()
+    add_library(vantorel::vantorel ALIAS vantorel)
 endfunction()
 
 # vantorel_tests(NAME SOURCES file... LINK target... [ENVIRONMENT variable=value])

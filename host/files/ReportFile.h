@@ -3,7 +3,7 @@
 
 #include "host/health/JudgedReading.h"
 #include "machines/recorded/DeviceIdentity.h"
-#include "machines/recorded/Recording.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/smart/records/SmartObject.h"
 

@@ -6,8 +6,8 @@
 #include "ata/MakeResult.h"
 #include "nvme/MakeResult.h"
 #include "nvme/NvmeReading.h"
+#include "platform/PlugInSession.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 
 namespace vantorel {
 

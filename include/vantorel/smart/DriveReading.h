@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/smart/records/AtaSmartObject.h"
 #include "vantorel/smart/records/SmartError.h"
@@ -10,7 +11,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What a reading has to know of a drive. A `Drive` belongs to the registry's thread; this is a value of its own, made
 /// there and handed to whichever thread reads.

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/base/Public.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/system/Machine.h"
 
 #include <memory>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// Starts a machine that is not installed, notes every entry and volume of it and what its drives answer, and ends it.
 /// A drive is asked for its identity, the data, the thresholds and the opinion of SMART, the logs of errors and of
@@ -15,4 +17,5 @@ namespace vantorel::recorded {
 /// be in the recording or not. Blocks, for as long as the drives take one after the other.
 [[nodiscard]] Recording recordMachine(std::unique_ptr<system::Machine> machine);
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel
