@@ -29,35 +29,43 @@ function(vantorel_library name)
 endfunction()
 
 # vantorel_umbrella()
-# Makes vantorel::vantorel. With static libraries it is all of them but the machines, of which a host links those that it
-# installs; as a shared library it is everything. The archives are made then, too: the shared library is made of them,
-# and the tests link them, as they reach what is hidden.
+# Makes vantorel::vantorel. With static libraries that is all of them but the machines, of which a host links those that it
+# installs; with BUILD_SHARED_LIBS it is vantorel_shared, one library made of all the archives. Tests want that in any case:
+# to look at it, and for other languages than C++. They link the archives, as they reach what is hidden.
 function(vantorel_umbrella)
     get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
-    if(BUILD_SHARED_LIBS)
-        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/vantorel.cpp CONTENT "// All of the library is in its archives.\n")
-        add_library(vantorel SHARED ${PROJECT_BINARY_DIR}/vantorel.cpp)
-        set_target_properties(vantorel PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0)
-        target_compile_features(vantorel INTERFACE cxx_std_20)
-        target_include_directories(vantorel INTERFACE
+    if(BUILD_SHARED_LIBS OR VANTOREL_BUILD_TESTS)
+        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/shared.cpp CONTENT "// A library has a source; the rest is archives.\n")
+        add_library(vantorel_shared SHARED ${PROJECT_BINARY_DIR}/shared.cpp)
+        set_target_properties(vantorel_shared PROPERTIES
+            OUTPUT_NAME vantorel EXPORT_NAME vantorel VERSION ${PROJECT_VERSION} SOVERSION 0)
+        target_compile_features(vantorel_shared INTERFACE cxx_std_20)
+        target_include_directories(vantorel_shared INTERFACE
             $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-        target_link_options(vantorel PRIVATE LINKER:-z,defs)
         foreach(library IN LISTS libraries)
             get_target_property(type ${library} TYPE)
             if(type STREQUAL "STATIC_LIBRARY")
-                target_link_libraries(vantorel PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,${library}>)
-                set_property(TARGET vantorel APPEND PROPERTY LINK_LIBRARY_OVERRIDE_${library} WHOLE_ARCHIVE)
+                target_link_libraries(vantorel_shared PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,${library}>)
+                set_property(TARGET vantorel_shared PROPERTY LINK_LIBRARY_OVERRIDE_${library} WHOLE_ARCHIVE)
             endif()
         endforeach()
-        install(TARGETS vantorel EXPORT VantorelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        target_link_options(vantorel_shared PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/vantorel.map)
+        set_property(TARGET vantorel_shared APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/vantorel.map)
+        if(NOT VANTOREL_SANITIZE)
+            target_link_options(vantorel_shared PRIVATE LINKER:-z,defs) # nothing is left for the host to bring
+        endif()
+    endif()
+    if(BUILD_SHARED_LIBS)
+        install(TARGETS vantorel_shared EXPORT VantorelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        add_library(vantorel::vantorel ALIAS vantorel_shared)
     else()
         list(FILTER libraries EXCLUDE REGEX "^vantorel_machine_")
         add_library(vantorel INTERFACE)
         target_link_libraries(vantorel INTERFACE ${libraries})
         install(TARGETS vantorel EXPORT VantorelTargets)
+        add_library(vantorel::vantorel ALIAS vantorel)
     endif()
-    add_library(vantorel::vantorel ALIAS vantorel)
 endfunction()
 
 # vantorel_tests(NAME SOURCES file... LINK target... [ENVIRONMENT variable=value])
