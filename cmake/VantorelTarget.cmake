@@ -29,11 +29,17 @@ function(vantorel_library name)
 endfunction()
 
 # vantorel_umbrella()
-# Makes vantorel::vantorel. With static libraries that is all of them but the machines, of which a host links those that it
-# installs; with BUILD_SHARED_LIBS it is vantorel_shared, one library made of all the archives. Tests want that in any case:
-# to look at it, and for other languages than C++. They link the archives, as they reach what is hidden.
+# Makes vantorel::vantorel, which stands for vantorel_static or, with BUILD_SHARED_LIBS, for vantorel_shared.
+# vantorel_static is all archives but those of the machines, of which a host links what it installs. vantorel_shared is one
+# library made of all of them; tests want that in any case, to look at it and for other languages than C++.
 function(vantorel_umbrella)
     get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
+    set(parts ${libraries})
+    list(FILTER parts EXCLUDE REGEX "^vantorel_machine_")
+    add_library(vantorel_static INTERFACE)
+    set_target_properties(vantorel_static PROPERTIES EXPORT_NAME vantorel)
+    target_link_libraries(vantorel_static INTERFACE ${parts})
+
     if(BUILD_SHARED_LIBS OR VANTOREL_BUILD_TESTS)
         file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/shared.cpp CONTENT "// A library has a source; the rest is archives.\n")
         add_library(vantorel_shared SHARED ${PROJECT_BINARY_DIR}/shared.cpp)
@@ -56,15 +62,13 @@ function(vantorel_umbrella)
             target_link_options(vantorel_shared PRIVATE LINKER:-z,defs) # nothing is left for the host to bring
         endif()
     endif()
+
     if(BUILD_SHARED_LIBS)
-        install(TARGETS vantorel_shared EXPORT VantorelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
         add_library(vantorel::vantorel ALIAS vantorel_shared)
+        install(TARGETS vantorel_shared EXPORT VantorelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     else()
-        list(FILTER libraries EXCLUDE REGEX "^vantorel_machine_")
-        add_library(vantorel INTERFACE)
-        target_link_libraries(vantorel INTERFACE ${libraries})
-        install(TARGETS vantorel EXPORT VantorelTargets)
-        add_library(vantorel::vantorel ALIAS vantorel)
+        add_library(vantorel::vantorel ALIAS vantorel_static)
+        install(TARGETS vantorel_static EXPORT VantorelTargets)
     endif()
 endfunction()
 
