@@ -6,66 +6,60 @@
 #include "nvme/NvmeReading.h"
 #include "platform/PlugInSession.h"
 #include "vantorel/platform/IOConstants.h"
-<<<<<<< HEAD:src/smart/DriveReading.cpp
-=======
-#include "platform/PlugInSession.h"
 #include "vantorel/smart/SmartController.h"
-    >>>>>>> main:src/smart/AnyReading.cpp
 
-    namespace vantorel
+namespace vantorel {
+
+namespace {
+
+system::IOHandle serviceOf(const DriveSnapshot& drive)
 {
+    if (drive.service == 0)
+        return {};
+    return system::IOHandle(system::IOServiceGetMatchingService(system::kIOMasterPortDefault,
+                                                                system::IORegistryEntryIDMatching(drive.service)));
+}
 
-    namespace {
+DriveReading readAta(const DriveSnapshot& drive)
+{
+    const PlugInSession<SmartInterface> session(openPlugIn(serviceOf(drive), kIOATASMARTUserClientTypeID),
+                                                kIOATASMARTInterfaceID);
+    ATASMARTData data{};
+    ATASMARTDataThresholds thresholds{};
+    ata::getSmartValues(session.interface(), data, thresholds);
+    DriveReading reading{ata::makeResult(data, thresholds, ata::deviceInfo(drive.model, drive.serial, drive.firmware),
+                                         drive.isSSD, recordBytes(data), recordBytes(thresholds)),
+                         {},
+                         ata::isFailing(session.interface())};
+    ATAIdentifyData identify{};
+    if (session.interface().GetATAIdentifyData(&identify, sizeof identify, nullptr) == system::kIOReturnSuccess)
+        reading.identify = recordBytes(identify);
+    return reading;
+}
 
-    system::IOHandle serviceOf(const DriveSnapshot& drive)
-    {
-        if (drive.service == 0)
-            return {};
-        return system::IOHandle(system::IOServiceGetMatchingService(system::kIOMasterPortDefault,
-                                                                    system::IORegistryEntryIDMatching(drive.service)));
-    }
+DriveReading readNvme(const DriveSnapshot& drive)
+{
+    const PlugInSession<NVMeSmartInterface> session(openPlugIn(serviceOf(drive), kIONVMeSMARTUserClientTypeID),
+                                                    kIONVMeSMARTInterfaceID);
+    const auto controller = nvme::identify(session.interface());
+    const NVMeSMARTLog log = nvme::getSmartLog(session.interface());
+    return {nvme::makeResult(log, nvme::getDeviceInfo(controller), recordBytes(log)),
+            controller ? recordBytes(*controller) : Data(),
+            {}};
+}
 
-    DriveReading readAta(const DriveSnapshot& drive)
-    {
-        const PlugInSession<SmartInterface> session(openPlugIn(serviceOf(drive), kIOATASMARTUserClientTypeID),
-                                                    kIOATASMARTInterfaceID);
-        ATASMARTData data{};
-        ATASMARTDataThresholds thresholds{};
-        ata::getSmartValues(session.interface(), data, thresholds);
-        DriveReading reading{ata::makeResult(data, thresholds,
-                                             ata::deviceInfo(drive.model, drive.serial, drive.firmware), drive.isSSD,
-                                             recordBytes(data), recordBytes(thresholds)),
-                             {},
-                             ata::isFailing(session.interface())};
-        ATAIdentifyData identify{};
-        if (session.interface().GetATAIdentifyData(&identify, sizeof identify, nullptr) == system::kIOReturnSuccess)
-            reading.identify = recordBytes(identify);
-        return reading;
-    }
+} // namespace
 
-    DriveReading readNvme(const DriveSnapshot& drive)
-    {
-        const PlugInSession<NVMeSmartInterface> session(openPlugIn(serviceOf(drive), kIONVMeSMARTUserClientTypeID),
-                                                        kIONVMeSMARTInterfaceID);
-        const auto controller = nvme::identify(session.interface());
-        const NVMeSMARTLog log = nvme::getSmartLog(session.interface());
-        return {nvme::makeResult(log, nvme::getDeviceInfo(controller), recordBytes(log)),
-                controller ? recordBytes(*controller) : Data(),
-                {}};
-    }
+DriveReading SmartController::getSmartData(const DriveSnapshot& drive) const
+{
+    DriveReading reading = drive.isNvme ? readNvme(drive) : readAta(drive);
+    reading.isSSD = drive.isSSD;
+    return reading;
+}
 
-    } // namespace
-
-    DriveReading SmartController::getSmartData(const DriveSnapshot& drive) const
-    {
-        DriveReading reading = drive.isNvme ? readNvme(drive) : readAta(drive);
-        reading.isSSD = drive.isSSD;
-        return reading;
-    }
-
-    DriveReading SmartController::getSmartData(const Drive& drive) const
-    {
-        return getSmartData(DriveSnapshot(drive));
-    }
+DriveReading SmartController::getSmartData(const Drive& drive) const
+{
+    return getSmartData(DriveSnapshot(drive));
+}
 
 } // namespace vantorel
