@@ -31,7 +31,7 @@ endfunction()
 # vantorel_umbrella()
 # Makes vantorel::vantorel, which stands for vantorel_static or, with BUILD_SHARED_LIBS, for vantorel_shared.
 # vantorel_static is all archives but those of the machines, of which a host links what it installs. vantorel_shared is one
-# library made of all of them; tests want that in any case, to look at it and for other languages than C++.
+# library made of the objects of all of them; tests want that in any case, to look at it and for other languages than C++.
 function(vantorel_umbrella)
     get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
     set(parts ${libraries})
@@ -41,10 +41,10 @@ function(vantorel_umbrella)
     target_link_libraries(vantorel_static INTERFACE ${parts})
 
     if(BUILD_SHARED_LIBS OR VANTOREL_BUILD_TESTS)
-        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/shared.cpp CONTENT "// A library has a source; the rest is archives.\n")
-        add_library(vantorel_shared SHARED ${PROJECT_BINARY_DIR}/shared.cpp)
+        add_library(vantorel_shared SHARED)
         set_target_properties(vantorel_shared PROPERTIES
-            OUTPUT_NAME vantorel EXPORT_NAME vantorel VERSION ${PROJECT_VERSION} SOVERSION 0)
+            OUTPUT_NAME vantorel EXPORT_NAME vantorel VERSION ${PROJECT_VERSION} SOVERSION 0
+            LINKER_LANGUAGE CXX)
         target_compile_features(vantorel_shared INTERFACE cxx_std_20)
         target_include_directories(vantorel_shared INTERFACE
             $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -52,10 +52,10 @@ function(vantorel_umbrella)
         foreach(library IN LISTS libraries)
             get_target_property(type ${library} TYPE)
             if(type STREQUAL "STATIC_LIBRARY")
-                target_link_libraries(vantorel_shared PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,${library}>)
-                set_property(TARGET vantorel_shared PROPERTY LINK_LIBRARY_OVERRIDE_${library} WHOLE_ARCHIVE)
+                target_sources(vantorel_shared PRIVATE $<TARGET_OBJECTS:${library}>)
             endif()
         endforeach()
+        target_link_libraries(vantorel_shared PRIVATE ${libraries}) # for what they link
         target_link_options(vantorel_shared PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/vantorel.map)
         set_property(TARGET vantorel_shared APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/vantorel.map)
         if(NOT VANTOREL_SANITIZE)
