@@ -7,14 +7,14 @@
 #include "Session.h"
 #include "documents/Documents.h"
 #include "host/opening/MachineOpening.h"
-#include "machines/recorded/RecordedMachine.h"
+#include "system/formatting/NumberFormatter.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/health/JudgedReading.h"
 #include "vantorel/layouts/Nvme.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/smart/Version.h"
 #include "vantorel/system/MessageSink.h"
-#include "vantorel/system/NumberFormatter.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -3,8 +3,9 @@
 
 #include "host/console/Output.h"
 #include "host/opening/MachineOpening.h"
-#include "machines/recorded/RecordedMachine.h"
 #include "vantorel/disks/Vantorel.h"
+#include "vantorel/machines/linux/ThisComputer.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/MessageSink.h"
 #include "vantorel/system/RunLoop.h"

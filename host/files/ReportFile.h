@@ -4,6 +4,7 @@
 #include "host/opening/MachineOpening.h"
 #include "machines/recorded/DeviceIdentity.h"
 #include "vantorel/health/JudgedReading.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/smart/records/SmartObject.h"
 

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "MachineOpening.h"
 
-#include "machines/recorded/Loading.h"
-#include "machines/recorded/SavedMachine.h"
-#ifdef VANTOREL_LINUX_MACHINE
-#include "machines/linux/LinuxMachine.h"
-#endif
 #include "vantorel/ata/DriveTables.h"
+#include "vantorel/machines/linux/ThisComputer.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/SavedMachine.h"
 #include "vantorel/system/KeyedArchiver.h"
 #include "vantorel/system/WholeFile.h"
 
@@ -101,13 +99,13 @@ recorded::Recording loadRecordingOrReport(const std::string& path)
 #ifdef VANTOREL_LINUX_MACHINE
 std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
 {
-    machines::LinuxOptions options;
-    options.channels.wake = wakesDrives;
-    options.channels.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
+    channels::ChannelOptions options;
+    options.wake = wakesDrives;
+    options.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
         const auto bridge = usbBridge(vendor, product, version);
         return bridge ? std::optional<std::string>(bridge->type) : std::nullopt;
     };
-    return std::make_unique<machines::LinuxMachine>(std::move(options));
+    return machines::thisComputer(std::move(options));
 }
 #else
 std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)
