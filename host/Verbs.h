@@ -12,6 +12,7 @@ void addDatabase(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
 void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
 void addDiff(CLI::App& app, int& status);
+void addHistory(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
 void addRecord(CLI::App& app, int& status);
 void addReport(CLI::App& app, int& status);

@@ -5,6 +5,7 @@
 #include "vantorel/health/Verdict.h"
 #include "vantorel/smart/DriveReading.h"
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct JudgedReading {
     Data data;                       ///< the SMART data sector or the health log
     std::optional<KnownDrive> known; ///< of ATA drives
     health::Verdict verdict;
+    /// When the earlier reading was made that the verdict compares with, in milliseconds since 1970.
+    std::optional<std::int64_t> comparedTo;
 
     [[nodiscard]] bool isNvme() const { return reading.result.as<NVMeSmartObject>() != nullptr; }
 

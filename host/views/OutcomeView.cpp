@@ -3,6 +3,7 @@
 
 #include "HealthJson.h"
 #include "ResultView.h"
+#include "Time.h"
 #include "VerdictView.h"
 #include "host/console/Status.h"
 #include "host/console/Text.h"
@@ -53,6 +54,8 @@ std::string driveJson(const DriveOutcome& outcome, bool raw)
     object.put("status", Json(outcome.status()));
     object.put("state", Json(rawValue(outcome.kind)));
     if (outcome.judged) {
+        if (outcome.judged->comparedTo)
+            object.put("comparedTo", Json(utcTime(*outcome.judged->comparedTo)));
         putHealth(object, *outcome.judged, raw);
     } else {
         object.put("error", Json(outcome.error));
