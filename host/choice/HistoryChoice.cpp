@@ -22,7 +22,7 @@ void judgeAll(HistoryStore& store, std::vector<DriveOutcome>& outcomes)
     const Timestamp now = currentTime();
     for (DriveOutcome& outcome : outcomes) {
         if (outcome.judged)
-            judgeBeside(store, *outcome.judged, now);
+            outcome.comparedTo = judgeBeside(store, *outcome.judged, now);
     }
 }
 

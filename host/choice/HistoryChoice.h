@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "host/health/DriveOutcome.h"
+#include "documents/DriveOutcome.h"
 #include "host/history/HistoryStore.h"
 
 #include <CLI/CLI.hpp>

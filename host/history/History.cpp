@@ -100,8 +100,8 @@ std::string rulesOf(const Verdict& verdict)
     return fmt::format("{}", fmt::join(rules, " "));
 }
 
-std::optional<Kept> keepAt(HistoryStore& store, const JudgedReading& judged, const std::string& machine, Timestamp time,
-                           bool isPast)
+std::optional<Kept> keepAt(HistoryStore& store, const health::JudgedReading& judged, const std::string& machine,
+                           Timestamp time, bool isPast)
 {
     const DriveIdentity identity = DriveIdentity::of(judged);
     KeptReading reading{.time = time,
@@ -136,12 +136,12 @@ Timestamp currentTime()
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-void judgeBeside(HistoryStore& store, JudgedReading& judged, Timestamp time)
+std::optional<Timestamp> judgeBeside(HistoryStore& store, health::JudgedReading& judged, Timestamp time)
 {
     const DriveIdentity identity = DriveIdentity::of(judged);
     const auto drive = store.find(identity);
     if (!drive)
-        return;
+        return std::nullopt;
     Reading now = judged.view();
     now.model = identity.model; // as the earlier reading has them
     now.serial = identity.serial;
@@ -151,16 +151,16 @@ void judgeBeside(HistoryStore& store, JudgedReading& judged, Timestamp time)
         known.push_back(std::move(acknowledged.count));
     const Reading before = earlier ? earlier->saved.view(identity) : Reading();
     judged.verdict = health::judge(now, health::Past{.before = earlier ? &before : nullptr, .known = known});
-    if (earlier && judged.verdict.comparison)
-        judged.comparedTo = earlier->time;
+    return earlier && judged.verdict.comparison ? std::optional(earlier->time) : std::nullopt;
 }
 
-std::optional<Kept> keep(HistoryStore& store, const JudgedReading& judged, const std::string& machine, Timestamp time)
+std::optional<Kept> keep(HistoryStore& store, const health::JudgedReading& judged, const std::string& machine,
+                         Timestamp time)
 {
     return keepAt(store, judged, machine, time, false);
 }
 
-std::optional<Kept> keepPast(HistoryStore& store, const JudgedReading& judged, const std::string& machine,
+std::optional<Kept> keepPast(HistoryStore& store, const health::JudgedReading& judged, const std::string& machine,
                              Timestamp time)
 {
     return keepAt(store, judged, machine, time, true);

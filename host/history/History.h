@@ -2,7 +2,7 @@
 #pragma once
 
 #include "HistoryStore.h"
-#include "host/health/JudgedReading.h"
+#include "vantorel/health/JudgedReading.h"
 #include "vantorel/health/Verdict.h"
 
 #include <optional>
@@ -20,9 +20,8 @@ inline constexpr Timestamp recentPast = Timestamp{30} * 24 * 60 * 60 * 1000;
 
 /// Judges a reading taken at that time beside the earlier one that tells most about it, with the counts that were
 /// acknowledged. When damage grew in the recent past, that is the reading before it began to; else the oldest one since
-/// which none grew. Puts the time of the earlier reading into `judged.comparedTo`; nothing changes for a drive that has
-/// none.
-void judgeBeside(HistoryStore& store, JudgedReading& judged, Timestamp time);
+/// which none grew. Gives the time of the earlier reading; without one the verdict is that of the reading alone.
+std::optional<Timestamp> judgeBeside(HistoryStore& store, health::JudgedReading& judged, Timestamp time);
 
 /// What became of a reading that was to be kept.
 struct Kept {
@@ -35,12 +34,12 @@ struct Kept {
 /// Keeps a reading with its verdict; to be called within a transaction of the store. Absent, and nothing kept, when the
 /// drive tells neither a serial number nor a name of its own, or gave more bytes than a drive can. Where there is one
 /// of this very time, a live reading is kept under the next free one.
-[[nodiscard]] std::optional<Kept> keep(HistoryStore& store, const JudgedReading& judged, const std::string& machine,
-                                       Timestamp time);
+[[nodiscard]] std::optional<Kept> keep(HistoryStore& store, const health::JudgedReading& judged,
+                                       const std::string& machine, Timestamp time);
 
 /// `keep` for a reading of the past; nothing happens when there is one of this very time.
-[[nodiscard]] std::optional<Kept> keepPast(HistoryStore& store, const JudgedReading& judged, const std::string& machine,
-                                           Timestamp time);
+[[nodiscard]] std::optional<Kept> keepPast(HistoryStore& store, const health::JudgedReading& judged,
+                                           const std::string& machine, Timestamp time);
 
 /// Damage that grew from one kept reading to the next.
 struct Growth {

@@ -86,14 +86,14 @@ std::optional<std::size_t> takeNumber(DataView& bytes)
 
 } // namespace
 
-DriveIdentity DriveIdentity::of(const JudgedReading& judged)
+DriveIdentity DriveIdentity::of(const health::JudgedReading& judged)
 {
     const health::Reading view = judged.view();
     return {std::string(base::trimmed(view.model)), std::string(base::trimmed(view.serial)),
             judged.isNvme() ? "" : wwnIn(view.identify)};
 }
 
-SavedReading SavedReading::of(const JudgedReading& judged)
+SavedReading SavedReading::of(const health::JudgedReading& judged)
 {
     const health::Reading view = judged.view();
     return {view.kind,

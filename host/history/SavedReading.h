@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "host/health/JudgedReading.h"
 #include "vantorel/base/Data.h"
+#include "vantorel/health/JudgedReading.h"
 #include "vantorel/health/Reading.h"
 
 #include <optional>
@@ -17,7 +17,7 @@ struct DriveIdentity {
     std::string serial;
     std::string wwn; ///< World Wide Name, 16 hexadecimal digits
 
-    [[nodiscard]] static DriveIdentity of(const JudgedReading& judged);
+    [[nodiscard]] static DriveIdentity of(const health::JudgedReading& judged);
 
     /// Whether it tells the drive from others of its model.
     [[nodiscard]] bool isUnique() const { return !serial.empty() || !wwn.empty(); }
@@ -36,7 +36,7 @@ struct SavedReading {
 
     bool operator==(const SavedReading&) const = default;
 
-    [[nodiscard]] static SavedReading of(const JudgedReading& judged);
+    [[nodiscard]] static SavedReading of(const health::JudgedReading& judged);
 
     /// As `judge` takes it, in views of this object and of `drive`.
     [[nodiscard]] health::Reading view(const DriveIdentity& drive) const;

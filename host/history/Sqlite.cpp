@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 #include <sqlite3.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -15,7 +14,7 @@ namespace vantorel::host::sqlite {
 namespace {
 
 /// A failure in words for the one who named the file.
-std::string wordsFor(int code, const char* message)
+std::string wordsFor(int code, int systemError, const char* message)
 {
     switch (code & 0xFF) {
     case SQLITE_BUSY:
@@ -26,6 +25,8 @@ std::string wordsFor(int code, const char* message)
         return "it may not be written to";
     case SQLITE_FULL:
         return "the disk is full; nothing was changed";
+    case SQLITE_CANTOPEN:
+        return systemError == 0 ? message : reason(systemError);
     case SQLITE_NOTADB:
         return "it is no history";
     case SQLITE_CORRUPT:
@@ -91,7 +92,9 @@ int Connection::open(const std::string& uri, Use use, std::chrono::milliseconds 
 
 void Connection::fail(int code) const
 {
-    throw CommandError(path_, wordsFor(code, handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code)));
+    if (!handle_)
+        throw CommandError(path_, sqlite3_errstr(code));
+    throw CommandError(path_, wordsFor(code, sqlite3_system_errno(handle_.get()), sqlite3_errmsg(handle_.get())));
 }
 
 void Connection::check(int code) const

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/files/OutputFile.h"
 #include "vantorel/compression/Compression.h"
 #include "vantorel/compression/CompressionStream.h"
@@ -170,6 +170,10 @@ void addVerb(CLI::App& app, int& status, const char* name, const char* descripti
 void addCompress(CLI::App& app, int& status)
 {
     addVerb(app, status, "compress", "Compress a file", true);
+}
+
+void addExpand(CLI::App& app, int& status)
+{
     addVerb(app, status, "expand", "Expand what compress, or a Mac, wrote", false);
 }
 

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/history/History.h"
+#include "documents/Documents.h"
+#include "documents/JsonDocument.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/DriveChoice.h"
 #include "host/choice/DurationChoice.h"
 #include "host/choice/HistoryChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/ReportFile.h"
+#include "host/health/DriveReadings.h"
 #include "host/views/HistoryView.h"
-#include "host/views/JsonDocument.h"
-#include "host/views/Time.h"
 #include "host/views/VerdictView.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/report/SystemReport.h"
@@ -46,7 +47,7 @@ struct HistoryArguments {
 /// One line of what `add` and `import` have done.
 struct Line {
     std::string name;
-    const JudgedReading* judged = nullptr;
+    const health::JudgedReading* judged = nullptr;
     std::optional<Kept> kept;
     std::string reason; ///< why nothing was kept
 };

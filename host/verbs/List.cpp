@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/DiskTree.h"
+#include "documents/DiskUse.h"
+#include "documents/Documents.h"
+#include "documents/Status.h"
+#include "documents/WholeNumber.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
-#include "host/views/DiskJson.h"
-#include "host/views/DiskTree.h"
 #include "host/views/DiskWords.h"
 #include "host/views/Quantity.h"
 
@@ -15,28 +17,17 @@ namespace vantorel::host {
 
 namespace {
 
-std::string freeText(const DiskNode& node)
-{
-    const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
-    if (!volume || !volume->isMounted())
-        return {};
-    return sizeText(wholeNumber(volume->freeSpace()));
-}
-
-std::string mountText(const DiskNode& node)
-{
-    const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
-    return volume ? volume->mountPoint().value_or("") : "";
-}
-
 /// One line for the node and one for each below it, drawn behind `stem`, which runs down to them.
 void draw(Table& table, const DiskNode& node, const std::string& branch, const std::string& stem)
 {
     std::string kind = kindText(*node.disk);
     if (node.raidSet)
         kind += ", in " + node.raidSet->bsdName().value_or("a RAID set");
+    const auto volume = volumeOn(*node.disk);
+    const auto mountPoint = volume ? volume->mountPoint() : std::nullopt;
     table.add({branch + printable(node.disk->bsdName().value_or("-")), sizeText(*node.disk), std::move(kind),
-               printable(nameText(*node.disk)), printable(mountText(node)), freeText(node)},
+               printable(nameText(*node.disk)), printable(mountPoint.value_or("")),
+               mountPoint ? sizeText(wholeNumber(volume->freeSpace())) : std::string()},
               branch.empty() ? Emphasis::strong : Emphasis::none);
     for (const DiskNode& child : node.children) {
         const bool isLast = &child == &node.children.back();
@@ -53,17 +44,6 @@ std::string treeText(const std::vector<DiskNode>& roots)
     return table.text();
 }
 
-Json nodeJson(const DiskNode& node)
-{
-    Json json = diskJson(*node.disk);
-    if (node.raidSet && node.raidSet->bsdName())
-        json["raidSet"] = *node.raidSet->bsdName();
-    json["children"] = Json::array();
-    for (const DiskNode& child : node.children)
-        json["children"].push_back(nodeJson(child));
-    return json;
-}
-
 int list(const CLI::App& app, bool json)
 {
     const std::string path = loadMachine(app);
@@ -73,10 +53,7 @@ int list(const CLI::App& app, bool json)
         print(roots.empty() ? "No disks.\n" : treeText(roots));
         return status;
     }
-    Json document = {{"format", documentFormat}, {"machine", path}, {"disks", Json::array()}};
-    for (const DiskNode& root : roots)
-        document["disks"].push_back(nodeJson(root));
-    print(jsonLine(document));
+    print(listDocument(path, roots));
     return status;
 }
 

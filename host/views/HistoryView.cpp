@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "HistoryView.h"
 
-#include "JsonDocument.h"
 #include "Time.h"
 #include "VerdictView.h"
+#include "documents/Documents.h"
+#include "documents/JsonDocument.h"
 #include "host/console/Text.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/health/VerdictJson.h"
