@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/health/Attributes.h"
 #include "vantorel/health/Reading.h"
 #include "vantorel/health/TypedValue.h"
@@ -18,7 +19,8 @@
 ///     const Verdict verdict = judge(readingOf(result, isSSD));
 ///     if (verdict.level == Level::failing)
 ///         tell(verdict.reasons.front().sentence);
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 enum class Level : std::uint8_t {
     good,
@@ -120,7 +122,8 @@ struct Past {
 /// The same with all that is known.
 [[nodiscard]] Verdict judge(const Reading& now, const Past& past);
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel
 
 template <>
 inline constexpr std::array<std::string_view, 5> vantorel::rawTexts<vantorel::health::Level> = {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/base/Public.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/system/Machine.h"
 
 #include <atomic>
@@ -19,7 +20,8 @@
 #include <utility>
 #include <vector>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// Who lets the later events of a recording happen.
 enum class Playback {
@@ -42,6 +44,7 @@ public:
     [[nodiscard]] std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override;
     [[nodiscard]] system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override;
     [[nodiscard]] system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override;
+    [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(std::uint64_t entry) override;
 
 private:
     /// A drive, which the channels to it share with the machine.
@@ -81,4 +84,5 @@ private:
     std::thread player_;
 };
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel
