@@ -50,6 +50,7 @@ int run(int argc, char** argv)
     host::addErrors(app, status);
     host::addWatch(app, status);
     host::addStats(app, status);
+    host::addMetrics(app, status);
     host::addReport(app, status);
     host::addRecord(app, status);
     host::addShow(app, status);

@@ -13,6 +13,7 @@ void addErrors(CLI::App& app, int& status);
 void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
 void addDiff(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
+void addMetrics(CLI::App& app, int& status);
 void addRecord(CLI::App& app, int& status);
 void addReport(CLI::App& app, int& status);
 void addShow(CLI::App& app, int& status);
