@@ -75,7 +75,7 @@ std::string checkText(const std::vector<DriveOutcome>& outcomes)
             drive.verdict = &outcome.judged->verdict;
         } else {
             drive.state = stateText(outcome.kind);
-            if (outcome.kind != Kind::noSmart || outcome.isNamed)
+            if (outcome.kind != Kind::noSmart || outcome.isNamed || outcome.isExplained)
                 drive.explanation = outcome.error;
             drive.remedy = outcome.remedy;
         }

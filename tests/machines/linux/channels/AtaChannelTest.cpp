@@ -115,6 +115,17 @@ TEST(AtaChannels, WrapCommandsAsEachBridgeTakesThem)
           {"DF 10 00 02 00 D0 01 00 4F C2 B0 B0", with(data)},
           {"DF 10 00 00 01 DA 00 00 4F C2 B0 B0", with({0x2C})}},
          exceeded},
+        {"usbjmicron",
+         {{"DF 10 00 00 01 00 72 0F 00 00 00 FD", with({0x04})},
+          {"DF 10 00 02 00 00 01 00 00 00 A0 EC", with(identify)},
+          {"DF 10 00 02 00 D0 01 00 4F C2 A0 B0", with(data)},
+          {"DF 10 00 00 01 DA 00 00 4F C2 A0 B0", with({0xC2})}},
+         key},
+        {"usbjmicron,1", // the other drive of two
+         {{"DF 10 00 02 00 00 01 00 00 00 B0 EC", with(identify)},
+          {"DF 10 00 02 00 D0 01 00 4F C2 B0 B0", with(data)},
+          {"DF 10 00 00 01 DA 00 00 4F C2 B0 B0", {}}}, // nothing comes back
+         std::nullopt},
         {"usbjmicron,x,0",
          {{"DF 10 00 02 00 00 01 00 00 00 A0 EC", with(identify)},
           {"DF 10 00 02 00 D0 01 00 4F C2 A0 B0", with(data)},
