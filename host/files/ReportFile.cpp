@@ -78,9 +78,8 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number, const Device
     if (!drive.stored.smartData)
         return drive;
     if (auto result = decode(drive.stored, drive.identity))
-        drive.judged.emplace(
-            DriveReading{*std::move(result), drive.stored.identify.value_or(Data()), drive.stored.failing},
-            drive.stored.kind == "ssd");
+        drive.judged.emplace(DriveReading{*std::move(result), drive.stored.identify.value_or(Data()),
+                                          drive.stored.failing, drive.stored.kind == "ssd"});
     else
         drive.fault = "Its raw SMART data are not whole.";
     return drive;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DriveMetrics.h"
 
-#include "host/views/Quantity.h"
+#include "documents/WholeNumber.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/health/Attributes.h"
 #include "vantorel/smart/Version.h"
@@ -70,7 +70,10 @@ struct DriveNumber {
 
 constexpr DriveNumber driveNumbers[] = {
     {{"vantorel_drive_size_bytes", gauge, "bytes", "What the drive holds."},
-     [](const MeasuredDrive& drive) { return drive.size ? std::optional(fmt::to_string(*drive.size)) : std::nullopt; }},
+     [](const MeasuredDrive& drive) {
+         const auto size = drive.outcome->drive ? drive.outcome->drive->size : std::nullopt;
+         return size ? std::optional(fmt::to_string(*size)) : std::nullopt;
+     }},
     {{"vantorel_drive_last_read_timestamp_seconds", gauge, "seconds", "When the drive was last read."},
      [](const MeasuredDrive& drive) -> std::optional<std::string> {
          if (!drive.readAt)
@@ -161,10 +164,18 @@ constexpr IoNumber ioNumbers[] = {
     {{"vantorel_drive_io_retries", counter, "", "Reads and writes that were tried again."}, "Retries", 0},
 };
 
-/// What tells a drive from all others, and what a reader knows it by. The device name may be another drive's tomorrow.
-MetricLabels identityOf(const MeasuredDrive& drive)
+std::string trimmed(const std::optional<std::string>& text)
 {
-    return {{"device", drive.device}, {"model", drive.model}, {"serial", drive.serial}};
+    return std::string(base::trimmed(text ? std::string_view(*text) : std::string_view()));
+}
+
+/// What tells a drive from all others, and what a reader knows it by. The device name may be another drive's tomorrow.
+MetricLabels identityOf(const DriveOutcome& outcome)
+{
+    if (!outcome.drive)
+        return {{"device", outcome.name}};
+    return {
+        {"device", outcome.name}, {"model", trimmed(outcome.drive->model)}, {"serial", trimmed(outcome.drive->serial)}};
 }
 
 MetricLabels with(MetricLabels labels, MetricLabels more)
@@ -196,9 +207,8 @@ private:
     std::map<const MetricDescription*, std::size_t> places_;
 };
 
-void addVerdict(Collection& all, const MeasuredDrive& measured, const MetricLabels& identity)
+void addVerdict(Collection& all, const health::Verdict& verdict, const MetricLabels& identity)
 {
-    const health::Verdict& verdict = measured.judged->verdict;
     for (const std::string_view name : rawTexts<health::Level>)
         all.add(level, with(identity, {{"level", std::string(name)}}), name == rawValue(verdict.level) ? "1" : "0");
     for (const health::Reason& found : verdict.reasons) {
@@ -215,9 +225,9 @@ void addVerdict(Collection& all, const MeasuredDrive& measured, const MetricLabe
     }
 }
 
-void addAttributes(Collection& all, const MeasuredDrive& measured, const MetricLabels& identity)
+void addAttributes(Collection& all, const health::JudgedReading& judged, const MetricLabels& identity)
 {
-    const std::vector<Attribute> attributes = health::attributesOf(measured.judged->view());
+    const std::vector<Attribute> attributes = health::attributesOf(judged.view());
     const auto find = [&](Meaning meaning, Unit unit) {
         const auto found = std::ranges::find_if(attributes, [&](const Attribute& attribute) {
             return attribute.meaning == meaning && attribute.value.unit == unit && attribute.value.plausible &&
@@ -252,25 +262,8 @@ void addCounters(Collection& all, const MeasuredDrive& measured, const MetricLab
 MeasuredDrive MeasuredDrive::of(const DriveOutcome& outcome,
                                 std::optional<std::chrono::system_clock::time_point> readAt)
 {
-    MeasuredDrive measured;
-    measured.device = outcome.name;
-    measured.state = outcome.kind;
-    measured.judged = outcome.judged ? &*outcome.judged : nullptr;
-    measured.readAt = readAt;
-    if (!outcome.drive)
-        return measured;
-    const Drive& drive = *outcome.drive;
-    const auto text = [](const std::optional<std::string>& held) {
-        return std::string(base::trimmed(held ? std::string_view(*held) : std::string_view()));
-    };
-    measured.model = text(drive.model());
-    measured.serial = text(drive.serial());
-    measured.firmware = text(drive.revision());
-    measured.kind = rawValue(drive.driveKind());
-    measured.interface = rawValue(drive.interface());
-    measured.size = drive.size();
-    measured.counters = drive.counters().value_or(std::map<std::string, double, std::less<>>());
-    return measured;
+    const auto live = outcome.drive ? driveNamed(outcome.name) : nullptr;
+    return {&outcome, readAt, live ? live->counters().value_or(decltype(counters)()) : decltype(counters)()};
 }
 
 std::vector<MetricFamily> driveMetrics(std::span<const MeasuredDrive> drives)
@@ -278,21 +271,23 @@ std::vector<MetricFamily> driveMetrics(std::span<const MeasuredDrive> drives)
     Collection all;
     all.add(build, {{"version", reinterpret_cast<const char*>(VantorelVersionString)}}, "1");
     for (const MeasuredDrive& measured : drives) {
-        const MetricLabels identity = identityOf(measured);
-        all.add(driveInfo,
-                with(identity,
-                     {{"firmware", measured.firmware}, {"kind", measured.kind}, {"interface", measured.interface}}),
-                "1");
+        const DriveOutcome& outcome = *measured.outcome;
+        const MetricLabels identity = identityOf(outcome);
+        if (outcome.drive)
+            all.add(driveInfo,
+                    with(identity, {{"firmware", trimmed(outcome.drive->firmware)},
+                                    {"kind", std::string(rawValue(outcome.drive->kind))},
+                                    {"interface", std::string(rawValue(outcome.drive->interface))}}),
+                    "1");
         for (const std::string_view name : rawTexts<DriveOutcome::Kind>)
-            all.add(state, with(identity, {{"state", std::string(name)}}),
-                    name == rawValue(measured.state) ? "1" : "0");
+            all.add(state, with(identity, {{"state", std::string(name)}}), name == rawValue(outcome.kind) ? "1" : "0");
         for (const DriveNumber& family : driveNumbers) {
             if (const auto number = family.number(measured))
                 all.add(family.about, identity, *number);
         }
-        if (measured.judged) {
-            addVerdict(all, measured, identity);
-            addAttributes(all, measured, identity);
+        if (outcome.judged) {
+            addVerdict(all, outcome.judged->verdict, identity);
+            addAttributes(all, *outcome.judged, identity);
         }
         addCounters(all, measured, identity);
     }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
-#include "host/health/DriveOutcome.h"
+#include "host/health/DriveReadings.h"
 #include "host/metrics/MetricsFile.h"
 
 #include <chrono>

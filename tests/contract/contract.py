@@ -23,12 +23,10 @@ except ImportError:
     sys.exit(1 if os.environ.get("CI") == "true" else 77)
 
 import cases
+from golden import ROOT, compare
 from machines import Machines
 from schemas import Real, Schemas
 from shape import Shape
-
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-GOLDEN = ROOT / "tests" / "data" / "golden"
 
 
 class Contract:
@@ -105,21 +103,6 @@ class Contract:
         told = set(re.findall(r"[`\"](\w+)[`\"]", docs))
         for key in sorted(key for key in keys if key.split()[1] not in told):
             self._fault(key, "is told neither in docs/json.md nor in docs/recorded-machine.md")
-
-
-def compare(name, lines, renew):
-    """What became another in a golden file, line by line."""
-    golden = GOLDEN / name
-    if renew:
-        golden.write_text("\n".join(lines) + "\n")
-        return []
-    before = golden.read_text().splitlines() if golden.exists() else []
-    if before == lines:
-        return []
-    difference = [f"- {line}" for line in before if line not in lines]
-    difference += [f"+ {line}" for line in lines if line not in before]
-    return [f"{golden.relative_to(ROOT)} is another (if that is meant: {sys.argv[0]} --renew COMMAND)\n  "
-            + "\n  ".join(difference or ["the order of its lines"])]
 
 
 def main():

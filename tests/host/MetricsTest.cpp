@@ -73,7 +73,8 @@ TEST_F(DriveMetrics, TellWhatADriveHasAndNothingElse)
     };
     machine.obstacles[sleeper - 1] = {system::kIOReturnNotReady, "The drive is asleep and was left so.", ""};
 
-    const auto outcomes = readDrives({"disk0", "disk1", "disk9"});
+    auto outcomes = unreadDrives({"disk0", "disk1", "disk9"});
+    readDrives(outcomes);
     std::vector<MeasuredDrive> drives;
     for (const DriveOutcome& outcome : outcomes)
         drives.push_back(MeasuredDrive::of(outcome, std::nullopt));

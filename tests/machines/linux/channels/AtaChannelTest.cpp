@@ -302,6 +302,15 @@ TEST(AtaChannels, SendOnlyWhatTheDriveDeclares)
     AtaCommand autosave = smart(0xD2);
     autosave.count = 0xF1;
     EXPECT_EQ(statusOf(autosave), kIOReturnSuccess);
+
+    // A drive without a directory is not asked for it, nor for a log that only a directory could tell of.
+    identify[168] = 0;
+    identify[511] = static_cast<std::uint8_t>(identify[511] + 0x20);
+    drive.expect({{powerMode16, registers(0x50, 0, 0xFF, 0)}, {identify16, with(identify)}});
+    const auto plain = channels.openAta(drive.node);
+    ASSERT_TRUE(plain.channel);
+    for (const std::uint32_t log : {0x00U, 0xE0U})
+        EXPECT_EQ(plain.channel->execute(smart(0xD5, one, log)).status, kIOReturnUnsupported) << log;
 }
 
 TEST(AtaChannels, AskForSmartOnlyOnceItIsOn)

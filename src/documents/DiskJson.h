@@ -4,9 +4,9 @@
 #include "JsonDocument.h"
 #include "vantorel/disks/Disk.h"
 
-namespace vantorel::host {
+namespace vantorel {
 
 /// One disk as docs/json.md tells: every field that is present, and of a volume what the system says of it now.
 [[nodiscard]] Json diskJson(const Disk& disk);
 
-} // namespace vantorel::host
+} // namespace vantorel

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "JsonDocument.h"
 
-#include <fmt/format.h>
-
-namespace vantorel::host {
+namespace vantorel {
 
 std::string jsonText(const Json& value)
 {
@@ -23,12 +21,15 @@ JsonObject::JsonObject(const Json& object)
 
 void JsonObject::splice(std::string_view key, std::string_view json)
 {
-    fmt::format_to(std::back_inserter(text_), "{}{}:{}", text_.size() > 1 ? "," : "", jsonText(Json(key)), json);
+    text_.append(text_.size() > 1 ? "," : "").append(jsonText(Json(key))).append(":").append(json);
 }
 
 std::string jsonArray(const std::vector<std::string>& elements)
 {
-    return fmt::format("[{}]", fmt::join(elements, ","));
+    std::string text = "[";
+    for (const std::string& element : elements)
+        text.append(text.size() > 1 ? "," : "").append(element);
+    return text + ']';
 }
 
-} // namespace vantorel::host
+} // namespace vantorel

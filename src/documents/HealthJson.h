@@ -2,12 +2,12 @@
 #pragma once
 
 #include "JsonDocument.h"
-#include "host/health/JudgedReading.h"
+#include "vantorel/health/JudgedReading.h"
 
-namespace vantorel::host {
+namespace vantorel {
 
 /// Adds what docs/json.md tells of a judged reading: the verdict, the typed values, the family, and the record; with
 /// `raw` the bytes that all of it was made of, too.
-void putHealth(JsonObject& object, const JudgedReading& judged, bool raw);
+void putHealth(JsonObject& object, const health::JudgedReading& judged, bool raw);
 
-} // namespace vantorel::host
+} // namespace vantorel

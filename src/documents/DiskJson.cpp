@@ -2,7 +2,7 @@
 #include "DiskJson.h"
 
 #include "DiskUse.h"
-#include "Quantity.h"
+#include "WholeNumber.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/Drive.h"
@@ -11,7 +11,7 @@
 #include <optional>
 #include <string_view>
 
-namespace vantorel::host {
+namespace vantorel {
 
 namespace {
 
@@ -120,4 +120,4 @@ Json diskJson(const Disk& disk)
     return json;
 }
 
-} // namespace vantorel::host
+} // namespace vantorel

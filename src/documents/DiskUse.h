@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace vantorel::host {
+namespace vantorel {
 
 /// The volume that a disk carries: the disk itself where it is a volume; of a drive with a file system straight on it
 /// one of the drive's own name, which the registry does not have. Null for none. To be used while the disk lives.
@@ -19,4 +19,4 @@ namespace vantorel::host {
 /// How a RAID set fares: "Online", "Degraded" or "Offline"; absent for any other disk.
 [[nodiscard]] std::optional<std::string> setStatusOf(const Disk& disk);
 
-} // namespace vantorel::host
+} // namespace vantorel

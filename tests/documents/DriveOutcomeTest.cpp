@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/health/DriveOutcome.h"
-#include "host/health/SideBySide.h"
+#include "documents/DriveOutcome.h"
+#include "documents/SideBySide.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
 
@@ -12,7 +12,7 @@
 #include <set>
 #include <thread>
 
-namespace vantorel::host {
+namespace vantorel {
 namespace {
 
 using namespace system;
@@ -84,7 +84,8 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
     machine.obstacles[bridged - 1] = {kIOReturnUnsupported, "Its bridge carries nothing.", ""};
     static_cast<void>(refused);
 
-    const auto outcomes = readDrives({});
+    auto outcomes = unreadDrives({});
+    readDrives(outcomes);
     struct Expected {
         const char* name;
         Kind kind;
@@ -118,7 +119,8 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
     EXPECT_TRUE(fastIsRead) << "a drive that hangs held it up";
     EXPECT_EQ(logsRead, 1) << "two namespaces are one drive";
 
-    const auto named = readDrives({"disk10", "WD-disk8", "disk5", "/dev/disk8", "disk8"});
+    auto named = unreadDrives({"disk10", "WD-disk8", "disk5", "/dev/disk8", "disk8"});
+    readDrives(named);
     ASSERT_EQ(named.size(), 3U) << "each drive once";
     EXPECT_EQ(named[0].kind, Kind::noDrive);
     EXPECT_EQ(named[0].status(), 1);
@@ -156,4 +158,4 @@ TEST(SideBySide, CallsEachOnceOnSixteenThreadsAtMostAndTellsHowFarItIs)
 }
 
 } // namespace
-} // namespace vantorel::host
+} // namespace vantorel

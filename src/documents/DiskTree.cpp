@@ -8,7 +8,7 @@
 #include <set>
 #include <string_view>
 
-namespace vantorel::host {
+namespace vantorel {
 
 namespace {
 
@@ -113,4 +113,4 @@ std::vector<DiskNode> diskTree(const Vantorel& registry)
     return TreeBuilder(registry).build();
 }
 
-} // namespace vantorel::host
+} // namespace vantorel

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace vantorel::host {
+namespace vantorel {
 
 void sideBySide(std::size_t count, const std::function<void(std::size_t)>& work,
                 const std::function<void(std::size_t done)>& onWait)
@@ -45,4 +45,4 @@ void sideBySide(std::size_t count, const std::function<void(std::size_t)>& work,
         onWait(done);
 }
 
-} // namespace vantorel::host
+} // namespace vantorel

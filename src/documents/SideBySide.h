@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <functional>
 
-namespace vantorel::host {
+namespace vantorel {
 
 /// Calls `work` with each number below `count`, on up to sixteen threads at once, and returns when all calls have.
 /// While it takes long `onWait` is called every now and then, on the calling thread, with the number of calls that have
@@ -12,4 +12,4 @@ namespace vantorel::host {
 void sideBySide(std::size_t count, const std::function<void(std::size_t)>& work,
                 const std::function<void(std::size_t done)>& onWait);
 
-} // namespace vantorel::host
+} // namespace vantorel

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace vantorel::host {
+namespace vantorel {
 
 /// A disk and what lies on it.
 struct DiskNode {
@@ -21,4 +21,4 @@ struct DiskNode {
 /// volume under its physical volume; every disk once, in list order. A RAID set, which lies on several, is a root.
 [[nodiscard]] std::vector<DiskNode> diskTree(const Vantorel& registry);
 
-} // namespace vantorel::host
+} // namespace vantorel

@@ -4,7 +4,7 @@
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/IORegistry.h"
 
-namespace vantorel::host {
+namespace vantorel {
 
 std::shared_ptr<const Volume> volumeOn(const Disk& disk)
 {
@@ -30,4 +30,4 @@ std::optional<std::string> setStatusOf(const Disk& disk)
     return status ? status->get<std::string>() : std::nullopt;
 }
 
-} // namespace vantorel::host
+} // namespace vantorel

@@ -3,10 +3,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-namespace vantorel::host {
+namespace vantorel {
 
 using Json = nlohmann::ordered_json;
 
@@ -47,4 +49,4 @@ private:
 /// An array of texts that are JSON already.
 [[nodiscard]] std::string jsonArray(const std::vector<std::string>& elements);
 
-} // namespace vantorel::host
+} // namespace vantorel

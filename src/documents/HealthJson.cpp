@@ -5,7 +5,7 @@
 #include "vantorel/health/VerdictJson.h"
 #include "vantorel/smart/records/RecordJson.h"
 
-namespace vantorel::host {
+namespace vantorel {
 
 namespace {
 
@@ -21,7 +21,7 @@ Json rowJson(const KnownDrive& known)
 
 } // namespace
 
-void putHealth(JsonObject& object, const JudgedReading& judged, bool raw)
+void putHealth(JsonObject& object, const health::JudgedReading& judged, bool raw)
 {
     const health::Reading view = judged.view();
     object.splice("verdict", health::toJson(judged.verdict));
@@ -39,4 +39,4 @@ void putHealth(JsonObject& object, const JudgedReading& judged, bool raw)
     object.put("raw", bytes);
 }
 
-} // namespace vantorel::host
+} // namespace vantorel

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/smart/DriveReading.h"
-
 #include "SmartService.h"
 #include "ata/AtaReading.h"
 #include "ata/MakeResult.h"
@@ -8,12 +6,13 @@
 #include "nvme/NvmeReading.h"
 #include "vantorel/platform/IOConstants.h"
 #include "vantorel/platform/PlugInSession.h"
+#include "vantorel/smart/SmartController.h"
 
 namespace vantorel {
 
 namespace {
 
-system::IOHandle serviceOf(const ReadableDrive& drive)
+system::IOHandle serviceOf(const DriveSnapshot& drive)
 {
     if (drive.service == 0)
         return {};
@@ -21,24 +20,24 @@ system::IOHandle serviceOf(const ReadableDrive& drive)
                                                                 system::IORegistryEntryIDMatching(drive.service)));
 }
 
-DriveReading readAta(const ReadableDrive& drive)
+DriveReading readAta(const DriveSnapshot& drive)
 {
     const PlugInSession<SmartInterface> session(openPlugIn(serviceOf(drive), kIOATASMARTUserClientTypeID),
                                                 kIOATASMARTInterfaceID);
     ATASMARTData data{};
     ATASMARTDataThresholds thresholds{};
     ata::getSmartValues(session.interface(), data, thresholds);
-    DriveReading reading{
-        ata::makeResult(data, thresholds, drive.identity, drive.isSSD, recordBytes(data), recordBytes(thresholds)),
-        {},
-        ata::isFailing(session.interface())};
+    DriveReading reading{ata::makeResult(data, thresholds, ata::deviceInfo(drive.model, drive.serial, drive.firmware),
+                                         drive.isSSD, recordBytes(data), recordBytes(thresholds)),
+                         {},
+                         ata::isFailing(session.interface())};
     ATAIdentifyData identify{};
     if (session.interface().GetATAIdentifyData(&identify, sizeof identify, nullptr) == system::kIOReturnSuccess)
         reading.identify = recordBytes(identify);
     return reading;
 }
 
-DriveReading readNvme(const ReadableDrive& drive)
+DriveReading readNvme(const DriveSnapshot& drive)
 {
     const PlugInSession<NVMeSmartInterface> session(openPlugIn(serviceOf(drive), kIONVMeSMARTUserClientTypeID),
                                                     kIONVMeSMARTInterfaceID);
@@ -51,24 +50,16 @@ DriveReading readNvme(const ReadableDrive& drive)
 
 } // namespace
 
-ReadableDrive ReadableDrive::of(const Drive& drive)
+DriveReading SmartController::getSmartData(const DriveSnapshot& drive) const
 {
-    ReadableDrive readable;
-    readable.isNvme = drive.interface() == Disk::DriveInterface::nvme;
-    system::IOHandle service = capableAncestor(drive, readable.isNvme);
-    if (!service) {
-        service = capableAncestor(drive, !readable.isNvme);
-        readable.isNvme = readable.isNvme != static_cast<bool>(service);
-    }
-    system::IORegistryEntryGetRegistryEntryID(service.get(), readable.service);
-    readable.isSSD = readable.isNvme || drive.driveKind() == Disk::DriveKind::ssd;
-    readable.identity = ata::getDeviceInfo(drive);
-    return readable;
+    DriveReading reading = drive.isNvme ? readNvme(drive) : readAta(drive);
+    reading.isSSD = drive.isSSD;
+    return reading;
 }
 
-DriveReading readDrive(const ReadableDrive& drive)
+DriveReading SmartController::getSmartData(const Drive& drive) const
 {
-    return drive.isNvme ? readNvme(drive) : readAta(drive);
+    return getSmartData(DriveSnapshot(drive));
 }
 
 } // namespace vantorel
