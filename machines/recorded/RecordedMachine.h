@@ -42,6 +42,7 @@ public:
     [[nodiscard]] std::optional<system::FileSystemFacts> fileSystem(const std::string& path) override;
     [[nodiscard]] system::OpenedChannel<system::AtaChannel> openAta(std::uint64_t entry) override;
     [[nodiscard]] system::OpenedChannel<system::NvmeChannel> openNvme(std::uint64_t entry) override;
+    [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(std::uint64_t entry) override;
 
 private:
     /// A drive, which the channels to it share with the machine.

@@ -196,7 +196,7 @@ TEST_F(SystemReportTest, TellsWhatCouldNotBeReadAndWhatDrivesSayBesideTheirHealt
     const ReportReader reader(report().value());
     const auto failure = [&](std::size_t drive) { return reader.drives()[drive].failure; };
     EXPECT_EQ(failure(4), (ReportedFailure{true, false, "Unable to get data tresholds."}));
-    EXPECT_EQ(failure(5), (ReportedFailure{false, false, "Unable to create S.M.A.R.T plugin interface."}));
+    EXPECT_EQ(failure(5), (ReportedFailure{false, false, "Opening it was not permitted when it was recorded."}));
     EXPECT_EQ(failure(2), std::nullopt) << "it has no SMART";
     EXPECT_EQ(failure(0), std::nullopt);
     EXPECT_EQ(reader.listingFailure(), "");
