@@ -3,9 +3,9 @@
 
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
-#include "machines/recorded/Loading.h"
 #include "machines/recorded/RegistryListing.h"
-#include "machines/recorded/SavedMachine.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/SavedMachine.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/system/KeyedArchiver.h"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "machines/recorded/DeviceIdentity.h"
-#include "machines/recorded/Recording.h"
 #include "vantorel/health/JudgedReading.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/smart/records/SmartObject.h"
 

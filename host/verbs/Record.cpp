@@ -8,9 +8,9 @@
 #include "host/files/OutputFile.h"
 #include "host/files/ReportRedaction.h"
 #include "host/views/Quantity.h"
-#include "machines/recorded/Recorder.h"
-#include "machines/recorded/RecordingWriter.h"
 #include "machines/recorded/RegistryIndex.h"
+#include "vantorel/machines/recorded/Recorder.h"
+#include "vantorel/machines/recorded/RecordingWriter.h"
 
 #include <fmt/format.h>
 

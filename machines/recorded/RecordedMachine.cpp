@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "RecordedMachine.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 
 #include "RecordedDrive.h"
 

@@ -2,10 +2,10 @@
 #include "AtaReading.h"
 
 #include "MakeResult.h"
+#include "platform/PlugInSession.h"
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 
 #include <bit>
 

@@ -2,9 +2,9 @@
 #include "Readings.h"
 
 #include "nvme/NvmeReading.h"
+#include "platform/PlugInSession.h"
 #include "smart/SmartService.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 
 #include <optional>
 

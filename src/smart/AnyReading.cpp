@@ -4,8 +4,8 @@
 #include "ata/MakeResult.h"
 #include "nvme/MakeResult.h"
 #include "nvme/NvmeReading.h"
+#include "platform/PlugInSession.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 #include "vantorel/smart/SmartController.h"
 
 namespace vantorel {

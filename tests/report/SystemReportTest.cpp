@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/SystemReport.h"
 
-#include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
 #include "report/RegistryDump.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
 #include "system/CallGate.h"
+#include "system/files/Process.h"
 #include "system/registry/HandleTable.h"
+#include "system/registry/RegistryTool.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/Version.h"
 #include "vantorel/system/IORegistry.h"
 #include "vantorel/system/Installation.h"
-#include "vantorel/system/Process.h"
-#include "vantorel/system/RegistryTool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

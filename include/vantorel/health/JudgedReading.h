@@ -2,13 +2,15 @@
 #pragma once
 
 #include "vantorel/ata/DriveTables.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/health/Verdict.h"
 #include "vantorel/smart/DriveReading.h"
 
 #include <optional>
 #include <string>
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// A reading of a drive together with what the drive tables know of it and the verdict: a value that needs nothing
 /// else.
@@ -39,4 +41,5 @@ struct JudgedReading {
 /// Controller data, tells model and limits of temperature; empty or cut short it tells nothing.
 [[nodiscard]] std::optional<JudgedReading> judgeSavedNvme(DataView log, DataView identify = {});
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel

@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/records/SmartObject.h"
@@ -15,7 +16,7 @@
 #include <string>
 #include <utility>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What a host may have to say to the making of a report. A function that is empty is not called.
 struct SystemReportOptions {

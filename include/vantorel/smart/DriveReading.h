@@ -2,11 +2,12 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/SmartObject.h"
 
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What was read of a drive: its health result, and what the drive told besides, of which a result keeps nothing.
 struct DriveReading {

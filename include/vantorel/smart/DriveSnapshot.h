@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Drive.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A drive as the registry knew it at one moment. A `Drive` belongs to the registry's thread and changes while that
 /// handles events; this is a value of its own. Take it on the registry's thread and hand it to any other: it stays what

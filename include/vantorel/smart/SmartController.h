@@ -3,6 +3,7 @@
 
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/smart/DriveReading.h"
@@ -14,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The door to health results. It decides nothing about health itself: it chooses the reader and passes the bytes on.
 ///

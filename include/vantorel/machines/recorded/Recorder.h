@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/base/Public.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/system/Machine.h"
 
 #include <cstddef>
 #include <functional>
 #include <memory>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// Calls `work` with each number below `count`, in any order and on any threads, and returns when all calls have.
 using ForEach = std::function<void(std::size_t count, const std::function<void(std::size_t)>& work)>;
@@ -20,4 +22,5 @@ using ForEach = std::function<void(std::size_t count, const std::function<void(s
 /// be in the recording or not. Blocks until all drives have answered; `forEach` says how they take turns.
 [[nodiscard]] Recording recordMachine(std::unique_ptr<system::Machine> machine, const ForEach& forEach);
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/base/Public.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <optional>
 #include <span>
 #include <string>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// What was saved of one drive together with a listing of the registry.
 struct SavedSmart {
@@ -25,4 +27,5 @@ struct SavedSmart {
 /// faults. Throws `RecordingError` when there is no entry in the listing.
 [[nodiscard]] Recording savedMachine(DataView listing, const std::string& file, std::span<const SavedSmart> drives);
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel

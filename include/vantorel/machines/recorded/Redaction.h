@@ -1,19 +1,23 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
-#include "TextSearch.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <compare>
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
+
+class TextSearch;
 
 /// Puts pseudonyms in the place of what tells one computer from another: serial numbers, UUIDs, World Wide Names and
 /// the addresses of network interfaces, and the names of users and hosts.
@@ -27,6 +31,11 @@ namespace vantorel::recorded {
 /// UUIDs that name a kind and no thing, such as the type of a partition, stay.
 class Redaction {
 public:
+    Redaction();
+    Redaction(Redaction&&) noexcept;
+    Redaction& operator=(Redaction&&) noexcept;
+    ~Redaction();
+
     /// The name of a user or a host, which goes wherever it is a word of its own.
     void noteName(std::string_view name);
     /// A property under its key, with everything in it.
@@ -80,7 +89,8 @@ private:
     std::set<Secret> secrets_;
     std::set<std::string> kinds_; ///< digits of the UUIDs that stay
     std::vector<Pattern> patterns_;
-    TextSearch search_;
+    std::unique_ptr<TextSearch> search_;
 };
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel

@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/layouts/NvmeCommands.h"
 #include "vantorel/system/IOReturn.h"
 #include "vantorel/system/Machine.h"
@@ -18,7 +19,8 @@
 #include <variant>
 #include <vector>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// Something wrong in a file of a recorded machine: where it stands and what it is.
 struct Fault {
@@ -115,4 +117,5 @@ struct Recording {
     std::vector<Fault> faults;                     ///< what was passed over while reading
 };
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/base/Public.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <cstddef>
 #include <string>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// A registry listing, the largest file of a machine, is never so large.
 inline constexpr std::size_t largestFile = 256U << 20U;
@@ -18,4 +20,5 @@ inline constexpr std::size_t largestFile = 256U << 20U;
 /// The same of a file whose bytes have been read already.
 [[nodiscard]] Recording loadRecording(const std::string& path, DataView bytes);
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel

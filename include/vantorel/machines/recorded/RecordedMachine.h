@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/base/Public.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/system/Machine.h"
 
 #include <atomic>
@@ -19,7 +20,8 @@
 #include <utility>
 #include <vector>
 
-namespace vantorel::recorded {
+namespace VANTOREL_PUBLIC vantorel {
+namespace recorded {
 
 /// Who lets the later events of a recording happen.
 enum class Playback {
@@ -82,4 +84,5 @@ private:
     std::thread player_;
 };
 
-} // namespace vantorel::recorded
+} // namespace recorded
+} // namespace vantorel
