@@ -15,6 +15,7 @@ void addDiff(CLI::App& app, int& status);
 void addExpand(CLI::App& app, int& status);
 void addHistory(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
+void addMetrics(CLI::App& app, int& status);
 void addRecord(CLI::App& app, int& status);
 void addReport(CLI::App& app, int& status);
 void addShow(CLI::App& app, int& status);

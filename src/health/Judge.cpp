@@ -264,6 +264,9 @@ private:
             if (seen.signal == Signal::wear && seen.isSure &&
                 (!verdict_.wear || seen.value.number > verdict_.wear->number))
                 verdict_.wear = seen.value;
+            if ((seen.signal == Signal::spare || seen.signal == Signal::logSpare) && seen.isSure &&
+                (!verdict_.spare || seen.value.number < verdict_.spare->number))
+                verdict_.spare = seen.value;
         }
     }
 

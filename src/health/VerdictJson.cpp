@@ -268,6 +268,7 @@ std::string toJson(const Verdict& verdict)
     write(writer, "temperature", verdict.temperature);
     write(writer, "powerOnTime", verdict.powerOnTime);
     write(writer, "wear", verdict.wear);
+    write(writer, "spare", verdict.spare);
     if (verdict.comparison) {
         writer.key("comparison");
         write(writer, *verdict.comparison);

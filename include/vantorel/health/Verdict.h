@@ -86,6 +86,7 @@ struct Verdict {
     std::optional<TypedValue> temperature; ///< in Celsius
     std::optional<TypedValue> powerOnTime; ///< see `wholeHours`
     std::optional<TypedValue> wear;        ///< percent of the rated life used
+    std::optional<TypedValue> spare;       ///< percent of the reserve left
     std::optional<Comparison> comparison;  ///< for two readings of one drive
 
     /// What every level `good` has to be read with.
