@@ -3,6 +3,7 @@
 #include "documents/Documents.h"
 #include "documents/Status.h"
 #include "host/Verbs.h"
+#include "host/choice/HistoryChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/health/DriveReadings.h"
@@ -21,13 +22,15 @@ struct SmartArguments {
     bool json = false;
     bool raw = false;
     bool brief = false;
+    std::string history;
 };
 
 /// Tells on standard error of the drives that ought to have been read and were not.
 int smart(const CLI::App& app, const SmartArguments& arguments)
 {
     const std::string path = loadMachine(app);
-    const std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
+    std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
+    judgeBesideHistory(outcomes, arguments.history, isThisComputer(app));
     complainOfFaults(outcomes);
     if (arguments.json) {
         print(healthDocument(path, outcomes, arguments.raw));
@@ -47,6 +50,7 @@ CLI::Option* addNames(CLI::App& verb, SmartArguments& arguments)
     verb.add_option("DISK", arguments.names, "Drives by device name or serial number; all of them unless named");
     auto* const json = verb.add_flag("--json", arguments.json, "Print as JSON");
     verb.add_flag("--raw", arguments.raw, "With the raw bytes of every drive")->needs(json);
+    addHistoryOption(verb, arguments.history);
     return json;
 }
 
