@@ -11,11 +11,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace vantorel::host {
 
@@ -52,6 +54,12 @@ std::optional<SmartObject> decode(const ReportDrive& drive, const recorded::Devi
 }
 
 using Devices = std::map<std::string, recorded::DeviceIdentity, std::less<>>;
+
+std::string machineIdOf(const std::vector<system::RegistryEntry>& entries)
+{
+    const auto platform = std::ranges::find(entries, "IOPlatformExpertDevice", &system::RegistryEntry::className);
+    return platform == entries.end() ? "" : platform->properties.get<std::string>("IOPlatformUUID").value_or("");
+}
 
 /// `isListed`: whether `devices` tells of every drive.
 ReportedDrive::Smart smartOf(const ReportedDrive& drive, bool isListed)
@@ -167,6 +175,7 @@ ReportFile openReport(const std::string& path)
             const auto entries = recorded::readListing(report.listing, std::string(listingName), ignored);
             report.entries = entries.size();
             devices = recorded::deviceIdentities(entries);
+            report.machineId = machineIdOf(entries);
         }
     } catch (const ReportError& error) {
         report.listingFault = error.what();

@@ -4,7 +4,9 @@
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Status.h"
+#include "host/files/OutputFile.h"
 #include "host/health/DriveOutcome.h"
+#include "host/page/OutcomePage.h"
 #include "host/views/OutcomeView.h"
 
 #include <memory>
@@ -20,6 +22,8 @@ struct SmartArguments {
     bool json = false;
     bool raw = false;
     bool brief = false;
+    bool html = false;
+    std::string output = "-";
 };
 
 /// Tells on standard error of the drives that ought to have been read and were not.
@@ -28,7 +32,9 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     const std::string path = loadMachine(app);
     const std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
     complainOfFaults(outcomes);
-    if (arguments.json) {
+    if (arguments.html) {
+        writeText(arguments.output, pageText(outcomePage(path, outcomes)));
+    } else if (arguments.json) {
         print(outcomesJson(path, outcomes, arguments.raw));
     } else if (outcomes.empty()) {
         print("No drives.\n");
@@ -70,7 +76,11 @@ void addCheck(CLI::App& app, int& status)
     CLI::App* const verb = app.add_subcommand("check", "Which drives need a hand, and why: a line a drive");
     const auto arguments = std::make_shared<SmartArguments>();
     arguments->brief = true;
-    addNames(*verb, *arguments);
+    auto* const json = addNames(*verb, *arguments);
+    auto* const html = verb->add_flag("--html", arguments->html, "Make a page of it, with every value")->excludes(json);
+    verb->add_option("-o,--output", arguments->output, "The file to write; - for standard output")
+        ->needs(html)
+        ->capture_default_str();
     verb->callback([&app, arguments, &status] { status = smart(app, *arguments); });
 }
 
