@@ -2,6 +2,7 @@
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vantorel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel FILES_MATCHING PATTERN *.json)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Vantorel)
 install(EXPORT VantorelTargets NAMESPACE vantorel:: DESTINATION ${package_dir})

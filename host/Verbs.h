@@ -10,8 +10,9 @@ void addCheck(CLI::App& app, int& status);
 void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
-void addCompress(CLI::App& app, int& status); ///< and its reverse, `expand`
+void addCompress(CLI::App& app, int& status);
 void addDiff(CLI::App& app, int& status);
+void addExpand(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
 void addRecord(CLI::App& app, int& status);
 void addReport(CLI::App& app, int& status);

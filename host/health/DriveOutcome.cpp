@@ -26,19 +26,33 @@ struct Job {
     ReadableDrive drive;
     Kind kind = Kind::noSmart;
     std::optional<JudgedReading> judged;
+    bool isExplained = false;
     std::string error = "It has no SMART data.";
     std::string remedy;
 };
 
-void tellObstacle(Job& job)
+void tellObstacle(Job& job, std::uint64_t entry)
 {
-    const auto obstacle = system::machine()->whyNotOpened(job.drive.service);
+    const auto obstacle = system::machine()->whyNotOpened(entry);
     if (!obstacle)
         return;
+    job.isExplained = true;
     job.error = obstacle->reason;
     job.remedy = obstacle->remedy;
     if (obstacle->status == system::kIOReturnNotReady)
         job.kind = Kind::asleep;
+}
+
+/// The entry of the device that a drive is the medium of, behind the block storage driver; 0 for none.
+std::uint64_t deviceOf(const Drive& drive)
+{
+    system::IOHandle driver;
+    system::IOHandle device;
+    std::uint64_t entry = 0;
+    system::IORegistryEntryGetParentEntry(drive.ioService().get(), system::kIOServicePlane, driver.receive());
+    system::IORegistryEntryGetParentEntry(driver.get(), system::kIOServicePlane, device.receive());
+    system::IORegistryEntryGetRegistryEntryID(device.get(), entry);
+    return entry;
 }
 
 /// Runs on any thread; nothing is thrown.
@@ -50,7 +64,7 @@ try {
 } catch (const SmartOpenError& error) {
     job.kind = Kind::notOpened;
     job.error = error.errorDescription();
-    tellObstacle(job);
+    tellObstacle(job, job.drive.service);
 } catch (const std::exception& error) {
     job.kind = Kind::failed;
     job.error = error.what();
@@ -60,13 +74,13 @@ std::vector<DriveOutcome> outcomesFor(const std::vector<std::string>& names)
 {
     std::vector<DriveOutcome> outcomes;
     for (auto& drive : names.empty() ? Vantorel::shared().drives() : std::vector<std::shared_ptr<Drive>>())
-        outcomes.push_back({Kind::noSmart, driveName(*drive), false, drive, {}, {}, {}});
+        outcomes.push_back({Kind::noSmart, driveName(*drive), false, drive, {}, false, {}, {}});
     for (const std::string& name : names) {
         auto drive = driveNamed(name);
         if (!drive)
-            outcomes.push_back({Kind::noDrive, name, true, nullptr, {}, "There is no such drive.", {}});
+            outcomes.push_back({Kind::noDrive, name, true, nullptr, {}, false, "There is no such drive.", {}});
         else if (std::ranges::find(outcomes, drive, &DriveOutcome::drive) == outcomes.end())
-            outcomes.push_back({Kind::noSmart, driveName(*drive), true, drive, {}, {}, {}});
+            outcomes.push_back({Kind::noSmart, driveName(*drive), true, drive, {}, false, {}, {}});
     }
     return outcomes;
 }
@@ -108,7 +122,9 @@ std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names)
     for (DriveOutcome& outcome : outcomes) {
         if (!outcome.drive)
             continue;
-        Job job{ReadableDrive::of(*outcome.drive), Kind::noSmart, {}, "It has no SMART data.", {}};
+        Job job{.drive = ReadableDrive::of(*outcome.drive)};
+        if (job.drive.service == 0)
+            tellObstacle(job, deviceOf(*outcome.drive));
         const auto same = std::ranges::find_if(jobs, [&](const Job& other) {
             return other.drive.service != 0 && other.drive.service == job.drive.service;
         });
@@ -130,6 +146,7 @@ std::vector<DriveOutcome> readDrives(const std::vector<std::string>& names)
         const Job& job = jobs[index];
         outcome->kind = job.kind;
         outcome->judged = job.judged;
+        outcome->isExplained = job.isExplained;
         outcome->error = job.error;
         outcome->remedy = job.remedy;
     }

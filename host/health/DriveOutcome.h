@@ -31,8 +31,9 @@ struct DriveOutcome {
     bool isNamed = false;         ///< whether it was asked for by name
     std::shared_ptr<Drive> drive; ///< none for `noDrive`
     std::optional<JudgedReading> judged;
-    std::string error;  ///< why nothing was read, as a sentence
-    std::string remedy; ///< a command that helps, to be shown as it stands; empty when none does
+    bool isExplained = false; ///< whether `error` is the machine's own word on this drive
+    std::string error;        ///< why nothing was read, as a sentence
+    std::string remedy;       ///< a command that helps, to be shown as it stands; empty when none does
 
     /// The bits of the exit status (`Status`) that the drive calls for.
     [[nodiscard]] int status() const;

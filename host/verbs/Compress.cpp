@@ -170,6 +170,10 @@ void addVerb(CLI::App& app, int& status, const char* name, const char* descripti
 void addCompress(CLI::App& app, int& status)
 {
     addVerb(app, status, "compress", "Compress a file", true);
+}
+
+void addExpand(CLI::App& app, int& status)
+{
     addVerb(app, status, "expand", "Expand what compress, or a Mac, wrote", false);
 }
 

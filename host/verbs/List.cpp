@@ -6,6 +6,7 @@
 #include "host/console/Text.h"
 #include "host/views/DiskJson.h"
 #include "host/views/DiskTree.h"
+#include "host/views/DiskUse.h"
 #include "host/views/DiskWords.h"
 #include "host/views/Quantity.h"
 
@@ -15,28 +16,17 @@ namespace vantorel::host {
 
 namespace {
 
-std::string freeText(const DiskNode& node)
-{
-    const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
-    if (!volume || !volume->isMounted())
-        return {};
-    return sizeText(wholeNumber(volume->freeSpace()));
-}
-
-std::string mountText(const DiskNode& node)
-{
-    const auto* const volume = dynamic_cast<const Volume*>(node.disk.get());
-    return volume ? volume->mountPoint().value_or("") : "";
-}
-
 /// One line for the node and one for each below it, drawn behind `stem`, which runs down to them.
 void draw(Table& table, const DiskNode& node, const std::string& branch, const std::string& stem)
 {
     std::string kind = kindText(*node.disk);
     if (node.raidSet)
         kind += ", in " + node.raidSet->bsdName().value_or("a RAID set");
+    const auto volume = volumeOn(*node.disk);
+    const auto mountPoint = volume ? volume->mountPoint() : std::nullopt;
     table.add({branch + printable(node.disk->bsdName().value_or("-")), sizeText(*node.disk), std::move(kind),
-               printable(nameText(*node.disk)), printable(mountText(node)), freeText(node)},
+               printable(nameText(*node.disk)), printable(mountPoint.value_or("")),
+               mountPoint ? sizeText(wholeNumber(volume->freeSpace())) : std::string()},
               branch.empty() ? Emphasis::strong : Emphasis::none);
     for (const DiskNode& child : node.children) {
         const bool isLast = &child == &node.children.back();

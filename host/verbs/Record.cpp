@@ -6,6 +6,7 @@
 #include "host/console/Text.h"
 #include "host/files/OutputFile.h"
 #include "host/files/ReportRedaction.h"
+#include "host/health/SideBySide.h"
 #include "host/views/Quantity.h"
 #include "machines/recorded/Recorder.h"
 #include "machines/recorded/RecordingWriter.h"
@@ -48,12 +49,24 @@ int tellFailures(const Recording& recording)
     return status;
 }
 
+/// Drives are asked side by side, so that one that hangs holds up no other.
+Recording readMachine(const CLI::App& app)
+{
+    ProgressLine progress;
+    return recorded::recordMachine(chosenMachine(app, LaterEvents::stayOut).machine,
+                                   [&](std::size_t count, const auto& ask) {
+                                       sideBySide(count, ask, [&](std::size_t done) {
+                                           progress.show(fmt::format("Reading drives, {} of {} done", done, count));
+                                       });
+                                   });
+}
+
 int record(const CLI::App& app, const RecordArguments& arguments)
 {
     std::error_code ignored;
     if (arguments.output != "-" && !arguments.force && std::filesystem::exists(arguments.output, ignored))
         throw CommandError(arguments.output, "exists already; --force replaces it");
-    Recording recording = recorded::recordMachine(chosenMachine(app, LaterEvents::stayOut).machine);
+    Recording recording = readMachine(app);
     const int status = tellFailures(recording);
     if (arguments.redact) {
         recorded::Redaction redaction = redactionHere();

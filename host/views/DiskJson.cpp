@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DiskJson.h"
 
+#include "DiskUse.h"
 #include "Quantity.h"
 #include "vantorel/disks/AppleStorage.h"
 #include "vantorel/disks/CoreStorage.h"
@@ -81,6 +82,7 @@ void putRaidSet(Json& json, const RaidStorage& set)
     json["members"] = Json::array();
     for (const base::Uuid& member : set.members())
         json["members"].push_back(member.text());
+    put(json, "setStatus", setStatusOf(set));
 }
 
 } // namespace
@@ -106,7 +108,8 @@ Json diskJson(const Disk& disk)
     put(json, "isNetworkDisk", disk.isNetworkDisk());
     if (const auto* const drive = dynamic_cast<const Drive*>(&disk))
         putDrive(json, *drive);
-    if (const auto* const volume = dynamic_cast<const Volume*>(&disk))
+    put(json, "fileSystem", fileSystemOn(disk));
+    if (const auto volume = volumeOn(disk))
         putVolume(json, *volume);
     if (const auto* const logical = dynamic_cast<const CoreStorage*>(&disk))
         putCoreStorage(json, *logical);

@@ -36,6 +36,8 @@ public:
             tracked_.insert(disk.get());
             if (disk->bsdName())
                 named_.try_emplace(*disk->bsdName(), disk.get());
+            if (disk->mediaUuid())
+                identified_.try_emplace(disk->mediaUuid()->text(), disk.get());
         }
         for (const auto& disk : disks_)
             children_[parentOf(*disk)].push_back(disk);
@@ -62,6 +64,12 @@ private:
             below = logical->logicalVolume();
         if (below && tracked_.contains(below.get()))
             return below.get();
+        if (const auto* const logical = dynamic_cast<const CoreStorage*>(&disk);
+            logical && logical->logicalVolumeUuid()) {
+            // The registry ties it to volumes alone. What it lies on may also be a whole disk.
+            if (const auto found = identified_.find(logical->logicalVolumeUuid()->text()); found != identified_.end())
+                return found->second;
+        }
         const auto found =
             named_.find(nameAbove(disk.bsdName() ? std::string_view(*disk.bsdName()) : std::string_view()));
         return found == named_.end() ? nullptr : found->second;
@@ -83,7 +91,9 @@ private:
     DiskNode node(const std::shared_ptr<Disk>& disk, int level)
     {
         placed_.insert(disk.get());
-        return {disk, disk->diskType() == Disk::DiskType::volume ? registry_.raidMember(disk->diskObject()) : nullptr,
+        const bool canBeMember =
+            disk->diskType() == Disk::DiskType::volume || disk->diskType() == Disk::DiskType::drive;
+        return {disk, canBeMember ? registry_.raidMember(disk->diskObject()) : nullptr,
                 level == deepestLevel ? std::vector<DiskNode>() : nodesUnder(disk.get(), level + 1)};
     }
 
@@ -91,6 +101,7 @@ private:
     const std::vector<std::shared_ptr<Disk>> disks_;
     std::set<const Disk*> tracked_;
     std::map<std::string, const Disk*, std::less<>> named_;
+    std::map<std::string, const Disk*> identified_; ///< by the UUID of the medium
     std::map<const Disk*, std::vector<std::shared_ptr<Disk>>> children_;
     std::set<const Disk*> placed_;
 };

@@ -13,7 +13,7 @@ namespace vantorel::host {
 /// A disk and what lies on it.
 struct DiskNode {
     std::shared_ptr<Disk> disk;
-    std::shared_ptr<RaidStorage> raidSet; ///< the set that a partition is a member of; none for none
+    std::shared_ptr<RaidStorage> raidSet; ///< the set that a partition or a drive is a member of; none for none
     std::vector<DiskNode> children;       ///< in list order
 };
 

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DiskWords.h"
 
+#include "DiskUse.h"
 #include "Quantity.h"
+#include "host/console/Text.h"
+#include "vantorel/base/Text.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/Drive.h"
 
@@ -11,7 +14,7 @@ namespace vantorel::host {
 
 namespace {
 
-std::string driveText(const Drive& drive)
+std::string deviceText(const Drive& drive)
 {
     const bool knowsKind = drive.driveKind() != Disk::DriveKind::unknown;
     const bool knowsInterface = drive.interface() != Disk::DriveInterface::unknown;
@@ -22,10 +25,24 @@ std::string driveText(const Drive& drive)
     return knowsInterface ? fmt::format("drive, {}", rawValue(drive.interface())) : "drive";
 }
 
+std::string driveText(const Drive& drive)
+{
+    const auto fileSystem = fileSystemOn(drive);
+    return fileSystem ? fmt::format("{}, {} volume", deviceText(drive), printable(*fileSystem)) : deviceText(drive);
+}
+
 std::string volumeText(const Volume& volume)
 {
-    return volume.volumeKind() == Disk::VolumeKind::unknown ? "volume"
-                                                            : fmt::format("{} volume", rawValue(volume.volumeKind()));
+    if (volume.volumeKind() != Disk::VolumeKind::unknown)
+        return fmt::format("{} volume", rawValue(volume.volumeKind()));
+    const auto fileSystem = fileSystemOn(volume);
+    return fileSystem ? fmt::format("{} volume", printable(*fileSystem)) : "volume";
+}
+
+std::string setText(const Disk& set)
+{
+    const std::string status = base::lowercased(setStatusOf(set).value_or("online"));
+    return status == "online" ? "RAID set" : fmt::format("RAID set, {}", printable(status));
 }
 
 } // namespace
@@ -38,7 +55,7 @@ std::string kindText(const Disk& disk)
     case Disk::DiskType::applestorage:
         return "APFS container";
     case Disk::DiskType::raid:
-        return "RAID set";
+        return setText(disk);
     case Disk::DiskType::diskimage:
         return "disk image";
     case Disk::DiskType::corestorage: {

@@ -74,7 +74,7 @@ CheckedDrive checkedDrive(const DriveOutcome& outcome)
         return drive;
     }
     drive.state = stateText(outcome.kind);
-    if (outcome.kind != Kind::noSmart || outcome.isNamed)
+    if (outcome.kind != Kind::noSmart || outcome.isNamed || outcome.isExplained)
         drive.explanation = outcome.error;
     drive.remedy = outcome.remedy;
     return drive;

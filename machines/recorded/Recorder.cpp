@@ -216,7 +216,7 @@ private:
     RecordedDrive& drive_;
 };
 
-/// The drive behind an entry; absent where the machine has no such channel.
+/// The drive behind an entry, by one kind of channel; absent where the machine has no such channel.
 template <typename Reader, typename Channel>
 std::optional<RecordedDrive> readDrive(RecordedDrive::Kind kind, const OpenedChannel<Channel>& opened)
 {
@@ -231,28 +231,42 @@ std::optional<RecordedDrive> readDrive(RecordedDrive::Kind kind, const OpenedCha
     return drive;
 }
 
+bool isCapable(const RegistryEntry& entry, RecordedDrive::Kind kind)
+{
+    return entry.properties.get<bool>(capabilityKey(kind)) == true;
+}
+
+/// The drive behind an entry; absent where there is none.
+std::optional<RecordedDrive> readDrive(const RegistryEntry& entry, Machine& machine)
+{
+    std::optional<RecordedDrive> drive;
+    if (isCapable(entry, RecordedDrive::Kind::ata))
+        drive = readDrive<AtaReader>(RecordedDrive::Kind::ata, machine.openAta(entry.id));
+    if (!drive && isCapable(entry, RecordedDrive::Kind::nvme))
+        drive = readDrive<NvmeReader>(RecordedDrive::Kind::nvme, machine.openNvme(entry.id));
+    return drive;
+}
+
 } // namespace
 
-Recording recordMachine(std::unique_ptr<Machine> machine)
+Recording recordMachine(std::unique_ptr<Machine> machine, const ForEach& forEach)
 {
     Notes notes;
     Recording recording;
     machine->start(notes);
     recording.entries = notes.takeEntries();
     recording.volumes = inOrder(notes.takeVolumes(), *machine);
+    std::vector<std::pair<const RegistryEntry*, std::optional<RecordedDrive>>> asked;
     for (RegistryEntry& entry : recording.entries) {
         for (auto& [key, value] : machine->currentProperties(entry.id).value_or(PropertyTable()))
             entry.properties.insert_or_assign(key, value);
-        const auto isCapable = [&](RecordedDrive::Kind kind) {
-            return entry.properties.get<bool>(capabilityKey(kind)) == true;
-        };
-        std::optional<RecordedDrive> drive;
-        if (isCapable(RecordedDrive::Kind::ata))
-            drive = readDrive<AtaReader>(RecordedDrive::Kind::ata, machine->openAta(entry.id));
-        if (!drive && isCapable(RecordedDrive::Kind::nvme))
-            drive = readDrive<NvmeReader>(RecordedDrive::Kind::nvme, machine->openNvme(entry.id));
+        if (isCapable(entry, RecordedDrive::Kind::ata) || isCapable(entry, RecordedDrive::Kind::nvme))
+            asked.emplace_back(&entry, std::nullopt);
+    }
+    forEach(asked.size(), [&](std::size_t i) { asked[i].second = readDrive(*asked[i].first, *machine); });
+    for (auto& [entry, drive] : asked) {
         if (drive)
-            recording.drives.emplace(entry.id, *std::move(drive));
+            recording.drives.emplace(entry->id, *std::move(drive));
     }
     machine.reset(); // before the notes that it tells
     return recording;

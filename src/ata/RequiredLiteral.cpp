@@ -75,6 +75,10 @@ std::string_view longestLiteral(std::string_view expression, std::size_t& place)
     while (place < expression.size() && expression[place] != '|') {
         const char c = expression[place];
         std::size_t next = place + 1;
+        if (!isMetacharacter(c) && next < expression.size() && !isMetacharacter(expression[next])) {
+            place = next; // the run goes on, as most characters do
+            continue;
+        }
         bool plain = !isMetacharacter(c);
         if (c == '\\' && next < expression.size()) {
             endRun(place);

@@ -160,25 +160,21 @@ TableSearch::TableSearch(std::span<const drive_settings> rows, DriveTableMatchin
 TableSearch::~TableSearch() = default;
 TableSearch::TableSearch(TableSearch&&) noexcept = default;
 
-void TableSearch::makeRows()
+void TableSearch::makeNextRow()
 {
-    rows_.reserve(table_.size());
-    literals_.reserve(2 * table_.size());
-    for (const drive_settings& row : table_) {
-        appendRequiredLiterals(row.modelregexp, literals_);
-        rows_.push_back({.literalsEnd = literals_.size(), .model = {}, .firmware = {}});
-    }
+    appendRequiredLiterals(table_[rows_.size()].modelregexp, literals_);
+    rows_.push_back({.literalsEnd = literals_.size(), .model = {}, .firmware = {}});
 }
 
 std::size_t TableSearch::find(const Question& question, SearchSteps& steps)
 {
-    if (rows_.empty())
-        makeRows();
     const auto& [model, firmware, asksForDefaults] = question.texts();
     const bool whole = matching_ == DriveTableMatching::whole;
     const Matcher matcher(steps, matching_);
     std::size_t literal = 0;
-    for (std::size_t i = 0; i < rows_.size() && steps.taken <= SearchSteps::mostInAll; ++i) {
+    for (std::size_t i = 0; i < table_.size() && steps.taken <= SearchSteps::mostInAll; ++i) {
+        if (i == rows_.size())
+            makeNextRow();
         const drive_settings& row = table_[i];
         if (!whole && asksForDefaults && row.modelfamily == "DEFAULT")
             return i;

@@ -71,11 +71,11 @@ public:
 private:
     struct Row;
 
-    void makeRows();
+    void makeNextRow();
 
     std::span<const drive_settings> table_;
     DriveTableMatching matching_;
-    std::vector<Row> rows_;                  // made at the first search
+    std::vector<Row> rows_;                  // made as far as a search has come
     std::vector<std::string_view> literals_; // those that the rows' models require, row after row
 };
 

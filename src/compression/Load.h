@@ -9,6 +9,13 @@
 /// Little-endian numbers from anywhere in memory.
 namespace vantorel::system::compression {
 
+[[nodiscard]] inline std::uint16_t load16(const std::uint8_t* from)
+{
+    le16 value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
 [[nodiscard]] inline std::uint32_t load32(const std::uint8_t* from)
 {
     le32 value;

@@ -74,6 +74,8 @@ TEST(CompressionStream, IsInPlaceFromItsFirstCallOrNotAtAll)
     compression_stream stream;
     EXPECT_EQ(compression_stream_in_place(nullptr), COMPRESSION_STATUS_ERROR);
     EXPECT_EQ(compression_stream_in_place(&stream), COMPRESSION_STATUS_ERROR) << "not set up";
+    EXPECT_EQ(compression_stream_claimed_size(nullptr), 0U);
+    EXPECT_EQ(compression_stream_claimed_size(&stream), 0U);
     ASSERT_EQ(compression_stream_init(&stream, COMPRESSION_STREAM_DECODE, COMPRESSION_LZ4), COMPRESSION_STATUS_OK);
     stream.dst_ptr = room.data();
     stream.dst_size = 1;

@@ -129,6 +129,52 @@ TEST(Typing, WhatNoDriveCanHaveIsNotPlausible)
     }
 }
 
+TEST(Typing, EveryFieldOfAnNvmeLogHasItsUnit)
+{
+    NVMeSMARTLog log{};
+    log.critical_warning = 1;
+    log.temperature = {0x44, 0x01};
+    log.avail_spare = 3;
+    log.spare_thresh = 4;
+    log.percent_used = 255;
+    std::uint8_t next = 6;
+    for (auto* const counter :
+         {&log.data_units_read, &log.data_units_written, &log.host_reads, &log.host_writes, &log.ctrl_busy_time,
+          &log.power_cycles, &log.power_on_hours, &log.unsafe_shutdowns, &log.media_errors, &log.num_err_log_entries})
+        (*counter)[0] = next++;
+    log.warning_temp_time = 16;
+    log.critical_comp_time = 17;
+    log.temp_sensor[0] = 273 + 18;
+    log.temp_sensor[7] = 273 + 255;
+    const auto told = [](const NVMeSMARTLog& of) {
+        std::string text;
+        const Data bytes = recordBytes(of);
+        for (const Attribute& a : attributesOf({.kind = Reading::Kind::nvme, .data = bytes, .isSSD = true})) {
+            text += a.name + ' ' + decimalText(a.value) + ' ' + std::string(rawValue(a.value.unit));
+            text += a.value.plausible ? "\n" : " ?\n";
+        }
+        return text;
+    };
+    // More unsafe shutdowns than starts cannot be.
+    EXPECT_EQ(told(log), "CriticalWarning 1 flags\nTemperature 51 celsius\nAvailableSpare 3 percent\n"
+                         "AvailableSpareThreshold 4 percent\nPercentageUsed 255 percent\nDataUnitsRead 3072000 bytes\n"
+                         "DataUnitsWritten 3584000 bytes\nHostReadCommands 8 count\nHostWriteCommands 9 count\n"
+                         "ControllerBusyTime 10 minutes\nPowerCycles 11 count\nPowerOnHours 12 hours\n"
+                         "UnsafeShutdowns 13 count ?\nMediaAndDataIntegrityErrors 14 count\n"
+                         "ErrorInformationLogEntries 15 count\nWarningTemperatureTime 16 minutes\n"
+                         "CriticalTemperatureTime 17 minutes\nTemperatureSensor1 18 celsius\n"
+                         "TemperatureSensor8 255 celsius ?\n");
+    NVMeSMARTLog broken{};
+    broken.avail_spare = 101;
+    broken.spare_thresh = 255;
+    broken.percent_used = 255;
+    EXPECT_TRUE(
+        told(broken).starts_with("CriticalWarning 0 flags\nTemperature -273 celsius ?\nAvailableSpare 101 percent ?\n"
+                                 "AvailableSpareThreshold 255 percent ?\nPercentageUsed 255 percent ?\n"))
+        << told(broken);
+    EXPECT_EQ(attributesOf({.kind = Reading::Kind::nvme, .data = DataView(), .isSSD = true}).size(), 0U);
+}
+
 TEST(Typing, ThresholdsAreFoundInTheirSlotOrElsewhere)
 {
     test::AtaSectors sectors;

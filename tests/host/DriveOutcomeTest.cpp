@@ -54,9 +54,11 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
     tree.media(nvme, "disk3", "Namespace 2");
     const auto barred = addAta(tree, "disk4");
     tree.drive("disk5", "Stick");
+    const auto bridged = tree.driver("AppleUSBXHCI", "Bridge", {}, {}, "USB");
     const auto broken = addAta(tree, "disk6");
     const auto refused = addAta(tree, "disk7");
     const auto fast = addAta(tree, "disk8");
+    tree.media(bridged, "disk9", "USB Media");
     auto& machine = load(std::move(tree));
 
     std::atomic<bool> fastIsRead = false;
@@ -79,6 +81,7 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
     };
     machine.obstacles[asleep] = {kIOReturnNotReady, "The drive is asleep and was left so.", ""};
     machine.obstacles[barred] = {kIOReturnNotPrivileged, "It needs rights.", "sudo give rights"};
+    machine.obstacles[bridged - 1] = {kIOReturnUnsupported, "Its bridge carries nothing.", ""};
     static_cast<void>(refused);
 
     const auto outcomes = readDrives({});
@@ -98,6 +101,7 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
         {"disk6", Kind::failed, 4, "Unable to enable operations."},
         {"disk7", Kind::notOpened, 2, "Unable to create S.M.A.R.T plugin interface."},
         {"disk8", Kind::read, 16, ""},
+        {"disk9", Kind::noSmart, 0, "Its bridge carries nothing."},
     };
     ASSERT_EQ(outcomes.size(), std::size(expected));
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
@@ -106,13 +110,15 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
         EXPECT_EQ(outcomes[i].status(), expected[i].status) << expected[i].name;
         EXPECT_EQ(outcomes[i].error, expected[i].error) << expected[i].name;
         EXPECT_EQ(outcomes[i].judged.has_value(), expected[i].kind == Kind::read);
+        const std::set<std::string> explained = {"disk1", "disk4", "disk9"};
+        EXPECT_EQ(outcomes[i].isExplained, explained.contains(expected[i].name)) << expected[i].name;
     }
     EXPECT_EQ(outcomes[4].remedy, "sudo give rights");
     EXPECT_EQ(statusOf(outcomes), 2 | 4 | 16 | 32);
     EXPECT_TRUE(fastIsRead) << "a drive that hangs held it up";
     EXPECT_EQ(logsRead, 1) << "two namespaces are one drive";
 
-    const auto named = readDrives({"disk9", "WD-disk8", "disk5", "/dev/disk8", "disk8"});
+    const auto named = readDrives({"disk10", "WD-disk8", "disk5", "/dev/disk8", "disk8"});
     ASSERT_EQ(named.size(), 3U) << "each drive once";
     EXPECT_EQ(named[0].kind, Kind::noDrive);
     EXPECT_EQ(named[0].status(), 1);

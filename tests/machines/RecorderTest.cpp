@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -122,12 +123,19 @@ TEST(RecordingWriter, WhatItWritesIsReadAsTheSameRecording)
     EXPECT_EQ(writeMachineJson(again), writeMachineJson(recording));
 }
 
+/// Asks the last drive first, each on a thread of its own.
+void backwards(std::size_t count, const std::function<void(std::size_t)>& work)
+{
+    while (count > 0)
+        std::thread(work, --count).join();
+}
+
 TEST(Recorder, ARecordingOfARecordedMachineIsTheSame)
 {
     for (const char* const name : {"/machines/laptop", "/machines/tower"}) {
         Recording original = loadRecording(VANTOREL_SAMPLES + std::string(name));
         original.script.clear();
-        Recording recording = recordMachine(std::make_unique<RecordedMachine>(original, Playback::byHand));
+        Recording recording = recordMachine(std::make_unique<RecordedMachine>(original, Playback::byHand), backwards);
         for (RecordedVolume& volume : original.volumes) {
             if (volume.facts.mountPoints.empty()) // then nobody can be asked for the sizes
                 volume.size = volume.free = 0;
@@ -175,7 +183,7 @@ TEST(Recorder, AsksADriveForNothingThatItDoesNotDeclare)
                                        {6, "none", "", "IOBlockStorageDevice", {}, {}, {{"SMART Capable", false}}}});
         std::vector<std::string> sent;
         machine->ataDrives[4] = [&, wanted = features](const auto& command) { return answer(command, sent, wanted); };
-        const Recording recording = recordMachine(std::move(machine));
+        const Recording recording = recordMachine(std::move(machine), backwards);
         std::vector<std::string> expected = always;
         expected.insert(expected.end(), logs.begin(), logs.end());
         EXPECT_THAT(sent, testing::ElementsAreArray(expected)) << int{features};

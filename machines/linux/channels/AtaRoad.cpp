@@ -152,7 +152,7 @@ private:
         if (inUse == 0)
             return kIOReturnNoDevice;
         if (inUse == (firstPort | secondPort))
-            return kIOReturnUnsupported;
+            return kIOReturnNotFound;
         port_ = inUse == secondPort ? 1 : 0;
         return kIOReturnSuccess;
     }

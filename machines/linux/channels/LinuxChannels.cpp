@@ -51,6 +51,11 @@ std::string bridgeName(const DeviceNode& node)
     return "Its USB bridge (" + node.usbVendor + ':' + node.usbProduct + ')';
 }
 
+std::string unanswered(const DeviceNode& node)
+{
+    return bridgeName(node) + " is not known and did not answer for the drive.";
+}
+
 /// Four hexadecimal digits; 0, which is nobody's, for anything else.
 std::uint16_t number(std::string_view digits)
 {
@@ -74,12 +79,16 @@ DriveChannels::~DriveChannels() = default;
 DriveCommands DriveChannels::commands(const DeviceNode& node)
 {
     const Way way = wayTo(node);
-    if (!way.isOpen())
-        return way.commands();
-    if (const std::optional<DriveCommands> found = find(node, way).commands)
-        return *found;
-    const bool isStick = way.kind == Way::Kind::unknownUsb && attribute(node, "removable") == "1";
-    return isStick ? DriveCommands::none : way.commands();
+    std::optional<DriveCommands> taken = way.commands();
+    if (way.isOpen()) {
+        taken = find(node, way).commands;
+        const bool isStick = way.kind == Way::Kind::unknownUsb && attribute(node, "removable") == "1";
+        if (!taken)
+            return isStick ? DriveCommands::none : way.commands();
+    }
+    if (taken == DriveCommands::none && !node.usbVendor.empty())
+        note(node, kIOReturnUnsupported, way.reason.empty() ? unanswered(node) : way.reason);
+    return *taken;
 }
 
 OpenedChannel<AtaChannel> DriveChannels::openAta(const DeviceNode& node)
@@ -202,8 +211,7 @@ DriveChannels::Attempt<AtaDrive> DriveChannels::openAtaDrive(const DeviceNode& n
         if (finding.commands == DriveCommands::nvme)
             return {kIOReturnUnsupported, nullptr, notAta};
         if (finding.commands == DriveCommands::none)
-            return {kIOReturnUnsupported, nullptr,
-                    bridgeName(node) + " is not known and did not answer for the drive."};
+            return {kIOReturnUnsupported, nullptr, unanswered(node)};
     }
     if (isLeftAsleep(node))
         return {kIOReturnNotReady, nullptr, {}};

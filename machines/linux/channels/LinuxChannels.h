@@ -50,11 +50,12 @@ public:
 
     /// Which commands the drive can be sent, as far as that can be told. Asks a drive behind an unknown or twofold
     /// bridge once, unless it sleeps; a fixed drive that may not be asked counts as able, so that opening says why.
+    /// Why a USB disk takes none, `whyNotOpened` tells from then on.
     [[nodiscard]] DriveCommands commands(const DeviceNode& node);
 
     [[nodiscard]] system::OpenedChannel<system::AtaChannel> openAta(const DeviceNode& node);
     [[nodiscard]] system::OpenedChannel<system::NvmeChannel> openNvme(const DeviceNode& node);
-    /// Why the last opening of this node failed; absent when it did not.
+    /// Why the last opening of this node failed, or is bound to fail; absent when it did not.
     [[nodiscard]] std::optional<system::DriveObstacle> whyNotOpened(const DeviceNode& node) const;
 
     /// Model, serial and firmware in full, by IDENTIFY; absent when the drive cannot be asked, as in opening.

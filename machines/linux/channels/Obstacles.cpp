@@ -71,6 +71,8 @@ std::string reasonOf(const DeviceNode& node, IOReturn status)
         return "The drive is busy.";
     case kIOReturnUnsupported:
         return "The drive does not say what it is.";
+    case kIOReturnNotFound:
+        return "Its USB bridge has two drives, and nothing says which of them this is.";
     default:
         return "The drive did not answer.";
     }

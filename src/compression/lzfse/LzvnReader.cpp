@@ -2,25 +2,29 @@
 #include "LzvnReader.h"
 
 #include "Lzvn.h"
+#include "compression/Load.h"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace vantorel::system::compression::lzfse {
 
 namespace {
 
 /// What the first byte of an opcode tells. Each of the three numbers is what stands here and some bits of the pair of
-/// bytes that follows.
-struct Opcode {
+/// bytes that follows. Aligned, since the way to an entry is a part of the way from one opcode to the next.
+struct alignas(16) Opcode {
     std::uint8_t size = 0; ///< without the literals; 0: there is no such opcode
+    std::uint8_t step = 0; ///< with the literals that stand here
     std::uint8_t literals = 0;
-    std::uint8_t literalsMask = 0;
+    bool manyLiterals = false; ///< as many more as the byte that follows says
     std::uint8_t length = 0;
     std::uint8_t lengthMask = 0;
     std::uint8_t distanceShift = 0;
     std::uint16_t distance = 0;
-    std::uint16_t distanceMask = 0; ///< 0: the distance is that of the match before
+    std::uint16_t distanceMask = 0;
+    std::uint32_t keptDistance = ~0U; ///< what stays of the distance before: all bits of it or none
 };
 
 constexpr Opcode opcodeOf(std::uint8_t first)
@@ -33,7 +37,7 @@ constexpr Opcode opcodeOf(std::uint8_t first)
     if (first > 0xf0) // a short one
         return {.size = 1, .length = low};
     if (first == 0xe0) // many literals
-        return {.size = 2, .literals = lzvnManyBase, .literalsMask = 0xff};
+        return {.size = 2, .literals = lzvnManyBase, .manyLiterals = true};
     if (first > 0xe0) // a few
         return {.size = 1, .literals = low};
     if (first >= 0xd0 || (first >= 0x70 && first < 0x80))
@@ -44,15 +48,17 @@ constexpr Opcode opcodeOf(std::uint8_t first)
                 .length = static_cast<std::uint8_t>((first & 7) * 4 + lzvnShortest),
                 .lengthMask = 3,
                 .distanceShift = 2,
-                .distanceMask = 0x3fff};
+                .distanceMask = 0x3fff,
+                .keptDistance = 0};
     if ((first & 7) == 7) // LLMMM111 and a pair of distance
-        return {.size = 3, .literals = high, .length = middle, .distanceMask = 0xffff};
+        return {.size = 3, .literals = high, .length = middle, .distanceMask = 0xffff, .keptDistance = 0};
     if ((first & 7) != 6) // LLMMMDDD DDDDDDDD
         return {.size = 2,
                 .literals = high,
                 .length = middle,
                 .distance = static_cast<std::uint16_t>((first & 7) << 8),
-                .distanceMask = 0xff};
+                .distanceMask = 0xff,
+                .keptDistance = 0};
     if (first >= 0x40) // LLMMM110, the distance before
         return {.size = 1, .literals = high, .length = middle};
     if (first == 0x0e || first == 0x16) // nothing at all
@@ -62,8 +68,10 @@ constexpr Opcode opcodeOf(std::uint8_t first)
 
 constexpr std::array<Opcode, 256> opcodes = [] {
     std::array<Opcode, 256> table{};
-    for (std::size_t first = 0; first < table.size(); ++first)
+    for (std::size_t first = 0; first < table.size(); ++first) {
         table[first] = opcodeOf(static_cast<std::uint8_t>(first));
+        table[first].step = static_cast<std::uint8_t>(table[first].size + table[first].literals);
+    }
     return table;
 }();
 
@@ -103,36 +111,45 @@ LzvnReader::Result LzvnReader::decodeOpcodes(DataView bytes, SlidingWindow& wind
     std::uint8_t* to = start;
     const std::uint8_t* const stop = start + SlidingWindow::batch;
     const std::uint8_t* const end = start + std::min<std::size_t>(plainLeft_, room);
+    const std::uint8_t* in = bytes.data();
+    const std::uint8_t* const inEnd = in + bytes.size();
     const bool isAll = bytes.size() == payloadLeft_;
+    // No opcode without its literals is longer than the end opcode that has to follow.
+    const auto needed = static_cast<std::ptrdiff_t>(isAll ? lzvnEnd.size() : lzvnLongest);
     Result result = Result::more;
-    DataView rest = bytes;
-    while (to < stop && (isAll || rest.size() >= lzvnLongest)) {
-        // No opcode is longer than the end opcode that has to follow, so that each may be read without further looks.
-        if (rest.size() < lzvnEnd.size())
-            return Result::damaged;
-        if (rest[0] == lzvnEnd[0]) {
-            if (!std::equal(lzvnEnd.begin(), lzvnEnd.end(), rest.begin()))
+    while (to < stop) {
+        if (inEnd - in < needed) {
+            if (isAll)
                 return Result::damaged;
-            rest = rest.subspan(lzvnEnd.size());
+            break;
+        }
+        const Opcode& opcode = opcodes[in[0]];
+        if (opcode.size == 0) {
+            if (!std::equal(lzvnEnd.begin(), lzvnEnd.end(), in))
+                return Result::damaged;
+            in += lzvnEnd.size();
             result = Result::done;
             break;
         }
-        const Opcode opcode = opcodes[rest[0]];
-        const std::uint32_t pair = rest[1] | std::uint32_t{rest[2]} << 8;
-        const std::uint32_t literals = opcode.literals + (pair & opcode.literalsMask);
+        const std::uint32_t pair = load16(in + 1);
+        const std::uint8_t* const from = in + opcode.size;
+        std::uint32_t literals = opcode.literals;
+        std::uint32_t step = opcode.step;
+        if (opcode.manyLiterals) [[unlikely]] {
+            literals += pair & 0xff;
+            step += pair & 0xff;
+        }
         const std::uint32_t length = opcode.length + (pair & opcode.lengthMask);
-        const std::uint32_t spelled = opcode.distance + (pair >> opcode.distanceShift & opcode.distanceMask);
-        if (opcode.size == 0 || literals > rest.size() - opcode.size || literals + length > end - to ||
-            (opcode.distanceMask != 0 && spelled == 0))
+        distance &= opcode.keptDistance;
+        distance += opcode.distance + (pair >> opcode.distanceShift & opcode.distanceMask);
+        if (step > inEnd - in || literals + length > end - to)
             return Result::damaged;
-        rest = rest.subspan(opcode.size);
-        if (rest.size() >= literals + 16)
-            copyInSteps<16>(to, rest.data(), literals);
+        in += step;
+        if (inEnd - in >= 16)
+            copyInSteps<16>(to, from, literals);
         else
-            std::memcpy(to, rest.data(), literals);
-        rest = rest.subspan(literals);
+            std::memcpy(to, from, literals);
         to += literals;
-        distance = spelled != 0 ? spelled : distance;
         if (std::size_t{distance} - 1 < static_cast<std::size_t>(to - oldest))
             repeatBytes(to, distance, length);
         else if (length > 0)
@@ -140,7 +157,7 @@ LzvnReader::Result LzvnReader::decodeOpcodes(DataView bytes, SlidingWindow& wind
         to += length;
     }
     distance_ = distance;
-    used = bytes.size() - rest.size();
+    used = static_cast<std::size_t>(in - bytes.data());
     plainLeft_ -= static_cast<std::uint32_t>(to - start);
     window.grow(static_cast<std::size_t>(to - start));
     return result;

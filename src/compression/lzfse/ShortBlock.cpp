@@ -5,6 +5,7 @@
 #include "Lzvn.h"
 #include "Match.h"
 #include "MatchFinder.h"
+#include "compression/FastCopy.h"
 
 #include <algorithm>
 #include <array>
@@ -58,8 +59,8 @@ constexpr std::uint32_t ownLiterals(std::uint32_t run)
 
 /// The bytes of opcodes for a run of literals, and how many of them are left for that of the match.
 struct RunPrice {
-    std::uint16_t size;
-    std::uint16_t left;
+    std::uint8_t size;
+    std::uint8_t left;
 };
 
 constexpr auto runPrices = [] {
@@ -68,14 +69,11 @@ constexpr auto runPrices = [] {
         const std::uint32_t own = ownLiterals(run);
         const RunPrice rest = own > 0 ? prices[run - own] : RunPrice{0, 0};
         const std::uint32_t size = own == 0 ? 0U : own < lzvnManyBase ? 1U : 2U;
-        prices[run] = {static_cast<std::uint16_t>(size + rest.size),
-                       static_cast<std::uint16_t>(own > 0 ? rest.left : run)};
+        prices[run] = {static_cast<std::uint8_t>(size + rest.size),
+                       static_cast<std::uint8_t>(own > 0 ? rest.left : run)};
     }
     return prices;
 }();
-
-/// A match this long is taken as it is.
-constexpr std::uint32_t longMatch = 20;
 
 /// The bytes of opcodes for a match behind up to 3 literals.
 constexpr std::uint32_t priceOf(std::uint32_t literals, std::uint32_t length, bool sameDistance, std::uint32_t distance)
@@ -84,31 +82,48 @@ constexpr std::uint32_t priceOf(std::uint32_t literals, std::uint32_t length, bo
     return form.size + (length > form.most ? sizeOfRest(length - form.most) : 0);
 }
 
+/// Bytes behind the text that may be read, whatever they hold.
+constexpr std::size_t readBehind = 16;
+
 /// Finds opcodes of few bytes: for each place, from the first to the last, the cheapest way there, going on from it
-/// with a literal and with the matches that begin there, each as long as it can be. One way a place is kept, although
-/// what it costs to go on depends on the literals and the distance before; so it may be a few bytes from the best.
+/// with a literal and with the longest matches that begin there. One way a place is kept, although what it costs to go
+/// on depends on the literals and the distance before; so it may be a few bytes from the best.
 class Parser {
 public:
-    explicit Parser(DataView plain)
-        : plain_(plain.data()),
-          size_(static_cast<std::uint32_t>(plain.size())),
+    /// Behind `text` lie `readBehind` bytes more.
+    explicit Parser(DataView text)
+        : text_(text.data()),
+          size_(static_cast<std::uint32_t>(text.size())),
+          hashShift_(32 - hashBitsFor(size_)),
           ways_(std::make_unique_for_overwrite<Way[]>(size_ + 1)),
-          earlier_(std::make_unique_for_overwrite<std::uint16_t[]>(size_))
+          earlier_(std::make_unique_for_overwrite<std::uint16_t[]>(size_ + 1)),
+          last_(std::make_unique<std::uint16_t[]>(1U << hashBitsFor(size_)))
     {
-        std::fill_n(ways_.get(), size_ + 1, ~Way{0});
         ways_[0] = 0;
+        earlier_[0] = 0;
+        std::fill_n(ways_.get() + 1, size_, ~Way{0});
     }
 
     /// The matches, last first; one of length 0 for the literals at the end.
     std::vector<Match> parse()
     {
+        Way here = 0;
         std::uint32_t place = 0;
+        if (size_ > 0) // nothing lies before the first place
+            here = goOnWithLiterals(place++, here, 1);
         while (place + 4 <= size_) {
-            goOnWithLiteral(place);
-            place += goOnWithMatches(place);
+            const std::uint32_t length = goOnWithMatches(place, here);
+            if (length >= longMatch) {
+                place += length;
+                here = ways_[place];
+                continue;
+            }
+            const std::uint32_t stride = std::min(1 + misses_ / patience, size_ - place);
+            here = goOnWithLiterals(place, here, stride);
+            place += stride;
         }
         for (; place < size_; ++place)
-            goOnWithLiteral(place);
+            here = goOnWithLiterals(place, here, 1);
         return wayBack();
     }
 
@@ -126,64 +141,95 @@ private:
     static constexpr std::uint32_t lengthOf(Way way) { return ~way >> 16 & 0xffff; }
     static constexpr std::uint32_t distanceOf(Way way) { return way & 0xffff; }
 
-    /// The most earlier places looked at.
-    static constexpr int patience = 5;
-    static constexpr unsigned hashBits = 11;
+    /// The earlier places looked at.
+    static constexpr int candidates = 2;
 
-    void goOnWithLiteral(std::uint32_t place)
+    /// A match this long is taken as it is. Inside one that is half good, matches are looked for at its second place
+    /// alone.
+    static constexpr std::uint32_t longMatch = 20;
+    static constexpr std::uint32_t goodMatch = 7;
+
+    /// For so many places without a match, one more is passed over unseen each time. By the time that the first is,
+    /// all matches found before have ended.
+    static constexpr std::uint32_t patience = 32;
+    static_assert(patience > longMatch);
+
+    static unsigned hashBitsFor(std::uint32_t size) { return static_cast<unsigned>(std::bit_width(size)) + 1; }
+
+    Way goOnWithLiterals(std::uint32_t place, Way here, std::uint32_t count)
     {
-        const Way here = ways_[place];
-        const std::uint32_t run = literalsOf(here) + 1;
-        const std::uint32_t cost = costOf(here) + 1 + runPrices[run].size - runPrices[run - 1].size;
-        ways_[place + 1] = std::min(ways_[place + 1], way(cost, run, 0, distanceOf(here)));
+        const std::uint32_t run = literalsOf(here);
+        const Way cost = count + runPrices[run + count].size - runPrices[run].size;
+        Way& there = ways_[place + count];
+        there = std::min(there, (here | Way{0xffff} << 16) + (cost << 48 | Way{count} << 32));
+        return there;
     }
 
-    /// Gives how many places to go on.
-    std::uint32_t goOnWithMatches(std::uint32_t place)
+    /// Gives the length of the longest, 0 if there is none.
+    std::uint32_t goOnWithMatches(std::uint32_t place, Way here)
     {
-        const std::uint8_t* const here = plain_ + place;
+        std::uint32_t earlier = enter(place);
+        if (place < quietUntil_ && place != lookAt_)
+            return 0;
         const std::uint32_t most = size_ - place;
         std::uint32_t longest = lzvnShortest - 1;
-        const auto look = [&](std::uint32_t distance) {
-            const std::uint32_t length = MatchFinder::agreement(here, here - distance, most);
-            if (length <= longest)
-                return;
-            goOnWithMatch(place, distance, length);
-            longest = length;
-        };
-        if (const std::uint32_t again = distanceOf(ways_[place]); again != 0)
-            look(again);
-        std::uint32_t earlier = enter(place);
-        for (int left = patience; earlier != 0 && left > 0 && longest < std::min(longMatch, most); --left) {
-            const std::uint32_t distance = place - (earlier - 1);
-            if (here[longest] == *(here + longest - distance))
-                look(distance);
-            earlier = earlier_[earlier - 1];
+        if (const std::uint32_t again = distanceOf(here); again != 0) {
+            longest = std::max(longest, std::min(agreement(place, place - again), most));
+            if (longest >= lzvnShortest)
+                goOnWithMatch(place, here, again, longest);
         }
-        if (longest < longMatch)
-            return 1;
-        for (std::uint32_t inner = place + 1; inner < place + longest && inner + 4 <= size_; ++inner)
-            enter(inner);
+        // Without branches, as none of them could be foretold. An empty entry stands for the first place, which is as
+        // good a candidate as any.
+        std::uint32_t distance = 0;
+        for (int i = 0; i < candidates && longest < longMatch; ++i) {
+            const std::uint32_t length = agreement(place, earlier);
+            distance = length > longest ? place - earlier : distance;
+            longest = std::max(length, longest);
+            earlier = earlier_[earlier];
+        }
+        longest = std::min(longest, most);
+        if (distance != 0) {
+            goOnWithMatch(place, here, distance, longest);
+        } else if (longest < lzvnShortest) {
+            ++misses_;
+            return 0;
+        }
+        misses_ = 0;
+        if (longest >= goodMatch) {
+            lookAt_ = place + 1;
+            quietUntil_ = place + longest;
+        }
+        if (longest >= longMatch)
+            for (std::uint32_t inner = place + 1; inner < place + longest && inner + 4 <= size_; ++inner)
+                enter(inner);
         return longest;
     }
 
-    void goOnWithMatch(std::uint32_t place, std::uint32_t distance, std::uint32_t length)
+    void goOnWithMatch(std::uint32_t place, Way here, std::uint32_t distance, std::uint32_t length)
     {
-        const Way here = ways_[place];
         const std::uint32_t literals = runPrices[literalsOf(here)].left;
         const std::uint32_t price = priceOf(literals, length, distance == distanceOf(here), distance);
-        ways_[place + length] = std::min(ways_[place + length], way(costOf(here) + price, 0, length, distance));
+        Way& there = ways_[place + length];
+        there = std::min(there, way(costOf(here) + price, 0, length, distance));
     }
 
-    /// Enters a place, behind which 4 bytes are left, and gives the last one before it, plus 1, with the same hash of 3
-    /// bytes; 0: none.
+    /// How many bytes at two places agree; where fewer than 8 follow, those behind the text may count too.
+    std::uint32_t agreement(std::uint32_t place, std::uint32_t earlier) const
+    {
+        const std::uint64_t difference = load64(text_ + place) ^ load64(text_ + earlier);
+        if (difference == 0) [[unlikely]]
+            return MatchFinder::agreement(text_ + place, text_ + earlier, size_ - place);
+        return static_cast<std::uint32_t>(std::countr_zero(difference)) / 8;
+    }
+
+    /// Enters a place, behind which 4 bytes are left, and gives the last one before it with the same hash of 3 bytes.
     std::uint32_t enter(std::uint32_t place)
     {
-        const std::uint32_t word = load32(plain_ + place) << 8;
-        std::uint16_t& last = last_[word * 2654435761U >> (32 - hashBits)];
+        const std::uint32_t word = load32(text_ + place) << 8;
+        std::uint16_t& last = last_[word * 2654435761U >> hashShift_];
         const std::uint16_t earlier = last;
         earlier_[place] = earlier;
-        last = static_cast<std::uint16_t>(place + 1);
+        last = static_cast<std::uint16_t>(place);
         return earlier;
     }
 
@@ -203,11 +249,15 @@ private:
         }
     }
 
-    const std::uint8_t* plain_;
+    const std::uint8_t* text_;
     std::uint32_t size_;
+    unsigned hashShift_;
     std::unique_ptr<Way[]> ways_;
-    std::unique_ptr<std::uint16_t[]> earlier_; ///< for each place, the last before it with the same hash, plus 1
-    std::array<std::uint16_t, 1U << hashBits> last_{};
+    std::unique_ptr<std::uint16_t[]> earlier_; ///< for each place, the last before it with the same hash; or 0
+    std::unique_ptr<std::uint16_t[]> last_;    ///< for each hash, the last place; or 0
+    std::uint32_t lookAt_ = 0;
+    std::uint32_t quietUntil_ = 0;
+    std::uint32_t misses_ = 0; ///< places without a match since the last
 };
 
 /// Puts opcodes together.
@@ -241,10 +291,16 @@ private:
         put(number - lzvnManyBase);
     }
 
+    void putLiterals(const std::uint8_t* literals, std::uint32_t count)
+    {
+        copyInSteps<16>(out_.next(), literals, count);
+        out_.grow(count);
+    }
+
     void writeLiterals(const std::uint8_t* literals, std::uint32_t count)
     {
         putNumber(0xe0, count);
-        out_.append(literals, count);
+        putLiterals(literals, count);
     }
 
     /// A match with up to 3 literals before it.
@@ -262,7 +318,7 @@ private:
             put(0xa0 | count << 3 | field >> 2);
             out_.append(le16(static_cast<std::uint16_t>(match.distance << 2 | (field & 3))));
         }
-        out_.append(literals, count);
+        putLiterals(literals, count);
         distance_ = match.distance;
         for (std::uint32_t left = match.length - length; left > 0; left -= std::min(left, lzvnMost))
             putNumber(0xf0, std::min(left, lzvnMost));
@@ -276,17 +332,20 @@ private:
 
 std::size_t largestShortBlock(std::size_t plainSize)
 {
-    return sizeof(LzvnHeader) + 2 * plainSize + lzvnEnd.size();
+    return sizeof(LzvnHeader) + 2 * plainSize + lzvnEnd.size() + overshoot;
 }
 
 void writeShortBlock(DataView plain, Outgoing& out)
 {
+    const auto text = std::make_unique_for_overwrite<std::uint8_t[]>(plain.size() + readBehind);
+    std::memcpy(text.get(), plain.data(), plain.size());
+    std::memset(text.get() + plain.size(), 0, readBehind);
     const std::size_t before = out.size();
     const auto plainSize = static_cast<std::uint32_t>(plain.size());
     out.grow(sizeof(LzvnHeader));
     OpcodeWriter writer(out);
-    const std::vector<Match> matches = Parser(plain).parse();
-    const std::uint8_t* literals = plain.data();
+    const std::vector<Match> matches = Parser({text.get(), plain.size()}).parse();
+    const std::uint8_t* literals = text.get();
     for (auto match = matches.rbegin(); match != matches.rend(); ++match) {
         writer.write(*match, literals);
         literals += match->literals + match->length;

@@ -207,6 +207,20 @@ void DiskService::change(EntryChange& change)
         describeBelow(*node);
     else
         describe(*node);
+    tellOfSet(*node, *before);
+}
+
+/// What a RAID set tells of itself is in no description, but whoever watches its disk is to hear of it.
+void DiskService::tellOfSet(const RegistryNode& set, const PropertyTable& before)
+{
+    constexpr std::string_view members = "AppleRAID-Members";
+    const auto keys = changedKeys(before, *set.properties);
+    if (!set.properties->lookUp(members) || keys->empty())
+        return;
+    for (const auto& [order, below] : set.children) {
+        if (const auto disk = disks_.find(below->id); disk != disks_.end())
+            spread({DiskNews::Kind::changed, disk->second.disk, keys});
+    }
 }
 
 void DiskService::remove(const EntryRemoval& removal)

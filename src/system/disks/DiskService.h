@@ -100,6 +100,7 @@ private:
     void removeAll();
     void describeBelow(RegistryNode& node);
     void describe(const RegistryNode& node);
+    void tellOfSet(const RegistryNode& set, const PropertyTable& before);
     void forget(std::uint64_t entryId);
     void spread(const DiskNews& news);
     void send(const DASessionRef& session, const DiskNews& news);

@@ -4,9 +4,13 @@
 #include "LiveFixture.h"
 #include "vantorel/system/Installation.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <libudev.h>
 #include <umockdev.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -14,6 +18,26 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+namespace {
+
+/// Whether the socket of events is full: what comes is lost, and the next look at it says so.
+std::atomic<bool> socketIsFull = false;
+
+} // namespace
+
+/// Stands before libudev's.
+extern "C" udev_device* udev_monitor_receive_device(udev_monitor* monitor)
+{
+    static const auto receive =
+        reinterpret_cast<decltype(&udev_monitor_receive_device)>(dlsym(RTLD_NEXT, "udev_monitor_receive_device"));
+    udev_device* const device = receive(monitor);
+    if (!socketIsFull || !device)
+        return device;
+    udev_device_unref(device);
+    errno = ENOBUFS;
+    return nullptr;
+}
 
 namespace vantorel {
 
@@ -68,10 +92,12 @@ protected:
         umockdev_testbed_remove_device(bed.get(), folder.c_str());
     }
 
-    void look(machines::Udev::Source source = machines::Udev::Source::udev)
+    void look()
     {
         system::install(std::make_unique<machines::LinuxMachine>(
-            machines::LinuxOptions{.readsSuperblocks = false, .events = source}));
+            machines::LinuxOptions{.readsSuperblocks = false,
+                                   .events = machines::Udev::Source::udev,
+                                   .times = {.arrayPolling = std::chrono::milliseconds(5)}}));
         settle();
         Vantorel::shared().registerListener(std::shared_ptr<DiskListener>(std::shared_ptr<void>(), this));
     }
@@ -143,6 +169,51 @@ TEST_F(HotPlugTest, AHundredDisksInASecondAreEachToldOnce)
         ASSERT_TRUE(settleUntil([&] { return events.size() >= count + i + burst; }));
     }
     EXPECT_TRUE(Vantorel::shared().disks().empty());
+}
+
+TEST_F(HotPlugTest, EventsThatWereLostAreMadeUpFor)
+{
+    const std::string first = add("sda", 0, 1);
+    const std::string second = add("sdb", 16, 2);
+    look();
+    settle();
+    events.clear();
+    socketIsFull = true;
+    remove(first);
+    EXPECT_THAT(told(1), ElementsAre("-sda"));
+    set(second, "size", "8192");
+    tell(second, "change");
+    EXPECT_THAT(told(1), ElementsAre("~sdb"));
+    add("sdc", 32, 3);
+    EXPECT_THAT(told(1), ElementsAre("+sdc"));
+    socketIsFull = false;
+    EXPECT_EQ(names(Vantorel::shared().disks()), "sdb sdc");
+}
+
+TEST_F(HotPlugTest, AFailingMemberOfAnArrayIsTold)
+{
+    add("sda", 0, 1);
+    add("sdb", 16, 2);
+    const std::string array = add("md0", 0, 3);
+    const auto putArray = [&](const char* name, const char* value) { set(array, name, value); };
+    putArray("md/level", "raid1");
+    putArray("md/array_state", "clean");
+    putArray("md/raid_disks", "2");
+    putArray("md/degraded", "0");
+    putArray("md/dev-sda/slot", "0");
+    putArray("md/dev-sda/state", "in_sync");
+    putArray("md/dev-sdb/slot", "1");
+    putArray("md/dev-sdb/state", "in_sync");
+    look();
+    told(0);
+    ASSERT_EQ(tracked<RaidStorage>("md0")->members().size(), 2U);
+
+    putArray("md/dev-sdb/state", "faulty"); // nobody tells of it
+    putArray("md/degraded", "1");
+    const auto changes = told(1);
+    ASSERT_FALSE(changes.empty());
+    EXPECT_EQ(std::set<std::string>(changes.begin(), changes.end()), std::set<std::string>{"~md0"});
+    EXPECT_THAT(told(0), IsEmpty()) << "once";
 }
 
 TEST_F(HotPlugTest, ADiskThatTookTheNameOfAnotherIsAnother)

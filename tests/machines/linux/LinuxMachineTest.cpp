@@ -3,6 +3,8 @@
 
 #include "LiveFixture.h"
 #include "SampleComputer.h"
+#include "host/views/DiskTree.h"
+#include "host/views/DiskUse.h"
 #include "machines/linux/NameUuid.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
@@ -223,6 +225,49 @@ TEST_F(LinuxMachineTest, EncryptedLvmIsOneLayerOnItsPartition)
     EXPECT_NE(root->mediaUuid(), swap->mediaUuid());
     EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("sda"))), "dm-0 dm-1 sda1");
     EXPECT_EQ(tracked<DiskImage>("loop3")->mediaName(), "core_1.snap Media");
+}
+
+TEST_F(LinuxMachineTest, WhatLiesStraightOnAWholeDiskIsShownThere)
+{
+    const auto disk = [this](const char* name, int minor, const std::string& uevent) {
+        sysfs.block(std::string("virtio/block/") + name, 254, minor, 30 + minor, 4096, "DEVTYPE=disk\n" + uevent);
+    };
+    disk("vda", 0, "ID_FS_TYPE=ext4\nID_FS_USAGE=filesystem\nID_FS_LABEL_ENC=root\n");
+    disk("vdb", 16, "ID_FS_TYPE=linux_raid_member\nID_FS_UUID_SUB=aaaaaaaa-0000-0000-0000-000000000002\n");
+    disk("vdc", 32, "ID_FS_TYPE=LVM2_member\n");
+    disk("vdd", 48, "");
+    sysfs.block("virtual/block/md0", 9, 0, 40, 4000, "",
+                {{"md/level", "raid1\n"},
+                 {"md/array_state", "clean\n"},
+                 {"md/raid_disks", "1\n"},
+                 {"md/degraded", "0\n"},
+                 {"md/dev-vdb/slot", "0\n"},
+                 {"md/dev-vdb/state", "in_sync\n"}});
+    for (const auto& [name, below] : {std::pair("dm-0", "vdc"), {"dm-1", "md0"}}) {
+        const std::string path = std::string("virtual/block/") + name;
+        sysfs.block(path, 253, name[3] - '0', 50, 1000, "", {{"dm/name", name}});
+        sysfs.link("sys/devices/" + path + "/slaves/" + below, "../x");
+    }
+    sysfs.write("mountinfo", "27 1 254:0 / / rw - ext4 /dev/vda rw\n");
+    look();
+
+    std::string tree;
+    for (const host::DiskNode& node : host::diskTree(Vantorel::shared())) {
+        tree += *node.disk->bsdName() + (node.raidSet ? " in " + *node.raidSet->bsdName() : "") + "(";
+        for (const host::DiskNode& child : node.children)
+            tree += *child.disk->bsdName();
+        tree += ") ";
+    }
+    EXPECT_EQ(tree, "vda() vdb in md0() vdc(dm-0) vdd() md0(dm-1) ");
+    const auto volume = host::volumeOn(*tracked<Drive>("vda"));
+    ASSERT_TRUE(volume);
+    EXPECT_EQ(volume->mountPoint(), "/");
+    EXPECT_GT(volume->freeSpace(), 0);
+    EXPECT_EQ(volume->volumeName(), "root");
+    EXPECT_EQ(host::fileSystemOn(*tracked<Drive>("vda")), "ext4");
+    EXPECT_FALSE(host::volumeOn(*tracked<Drive>("vdb")));
+    EXPECT_FALSE(tracked<Volume>("vda")) << "no list has it: the drive is the disk of that name";
+    EXPECT_EQ(host::setStatusOf(*tracked<RaidStorage>("md0")), "Online");
 }
 
 TEST_F(LinuxMachineTest, FilesThatAreOddAreNoMoreThanMissing)

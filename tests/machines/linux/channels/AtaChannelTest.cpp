@@ -115,6 +115,17 @@ TEST(AtaChannels, WrapCommandsAsEachBridgeTakesThem)
           {"DF 10 00 02 00 D0 01 00 4F C2 B0 B0", with(data)},
           {"DF 10 00 00 01 DA 00 00 4F C2 B0 B0", with({0x2C})}},
          exceeded},
+        {"usbjmicron",
+         {{"DF 10 00 00 01 00 72 0F 00 00 00 FD", with({0x04})},
+          {"DF 10 00 02 00 00 01 00 00 00 A0 EC", with(identify)},
+          {"DF 10 00 02 00 D0 01 00 4F C2 A0 B0", with(data)},
+          {"DF 10 00 00 01 DA 00 00 4F C2 A0 B0", with({0xC2})}},
+         key},
+        {"usbjmicron,1", // the other drive of two
+         {{"DF 10 00 02 00 00 01 00 00 00 B0 EC", with(identify)},
+          {"DF 10 00 02 00 D0 01 00 4F C2 B0 B0", with(data)},
+          {"DF 10 00 00 01 DA 00 00 4F C2 B0 B0", {}}}, // nothing comes back
+         std::nullopt},
         {"usbjmicron,x,0",
          {{"DF 10 00 02 00 00 01 00 00 00 A0 EC", with(identify)},
           {"DF 10 00 02 00 D0 01 00 4F C2 A0 B0", with(data)},
@@ -291,6 +302,15 @@ TEST(AtaChannels, SendOnlyWhatTheDriveDeclares)
     AtaCommand autosave = smart(0xD2);
     autosave.count = 0xF1;
     EXPECT_EQ(statusOf(autosave), kIOReturnSuccess);
+
+    // A drive without a directory is not asked for it, nor for a log that only a directory could tell of.
+    identify[168] = 0;
+    identify[511] = static_cast<std::uint8_t>(identify[511] + 0x20);
+    drive.expect({{powerMode16, registers(0x50, 0, 0xFF, 0)}, {identify16, with(identify)}});
+    const auto plain = channels.openAta(drive.node);
+    ASSERT_TRUE(plain.channel);
+    for (const std::uint32_t log : {0x00U, 0xE0U})
+        EXPECT_EQ(plain.channel->execute(smart(0xD5, one, log)).status, kIOReturnUnsupported) << log;
 }
 
 TEST(AtaChannels, AskForSmartOnlyOnceItIsOn)

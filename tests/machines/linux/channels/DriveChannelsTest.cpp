@@ -100,7 +100,7 @@ TEST(DriveChannels, AskAnUnknownBridgeOnce)
         DriveChannels channels(knowing(std::nullopt));
         drive.expect({{identify, reply}});
         EXPECT_EQ(channels.commands(drive.node), DriveCommands::none);
-        EXPECT_EQ(channels.commands(drive.node), DriveCommands::none);
+        EXPECT_EQ(channels.whyNotOpened(drive.node)->reason, "Its USB bridge (152d:0578)" + std::string(refusal));
         EXPECT_EQ(channels.openAta(drive.node).status, kIOReturnUnsupported);
         EXPECT_EQ(channels.whyNotOpened(drive.node)->reason, "Its USB bridge (152d:0578)" + std::string(refusal));
         EXPECT_FALSE(channels.readIdentity(drive.node));
@@ -154,17 +154,36 @@ TEST(DriveChannels, SayWhichBridgesCarryNothing)
         SCOPED_TRACE(words);
         DriveChannels channels(knowing(words));
         EXPECT_EQ(channels.commands(drive.node), DriveCommands::none);
-        EXPECT_EQ(channels.openAta(drive.node).status, kIOReturnUnsupported);
-        EXPECT_EQ(channels.whyNotOpened(drive.node)->reason,
-                  "Its USB bridge (152d:0578) carries no commands to the drive.");
+        for (int i = 0; i < 2; ++i) { // before it is opened, and after
+            EXPECT_EQ(channels.whyNotOpened(drive.node)->reason,
+                      "Its USB bridge (152d:0578) carries no commands to the drive.");
+            EXPECT_EQ(channels.openAta(drive.node).status, kIOReturnUnsupported);
+        }
     }
-    // Nobody knows which of two drives the disk is.
-    DriveChannels channels(knowing("usbjmicron"));
-    const Exchange ports = {"DF 10 00 00 01 00 72 0F 00 00 00 FD", {.data = {0x44}, .sense = {}}};
-    drive.expect({ports});
-    EXPECT_EQ(channels.openAta(drive.node).status, kIOReturnUnsupported);
     drive.node.path = "/dev/mmcblk0";
-    EXPECT_EQ(channels.commands(drive.node), DriveCommands::none);
+    EXPECT_EQ(DriveChannels({}).commands(drive.node), DriveCommands::none);
+}
+
+TEST(DriveChannels, FindTheDriveInABayOrSayThatTheyCannot)
+{
+    ScriptedDrive drive("sdb");
+    plugIntoUsb(drive.node);
+    struct Row {
+        std::uint8_t ports; ///< in use
+        IOReturn status;
+        const char* reason;
+    };
+    const Row rows[] = {
+        {0x00, kIOReturnNoDevice, "The drive is gone."},
+        {0x44, kIOReturnNotFound, "Its USB bridge has two drives, and nothing says which of them this is."},
+        {0xBB, kIOReturnNoDevice, "The drive is gone."},
+    };
+    for (const Row& row : rows) {
+        DriveChannels channels(knowing("usbjmicron"));
+        drive.expect({{"DF 10 00 00 01 00 72 0F 00 00 00 FD", {.data = {row.ports}, .sense = {}}}});
+        EXPECT_EQ(channels.openAta(drive.node).status, row.status);
+        EXPECT_EQ(channels.whyNotOpened(drive.node)->reason, row.reason);
+    }
 }
 
 TEST(DriveChannels, SayWhatIsMissingAndHowToGiveIt)

@@ -144,6 +144,35 @@ TEST(NvmeChannels, CarryCommandsAsKernelAndBridgesTakeThem)
     }
 }
 
+TEST(NvmeChannels, CarryOnlyTheFirstNamespaceWhereACommandHasNoPlaceForItsNumber)
+{
+    const Data identify = test::readTestData("nvme/identify.bin");
+    const Exchange rows[][2] = {
+        {{"E6 06 00 01 00 00 00 00 00 00 00 00 00 00 00 00", with(identify)},
+         {"E6 06 00 00 00 00 00 00 00 00 00 00 00 00 00 00", with(Data(4096, 0x3C))}},
+        {{"E4 00 10 06 01 00 00 00 00 00 00 00 00 00 00 00", with(identify)},
+         {"E4 00 10 06 00 00 00 00 00 00 00 00 00 00 00 00", with(Data(4096, 0x3C))}},
+    };
+    for (const auto& [opening, asked] : rows) {
+        ScriptedDrive drive("sdb");
+        DriveChannels channels = knowing(drive.node, &opening == &rows[0][0] ? "sntasmedia" : "sntrealtek");
+        drive.expect({opening, asked});
+        const auto opened = channels.openNvme(drive.node);
+        ASSERT_TRUE(opened.channel);
+        Data room(4096);
+        NvmeCommand command;
+        command.opcode = 6;
+        command.read = room;
+        for (const std::uint32_t number : {0U, 1U, 2U, 0xFFFFFFFFU}) {
+            command.nsid = number;
+            EXPECT_EQ(opened.channel->execute(command).status, number == 1 ? kIOReturnSuccess : kIOReturnUnsupported)
+                << number;
+        }
+        command.cdw10to15[0] = 1; // the controller has no number
+        EXPECT_EQ(opened.channel->execute(command).status, kIOReturnUnsupported);
+    }
+}
+
 TEST(NvmeChannels, TellHowACommandEnded)
 {
     constexpr auto health = "nvme 02 FFFFFFFF 7F0002 0 0 0 0 0 512";
