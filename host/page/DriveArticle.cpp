@@ -3,6 +3,7 @@
 
 #include "Drawings.h"
 #include "DriveParts.h"
+#include "host/views/DiskUse.h"
 #include "host/views/Quantity.h"
 #include "host/views/VerdictView.h"
 #include "vantorel/base/Text.h"
@@ -165,8 +166,8 @@ Html driveArticle(const PageDrive& drive, const std::string& id)
     body += factList(factsOf(drive));
     body += growthPart(drive);
     body += valuesPart(drive);
-    if (drive.tree && !drive.tree->children.empty())
-        body += treePart("Partitions and volumes", drive.tree->children);
+    if (drive.tree && (!drive.tree->children.empty() || volumeOn(*drive.tree->disk)))
+        body += treePart("Partitions and volumes", {&*drive.tree, 1});
     body += countersPart(drive);
     body += powerStatesPart(drive);
     body += errorsPart(drive);

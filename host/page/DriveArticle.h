@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Html.h"
-#include "Page.h"
+#include "PageModel.h"
 
 #include <string>
 #include <string_view>

@@ -2,12 +2,12 @@
 #include "DriveParts.h"
 
 #include "Drawings.h"
+#include "host/views/DiskUse.h"
 #include "host/views/DiskWords.h"
 #include "host/views/NvmeStatus.h"
 #include "host/views/Quantity.h"
 #include "host/views/VerdictView.h"
 #include "vantorel/base/Bytes.h"
-#include "vantorel/disks/Volume.h"
 #include "vantorel/layouts/Nvme.h"
 #include "vantorel/nvme/NvmePowerStates.h"
 
@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <span>
 #include <string_view>
 
 namespace vantorel::host {
@@ -151,7 +152,7 @@ std::string_view unitText(health::Unit unit)
 void addTreeRows(Html& rows, const DiskNode& node, int depth)
 {
     const Disk& disk = *node.disk;
-    const auto* const volume = dynamic_cast<const Volume*>(&disk);
+    const auto volume = volumeOn(disk);
     const auto mountPoint = volume ? volume->mountPoint() : std::nullopt;
     std::string kind = kindText(disk);
     if (node.raidSet)
@@ -235,7 +236,7 @@ Html growthPart(const PageDrive& drive)
                 tag("div", {{"class", "charts"}}, charts));
 }
 
-Html treePart(std::string_view title, const std::vector<DiskNode>& roots)
+Html treePart(std::string_view title, std::span<const DiskNode> roots)
 {
     Html rows;
     for (const DiskNode& root : roots)

@@ -2,9 +2,10 @@
 #pragma once
 
 #include "Html.h"
-#include "Page.h"
+#include "PageModel.h"
 
-#include <vector>
+#include <span>
+#include <string_view>
 
 // The parts of the article on a drive that fold away. Each is empty where there is nothing to tell.
 namespace vantorel::host {
@@ -16,7 +17,7 @@ namespace vantorel::host {
 [[nodiscard]] Html growthPart(const PageDrive& drive);
 
 /// What lies on these disks, in one table.
-[[nodiscard]] Html treePart(std::string_view title, const std::vector<DiskNode>& roots);
+[[nodiscard]] Html treePart(std::string_view title, std::span<const DiskNode> roots);
 
 [[nodiscard]] Html countersPart(const PageDrive& drive);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Page.h"
+#include "PageModel.h"
 #include "host/health/DriveOutcome.h"
 
 #include <string>

@@ -5,6 +5,7 @@
 #include "host/console/Status.h"
 #include "host/files/OutputFile.h"
 #include "host/files/ReportFile.h"
+#include "host/page/Page.h"
 #include "host/page/ReportPage.h"
 #include "host/views/ReportView.h"
 #include "vantorel/system/IOReturn.h"

@@ -7,6 +7,7 @@
 #include "host/files/OutputFile.h"
 #include "host/health/DriveOutcome.h"
 #include "host/page/OutcomePage.h"
+#include "host/page/Page.h"
 #include "host/views/OutcomeView.h"
 
 #include <memory>
