@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/JsonDocument.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
-#include "host/views/JsonDocument.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/smart/Version.h"
 
@@ -69,7 +69,7 @@ int run(int argc, char** argv)
     app.fallthrough();
     host::addMachineOptions(app);
     host::addDriveTables(app);
-    int status = host::success;
+    int status = success;
     addVerbs(app, status, {argv + 1, argv + argc});
     app.final_callback([&app, &status] {
         if (app.get_subcommands().empty())
@@ -103,7 +103,7 @@ int main(int argc, char** argv)
     // A document is read by a program, which must find the same texts in it wherever the run takes place.
     if (wantsJson(argc, argv))
         setenv("LC_ALL", "C", 1);
-    int status = host::usageError;
+    int status = usageError;
     std::string failure;
     try {
         status = run(argc, argv);
@@ -116,11 +116,11 @@ int main(int argc, char** argv)
         std::fflush(stdout);
         host::tell("vantorel: " + failure);
         if (wantsJson(argc, argv))
-            std::fputs(host::jsonLine({{"format", host::documentFormat}, {"error", failure}}).c_str(), stdout);
+            std::fputs(jsonLine({{"format", documentFormat}, {"error", failure}}).c_str(), stdout);
     }
     if (std::fflush(stdout) != 0) {
         host::complain("standard output", host::reason(errno));
-        return host::usageError;
+        return usageError;
     }
     return status;
 }

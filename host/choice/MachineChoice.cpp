@@ -3,12 +3,10 @@
 
 #include "host/console/Output.h"
 #include "host/files/ReportFile.h"
-#include "machines/recorded/RecordedMachine.h"
-#ifdef VANTOREL_LINUX_MACHINE
-#include "machines/linux/LinuxMachine.h"
-#endif
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/disks/Vantorel.h"
+#include "vantorel/machines/linux/ThisComputer.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/MessageSink.h"
 #include "vantorel/system/RunLoop.h"
@@ -83,13 +81,13 @@ std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents 
 #ifdef VANTOREL_LINUX_MACHINE
 std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
 {
-    machines::LinuxOptions options;
-    options.channels.wake = wakesDrives;
-    options.channels.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
+    channels::ChannelOptions options;
+    options.wake = wakesDrives;
+    options.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
         const auto bridge = usbBridge(vendor, product, version);
         return bridge ? std::optional<std::string>(bridge->type) : std::nullopt;
     };
-    return std::make_unique<machines::LinuxMachine>(std::move(options));
+    return machines::thisComputer(std::move(options));
 }
 #else
 std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)

@@ -3,9 +3,9 @@
 
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
-#include "machines/recorded/Loading.h"
 #include "machines/recorded/RegistryListing.h"
-#include "machines/recorded/SavedMachine.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/SavedMachine.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/system/KeyedArchiver.h"
 
@@ -86,9 +86,8 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number, const Device
     if (!drive.stored.smartData)
         return drive;
     if (auto result = decode(drive.stored, drive.identity))
-        drive.judged.emplace(
-            DriveReading{*std::move(result), drive.stored.identify.value_or(Data()), drive.stored.failing},
-            drive.stored.kind == "ssd");
+        drive.judged.emplace(DriveReading{*std::move(result), drive.stored.identify.value_or(Data()),
+                                          drive.stored.failing, drive.stored.kind == "ssd"});
     else
         drive.fault = "Its raw SMART data are not whole.";
     return drive;

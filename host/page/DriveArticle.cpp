@@ -3,7 +3,7 @@
 
 #include "Drawings.h"
 #include "DriveParts.h"
-#include "host/views/DiskUse.h"
+#include "documents/DiskUse.h"
 #include "host/views/Quantity.h"
 #include "host/views/VerdictView.h"
 #include "vantorel/base/Text.h"
@@ -82,7 +82,7 @@ std::string limitsNote(const health::TemperatureLimits& limits)
     return fmt::format("{} from {} °C", limit->isUsual ? "usually too warm" : "too warm", limit->celsius);
 }
 
-Html gauges(const JudgedReading& judged)
+Html gauges(const health::JudgedReading& judged)
 {
     const Verdict& verdict = judged.verdict;
     Html all;
@@ -115,7 +115,7 @@ std::vector<Fact> factsOf(const PageDrive& drive)
         facts.emplace_back("Size", sizeText(*drive.head.size));
     if (!drive.reading)
         return facts;
-    const JudgedReading& judged = *drive.reading;
+    const health::JudgedReading& judged = *drive.reading;
     if (judged.verdict.powerOnTime)
         facts.emplace_back("Powered on for", ageText(judged.verdict));
     if (!judged.known)

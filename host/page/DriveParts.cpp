@@ -2,7 +2,7 @@
 #include "DriveParts.h"
 
 #include "Drawings.h"
-#include "host/views/DiskUse.h"
+#include "documents/DiskUse.h"
 #include "host/views/DiskWords.h"
 #include "host/views/NvmeStatus.h"
 #include "host/views/Quantity.h"
@@ -210,7 +210,7 @@ Html valuesPart(const PageDrive& drive)
 {
     if (!drive.reading)
         return {};
-    const JudgedReading& judged = *drive.reading;
+    const health::JudgedReading& judged = *drive.reading;
     const SmartObject& result = judged.reading.result;
     const auto* const ata = result.as<ATASmartObject>();
     const auto* const nvme = result.as<NVMeSmartObject>();

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "OutcomePage.h"
 
+#include "documents/Documents.h"
 #include "host/choice/MachineChoice.h"
 #include "host/views/OutcomeView.h"
-#include "host/views/Time.h"
 #include "vantorel/smart/SmartController.h"
 
 #include <fmt/format.h>
@@ -36,19 +36,18 @@ PageDrive driveOf(const DriveOutcome& outcome)
 {
     PageDrive drive;
     drive.head = checkedDrive(outcome);
-    if (outcome.drive) {
-        const Drive& known = *outcome.drive;
+    const std::shared_ptr<Drive> known = outcome.drive ? driveNamed(outcome.name) : nullptr;
+    if (known)
         drive.identity = {
-            {"Vendor", known.vendor().value_or("")},         {"Serial", known.serial().value_or("")},
-            {"Firmware", known.revision().value_or("")},     {"Attached by", knownText(known.interface())},
-            {"Protocol", knownText(known.deviceProtocol())}, {"Kind", knownText(known.driveKind())}};
-    }
+            {"Vendor", known->vendor().value_or("")},         {"Serial", known->serial().value_or("")},
+            {"Firmware", known->revision().value_or("")},     {"Attached by", knownText(known->interface())},
+            {"Protocol", knownText(known->deviceProtocol())}, {"Kind", knownText(known->driveKind())}};
     if (!outcome.judged)
         return drive;
-    addReading(drive, std::make_shared<const JudgedReading>(*outcome.judged));
-    if (outcome.judged->isNvme()) {
+    addReading(drive, std::make_shared<const health::JudgedReading>(*outcome.judged));
+    if (known && outcome.judged->isNvme()) {
         try {
-            drive.errors = SmartController::shared().getNvmeErrorLog(*outcome.drive);
+            drive.errors = SmartController::shared().getNvmeErrorLog(*known);
         } catch (const SmartError& error) {
             drive.remarks.push_back("Its error log was not read: " + error.errorDescription());
         }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "PageModel.h"
-#include "host/health/DriveOutcome.h"
+#include "documents/DriveOutcome.h"
 
 #include <string>
 #include <vector>

@@ -9,7 +9,7 @@
 
 namespace vantorel::host {
 
-void addReading(PageDrive& drive, std::shared_ptr<const JudgedReading> reading)
+void addReading(PageDrive& drive, std::shared_ptr<const health::JudgedReading> reading)
 {
     drive.reading = std::move(reading);
     drive.head.verdict = &drive.reading->verdict;

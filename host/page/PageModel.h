@@ -2,11 +2,11 @@
 #pragma once
 
 #include "Series.h"
-#include "host/health/JudgedReading.h"
+#include "documents/DiskTree.h"
 #include "host/views/CheckView.h"
-#include "host/views/DiskTree.h"
 #include "vantorel/base/Data.h"
 #include "vantorel/disks/DriveStatistics.h"
+#include "vantorel/health/JudgedReading.h"
 #include "vantorel/smart/records/NvmeSmartObject.h"
 
 #include <memory>
@@ -22,8 +22,8 @@ using Fact = std::pair<std::string, std::string>;
 
 /// What a page tells of one drive.
 struct PageDrive {
-    CheckedDrive head;                            ///< its verdict is that of `reading`
-    std::shared_ptr<const JudgedReading> reading; ///< null when there is none
+    CheckedDrive head;                                    ///< its verdict is that of `reading`
+    std::shared_ptr<const health::JudgedReading> reading; ///< null when there is none
     std::vector<Fact> identity;       ///< what the drive is, without model and size; empty texts are left out
     std::vector<std::string> remarks; ///< of ours, about this drive
     std::vector<Series> growth;       ///< the numbers that changed from report to report
@@ -43,7 +43,7 @@ struct Page {
 };
 
 /// What is known of a drive by its reading: verdict, table, bytes.
-void addReading(PageDrive& drive, std::shared_ptr<const JudgedReading> reading);
+void addReading(PageDrive& drive, std::shared_ptr<const health::JudgedReading> reading);
 
 /// The last part of a path, as the name of what lies there.
 [[nodiscard]] std::string fileNameOf(const std::string& path);

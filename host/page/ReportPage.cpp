@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportPage.h"
 
+#include "documents/Status.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/files/ReportDiff.h"
 #include "host/views/ReportView.h"
 #include "vantorel/base/Text.h"
@@ -74,7 +74,7 @@ PageDrive driveOf(const ReportedDrive& drive)
                      {"Firmware", drive.identity.firmware},    {"Attached by", knownText(stored.interface)},
                      {"Protocol", knownText(stored.protocol)}, {"Kind", knownText(stored.kind)}};
     if (drive.judged) {
-        addReading(page, std::make_shared<const JudgedReading>(*drive.judged));
+        addReading(page, std::make_shared<const health::JudgedReading>(*drive.judged));
     } else {
         page.head.state = stateOf(drive);
         page.head.explanation = drive.fault.empty() ? absenceText(drive) : drive.fault;
@@ -119,7 +119,7 @@ void addHistory(PageDrive& drive, const std::vector<TimedReading>& readings)
 {
     if (!drive.reading || readings.size() < 2 || readings.front().reading->isNvme() != drive.reading->isNvme())
         return;
-    auto compared = std::make_shared<JudgedReading>(*drive.reading);
+    auto compared = std::make_shared<health::JudgedReading>(*drive.reading);
     compared->verdict = health::judge(drive.reading->view(), readings.front().reading->view());
     drive.reading = compared;
     drive.head.verdict = &drive.reading->verdict;

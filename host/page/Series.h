@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "host/health/JudgedReading.h"
+#include "vantorel/health/JudgedReading.h"
 #include "vantorel/health/TypedValue.h"
 
 #include <chrono>
@@ -33,7 +33,7 @@ struct Series {
 /// A reading of a drive and when it was taken.
 struct TimedReading {
     Time time;
-    const JudgedReading* reading = nullptr;
+    const health::JudgedReading* reading = nullptr;
 };
 
 /// The numbers that are not the same in all of these readings of one drive, which stand in the order of their times; in

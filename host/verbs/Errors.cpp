@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/DiskJson.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/DriveChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
-#include "host/views/DiskJson.h"
 #include "host/views/NvmeStatus.h"
 #include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
@@ -57,7 +57,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
         for (const NVMeSmartError& error : found)
             document["errors"].push_back(Json::parse(toJson(error)));
     } catch (const SmartOpenError& error) {
-        const auto obstacle = system::machine()->whyNotOpened(ReadableDrive::of(*drive).service);
+        const auto obstacle = system::machine()->whyNotOpened(DriveSnapshot(*drive).service);
         failure = obstacle ? obstacle->reason : error.errorDescription();
         if (obstacle && !obstacle->remedy.empty())
             failure += " Try: " + obstacle->remedy;

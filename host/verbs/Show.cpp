@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/files/OutputFile.h"
 #include "host/files/ReportFile.h"
 #include "host/page/Page.h"

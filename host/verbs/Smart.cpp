@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The two verbs that read drives: `smart` shows each in full, `check` all of them on a screen.
+#include "documents/Documents.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/files/OutputFile.h"
-#include "host/health/DriveOutcome.h"
+#include "host/health/DriveReadings.h"
 #include "host/page/OutcomePage.h"
 #include "host/page/Page.h"
 #include "host/views/OutcomeView.h"
@@ -36,7 +37,7 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     if (arguments.html) {
         writeText(arguments.output, pageText(outcomePage(path, outcomes)));
     } else if (arguments.json) {
-        print(outcomesJson(path, outcomes, arguments.raw));
+        print(healthDocument(path, outcomes, arguments.raw));
     } else if (outcomes.empty()) {
         print("No drives.\n");
     } else if (arguments.brief) {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "CheckView.h"
-#include "host/health/DriveOutcome.h"
+#include "documents/DriveOutcome.h"
 
 #include <string>
 #include <vector>
@@ -17,8 +17,5 @@ namespace vantorel::host {
 
 /// One drive on one screen.
 [[nodiscard]] std::string outcomeText(const DriveOutcome& outcome);
-
-/// The document that tells of all of them, in their order. `raw`: with the bytes of each.
-[[nodiscard]] std::string outcomesJson(const std::string& machine, const std::vector<DriveOutcome>& outcomes, bool raw);
 
 } // namespace vantorel::host

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportView.h"
 
-#include "HealthJson.h"
 #include "Quantity.h"
 #include "VerdictView.h"
-#include "host/console/Status.h"
+#include "documents/HealthJson.h"
+#include "documents/Status.h"
 #include "host/console/Text.h"
 #include "host/files/StoredValues.h"
-#include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/health/JudgedReading.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -78,7 +78,7 @@ std::string shownBoth(const ValuePair& pair, std::string_view key)
 }
 
 /// Whether a value speaks against the drive: by the verdict where there is one, else by the state it was stored with.
-bool isBad(const ValuePair& pair, const std::optional<JudgedReading>& judged)
+bool isBad(const ValuePair& pair, const std::optional<health::JudgedReading>& judged)
 {
     const auto id = pair.either().get<std::int64_t>("id");
     if (pair.decoded && judged && id)
@@ -89,7 +89,7 @@ bool isBad(const ValuePair& pair, const std::optional<JudgedReading>& judged)
     return (ata && hasFailed(*ata)) || (nvme && hasFailed(*nvme));
 }
 
-std::string valuesText(const std::vector<ValuePair>& pairs, const std::optional<JudgedReading>& judged)
+std::string valuesText(const std::vector<ValuePair>& pairs, const std::optional<health::JudgedReading>& judged)
 {
     const auto right = Table::Align::right;
     Table table({{""}, {"ID", right}, {"Value"}, {"Stored"}, {"Decoded"}, {"Current/worst/threshold"}, {"State"}});
@@ -327,7 +327,7 @@ int statusOf(const ReportedDrive& drive)
         return readFailed;
     if (drive.stored.failure)
         return drive.stored.failure->asleep ? success : drive.stored.failure->opened ? readFailed : driveNotOpened;
-    return drive.judged ? drive.judged->status() : success;
+    return drive.judged ? vantorel::statusOf(drive.judged->verdict.level) : success;
 }
 
 } // namespace vantorel::host

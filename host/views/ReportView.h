@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "DiskJson.h"
+#include "documents/DiskJson.h"
 #include "host/files/ReportFile.h"
 
 #include <string>

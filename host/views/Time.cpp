@@ -14,14 +14,6 @@
 
 namespace vantorel::host {
 
-std::string utcTime()
-{
-    using namespace std::chrono;
-    const auto now = system_clock::now();
-    const auto milliseconds = duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime(system_clock::to_time_t(now)), milliseconds);
-}
-
 std::string localTime()
 {
     return fmt::format("{:%H:%M:%S}", fmt::localtime(std::time(nullptr)));

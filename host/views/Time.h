@@ -7,9 +7,6 @@
 
 namespace vantorel::host {
 
-/// Now, as `2026-01-31T23:59:59.123Z`.
-[[nodiscard]] std::string utcTime();
-
 /// Now, as a clock on the wall shows it: `23:59:59`.
 [[nodiscard]] std::string localTime();
 

@@ -2,12 +2,12 @@
 #include "NvmeReading.h"
 
 #include "MakeResult.h"
+#include "platform/PlugInSession.h"
 #include "vantorel/layouts/NvmeCommands.h"
 #include "vantorel/nvme/NVMeSmartController.h"
 #include "vantorel/nvme/NvmeErrorLog.h"
 #include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 #include "vantorel/system/Localization.h"
 
 #include <algorithm>

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/SystemReport.h"
 
-#include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
 #include "report/RegistryDump.h"
 #include "support/RegistryFixture.h"
 #include "support/TestData.h"
 #include "system/CallGate.h"
+#include "system/files/Process.h"
 #include "system/registry/HandleTable.h"
+#include "system/registry/RegistryTool.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/Version.h"
 #include "vantorel/system/IORegistry.h"
 #include "vantorel/system/Installation.h"
-#include "vantorel/system/Process.h"
-#include "vantorel/system/RegistryTool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -196,7 +196,7 @@ TEST_F(SystemReportTest, TellsWhatCouldNotBeReadAndWhatDrivesSayBesideTheirHealt
     const ReportReader reader(report().value());
     const auto failure = [&](std::size_t drive) { return reader.drives()[drive].failure; };
     EXPECT_EQ(failure(4), (ReportedFailure{true, false, "Unable to get data tresholds."}));
-    EXPECT_EQ(failure(5), (ReportedFailure{false, false, "Unable to create S.M.A.R.T plugin interface."}));
+    EXPECT_EQ(failure(5), (ReportedFailure{false, false, "Opening it was not permitted when it was recorded."}));
     EXPECT_EQ(failure(2), std::nullopt) << "it has no SMART";
     EXPECT_EQ(failure(0), std::nullopt);
     EXPECT_EQ(reader.listingFailure(), "");

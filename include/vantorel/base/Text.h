@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace vantorel::base {
+namespace VANTOREL_PUBLIC vantorel {
+namespace base {
 
 /// The text without blanks and tabs at both ends; a view into the argument.
 [[nodiscard]] std::string_view trimmed(std::string_view text);
@@ -40,4 +43,5 @@ namespace vantorel::base {
 /// the scientific form is taken, such as `3.022314549036562e+23`.
 [[nodiscard]] std::string shortestDecimal(double value);
 
-} // namespace vantorel::base
+} // namespace base
+} // namespace vantorel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Disk.h"
 #include "vantorel/disks/DriveStatistics.h"
 
@@ -8,7 +9,7 @@
 #include <optional>
 #include <string>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A whole physical or external disk: what is shown per device and what SMART is read of.
 ///

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/health/Reading.h"
 
 #include <optional>
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// From which temperatures on, in Celsius, a drive is too warm.
 struct TemperatureLimits {
@@ -21,4 +23,5 @@ struct TemperatureLimits {
 /// The limits that a reading is judged by: its own, an NVMe controller's (WCTEMP, CCTEMP), else the usual ones.
 [[nodiscard]] TemperatureLimits temperatureLimits(const Reading& reading);
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/health/Attributes.h"
 #include "vantorel/health/Reading.h"
 #include "vantorel/health/TypedValue.h"
@@ -17,7 +18,8 @@
 ///     const Verdict verdict = judge(readingOf(result, isSSD));
 ///     if (verdict.level == Level::failing)
 ///         tell(verdict.reasons.front().sentence);
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 enum class Level : std::uint8_t {
     good,
@@ -99,7 +101,8 @@ struct Verdict {
 /// kind, model or serial number) are not compared; the verdict is then that of `now`, with a note.
 [[nodiscard]] Verdict judge(const Reading& now, const Reading& before);
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel
 
 template <>
 inline constexpr std::array<std::string_view, 5> vantorel::rawTexts<vantorel::health::Level> = {

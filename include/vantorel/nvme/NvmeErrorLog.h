@@ -2,13 +2,14 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/layouts/Nvme.h"
 #include "vantorel/smart/records/NvmeSmartObject.h"
 
 #include <span>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The entries of an Error Information log (log page 1) that are in use, newest first. Any thread.
 [[nodiscard]] std::vector<NVMeSmartError> processErrorLog(std::span<const NVMeErrorLogPage> entries);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/NumberFormatter.h"
+#include "system/formatting/NumberFormatter.h"
 
 #include "DecimalText.h"
 

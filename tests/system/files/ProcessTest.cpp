@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/Process.h"
+#include "system/files/Process.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "Documents.h"
+
+#include "DiskJson.h"
+#include "HealthJson.h"
+#include "JsonDocument.h"
+#include "Status.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+
+namespace vantorel {
+
+namespace {
+
+Json nodeJson(const DiskNode& node)
+{
+    Json json = diskJson(*node.disk);
+    if (node.raidSet && node.raidSet->bsdName())
+        json["raidSet"] = *node.raidSet->bsdName();
+    json["children"] = Json::array();
+    for (const DiskNode& child : node.children)
+        json["children"].push_back(nodeJson(child));
+    return json;
+}
+
+std::string driveJson(const DriveOutcome& outcome, bool raw)
+{
+    JsonObject object;
+    object.put("name", Json(outcome.name));
+    if (outcome.drive) {
+        const DriveSnapshot& drive = *outcome.drive;
+        object.put("interface", Json(rawValue(drive.interface)));
+        object.put("kind", Json(rawValue(drive.kind)));
+        object.put("model", drive.model);
+        object.put("serial", drive.serial);
+        object.put("firmware", drive.firmware);
+        object.put("size", drive.size > 0 ? drive.size : std::nullopt);
+    }
+    object.put("status", Json(outcome.status()));
+    object.put("state", Json(rawValue(outcome.kind)));
+    if (outcome.judged) {
+        putHealth(object, *outcome.judged, raw);
+    } else {
+        object.put("error", Json(outcome.error));
+        if (!outcome.remedy.empty())
+            object.put("remedy", Json(outcome.remedy));
+    }
+    return object.text();
+}
+
+} // namespace
+
+std::string listDocument(const std::string& machine, const std::vector<DiskNode>& roots)
+{
+    Json document = {{"format", documentFormat}, {"machine", machine}, {"disks", Json::array()}};
+    for (const DiskNode& root : roots)
+        document["disks"].push_back(nodeJson(root));
+    return jsonLine(document);
+}
+
+std::string healthDocument(const std::string& machine, const std::vector<DriveOutcome>& outcomes, bool raw)
+{
+    std::vector<std::string> drives;
+    for (const DriveOutcome& outcome : outcomes)
+        drives.push_back(driveJson(outcome, raw));
+    JsonObject document(Json{{"format", documentFormat}, {"machine", machine}, {"status", statusOf(outcomes)}});
+    document.splice("drives", jsonArray(drives));
+    return document.text() + '\n';
+}
+
+std::string decodeDocument(const health::JudgedReading& judged, bool raw)
+{
+    JsonObject document(Json{{"format", documentFormat}, {"status", statusOf(judged.verdict.level)}});
+    putHealth(document, judged, raw);
+    return document.text() + '\n';
+}
+
+std::string eventDocument(const Disk& disk, DiskEvent event)
+{
+    return jsonLine(
+        {{"format", documentFormat}, {"time", utcTime()}, {"event", rawValue(event)}, {"disk", diskJson(disk)}});
+}
+
+std::string utcTime()
+{
+    using namespace std::chrono;
+    const auto now = floor<milliseconds>(system_clock::now());
+    const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    const auto thousandths = static_cast<int>(now.time_since_epoch().count() % 1000);
+    std::snprintf(text.data() + length, text.size() - length, ".%03dZ", thousandths);
+    return text.data();
+}
+
+} // namespace vantorel
