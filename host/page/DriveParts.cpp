@@ -3,6 +3,7 @@
 
 #include "Drawings.h"
 #include "documents/DiskUse.h"
+#include "documents/WholeNumber.h"
 #include "host/views/DiskWords.h"
 #include "host/views/NvmeStatus.h"
 #include "host/views/Quantity.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Drawings.h"
 
+#include "documents/WholeNumber.h"
 #include "host/views/Quantity.h"
 
 #include <fmt/chrono.h>
