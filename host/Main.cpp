@@ -40,11 +40,12 @@ struct Verb {
 
 // In the order of the help text.
 constexpr Verb verbs[] = {
-    {"check", host::addCheck},       {"decode", host::addDecode}, {"db", host::addDatabase},
-    {"compress", host::addCompress}, {"expand", host::addExpand}, {"list", host::addList},
-    {"smart", host::addSmart},       {"errors", host::addErrors}, {"watch", host::addWatch},
-    {"stats", host::addStats},       {"report", host::addReport}, {"record", host::addRecord},
-    {"show", host::addShow},         {"diff", host::addDiff},     {"machine", host::addMachineCheck},
+    {"check", host::addCheck},       {"decode", host::addDecode},        {"db", host::addDatabase},
+    {"compress", host::addCompress}, {"expand", host::addExpand},        {"list", host::addList},
+    {"smart", host::addSmart},       {"errors", host::addErrors},        {"watch", host::addWatch},
+    {"history", host::addHistory},   {"stats", host::addStats},          {"metrics", host::addMetrics},
+    {"report", host::addReport},     {"record", host::addRecord},        {"show", host::addShow},
+    {"diff", host::addDiff},         {"machine", host::addMachineCheck},
 };
 
 /// Adds the verbs that stand among the arguments, as making all of them takes a third of a millisecond; all of them

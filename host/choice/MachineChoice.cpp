@@ -121,10 +121,15 @@ void addMachineOptions(CLI::App& app)
     app.add_flag(wakeOption)->description("Read drives that sleep, too, which wakes them")->excludes(path);
 }
 
+bool isThisComputer(const CLI::App& app)
+{
+    return app.get_option(machineOption)->count() == 0;
+}
+
 ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     const auto* const option = app.get_option(machineOption);
-    if (option->count() == 0)
+    if (isThisComputer(app))
         return {thisComputer(app.get_option(wakeOption)->count() > 0), thisComputerName};
     ChosenMachine chosen{nullptr, option->as<std::string>()};
     chosen.machine = recordedMachine(chosen.path, laterEvents);

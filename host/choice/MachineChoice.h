@@ -29,6 +29,9 @@ struct ChosenMachine {
 /// that cannot be loaded; faults that were passed over are told on standard error.
 [[nodiscard]] ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents);
 
+/// Whether no other machine was named.
+[[nodiscard]] bool isThisComputer(const CLI::App& app);
+
 /// Installs the machine that was chosen and starts the registry. The library's
 /// own lines go to standard error from now on. Gives the machine's path, or "this computer". Throws as `chosenMachine`.
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents);

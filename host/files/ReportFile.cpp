@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -51,6 +52,12 @@ std::optional<SmartObject> decode(const ReportDrive& drive, const recorded::Devi
     result->deviceInfo = {drive.model.value_or("Unknown"), identity.serial, identity.firmware, {}};
     result->rawData = *drive.smartData;
     return *std::move(result);
+}
+
+std::string platformUuid(std::span<const system::RegistryEntry> entries)
+{
+    const auto platform = std::ranges::find(entries, "IOPlatformExpertDevice", &system::RegistryEntry::className);
+    return platform == entries.end() ? "" : platform->properties.get<std::string>("IOPlatformUUID").value_or("");
 }
 
 using Devices = std::map<std::string, recorded::DeviceIdentity, std::less<>>;
@@ -173,6 +180,7 @@ ReportFile openReport(const std::string& path)
             std::vector<recorded::Fault> ignored;
             const auto entries = recorded::readListing(report.listing, std::string(listingName), ignored);
             report.entries = entries.size();
+            report.machine = platformUuid(entries);
             devices = recorded::deviceIdentities(entries);
             report.machineId = machineIdOf(entries);
         }

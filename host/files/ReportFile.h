@@ -51,6 +51,7 @@ struct ReportFile {
     std::string path;
     std::optional<std::string> version; ///< of the library that made it
     ReportOrigin origin;
+    std::string machine; ///< its platform's UUID by the listing; empty when that does not tell it
     std::vector<std::string> unknownKeys;
     std::vector<ReportedDrive> drives;
     std::vector<ReportVolume> volumes;

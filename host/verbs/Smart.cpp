@@ -3,6 +3,7 @@
 #include "documents/Documents.h"
 #include "documents/Status.h"
 #include "host/Verbs.h"
+#include "host/choice/HistoryChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/files/OutputFile.h"
@@ -26,13 +27,15 @@ struct SmartArguments {
     bool brief = false;
     bool html = false;
     std::string output = "-";
+    std::string history;
 };
 
 /// Tells on standard error of the drives that ought to have been read and were not.
 int smart(const CLI::App& app, const SmartArguments& arguments)
 {
     const std::string path = loadMachine(app);
-    const std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
+    std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
+    judgeBesideHistory(outcomes, arguments.history, isThisComputer(app));
     complainOfFaults(outcomes);
     if (arguments.html) {
         writeText(arguments.output, pageText(outcomePage(path, outcomes)));
@@ -54,6 +57,7 @@ CLI::Option* addNames(CLI::App& verb, SmartArguments& arguments)
     verb.add_option("DISK", arguments.names, "Drives by device name or serial number; all of them unless named");
     auto* const json = verb.add_flag("--json", arguments.json, "Print as JSON");
     verb.add_flag("--raw", arguments.raw, "With the raw bytes of every drive")->needs(json);
+    addHistoryOption(verb, arguments.history);
     return json;
 }
 

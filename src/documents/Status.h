@@ -6,7 +6,8 @@
 namespace vantorel {
 
 /// The bits of `status` in the documents, which the command ends with: OR-ed over all drives that a run looked at.
-/// Nothing ends with 0 but a run in which every drive that has SMART data was read and is good.
+/// Nothing ends with 0 but a run in which every drive that has SMART data was read and is good, and one that hands on
+/// what drives told, whatever it is: `show`, `metrics`.
 enum Status : int {
     success = 0,
     usageError = 1,     ///< wrong use, a file that cannot be read, no machine, or no drives
