@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Writes a recorded machine with a hundred SATA disks that answer, in a registry listing of some 4 MB:
 //   large_machine FOLDER
+#include "system/propertylist/PropertyList.h"
 #include "vantorel/base/PropertyValue.h"
-#include "vantorel/system/PropertyList.h"
 
 #include <fmt/format.h>
 

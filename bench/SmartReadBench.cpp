@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Whole reads of recorded drives: walk, plug-in, commands and processing.
-#include "machines/recorded/Loading.h"
-#include "machines/recorded/RecordedMachine.h"
 #include "vantorel/disks/Vantorel.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"

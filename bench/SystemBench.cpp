@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/Loading.h"
-#include "machines/recorded/RecordedMachine.h"
 #include "support/TestEntries.h"
 #include "support/TestMachine.h"
 #include "system/registry/HandleTable.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"

@@ -1,27 +1,42 @@
-# What `cmake --install` lays down: headers, libraries, the command, the CMake package and vantorel.pc.
+# What `cmake --install` lays down: headers, libraries, the CMake package, vantorel.pc, samples and the licence; the command
+# lays itself down (host/CMakeLists.txt).
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vantorel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/samples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel/samples)
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/vantorel)
+install(FILES LICENSE NOTICE README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel FILES_MATCHING PATTERN *.json)
 
+# The parts are components of the package. A shared library is all of them.
+get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
+list(TRANSFORM libraries REPLACE "^vantorel_" "" OUTPUT_VARIABLE VANTOREL_PARTS)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Vantorel)
 install(EXPORT VantorelTargets NAMESPACE vantorel:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/VantorelConfig.cmake.in ${PROJECT_BINARY_DIR}/VantorelConfig.cmake
-    INSTALL_DESTINATION ${package_dir})
+    INSTALL_DESTINATION ${package_dir} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/VantorelConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/VantorelConfig.cmake ${PROJECT_BINARY_DIR}/VantorelConfigVersion.cmake
     DESTINATION ${package_dir})
 
-# Static libraries, the highest first, so that one pass of the linker finds everything.
-get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
-list(REVERSE libraries)
-set(VANTOREL_PC_LIBS "")
-foreach(library IN LISTS libraries)
-    get_target_property(type ${library} TYPE)
-    if(type STREQUAL "STATIC_LIBRARY")
-        string(APPEND VANTOREL_PC_LIBS " -l${library}")
+if(BUILD_SHARED_LIBS)
+    set(VANTOREL_PC_LIBS " -lvantorel")
+else()
+    # The highest first, so that one pass of the linker finds everything.
+    set(VANTOREL_PC_LIBS "")
+    list(REVERSE libraries)
+    foreach(library IN LISTS libraries)
+        get_target_property(type ${library} TYPE)
+        if(type STREQUAL "STATIC_LIBRARY")
+            string(APPEND VANTOREL_PC_LIBS " -l${library}")
+        endif()
+    endforeach()
+    string(APPEND VANTOREL_PC_LIBS " -lpcre2-8 -lz -ldeflate -llzma -llz4 -ldl -pthread")
+    if(TARGET vantorel_machine_linux)
+        string(APPEND VANTOREL_PC_LIBS " -ludev")
     endif()
-endforeach()
+endif()
 # From the folder of vantorel.pc up to the prefix, wherever the tree is put.
 file(RELATIVE_PATH VANTOREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/vantorel.pc.in ${PROJECT_BINARY_DIR}/vantorel.pc @ONLY)

@@ -22,8 +22,54 @@ function(vantorel_library name)
     target_include_directories(${target} ${scope}
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-    install(TARGETS ${target} EXPORT VantorelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    if(NOT BUILD_SHARED_LIBS)
+        install(TARGETS ${target} EXPORT VantorelTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    endif()
     set_property(GLOBAL APPEND PROPERTY VANTOREL_LIBRARIES ${target})
+endfunction()
+
+# vantorel_umbrella()
+# Makes vantorel::vantorel, which stands for vantorel_static or, with BUILD_SHARED_LIBS, for vantorel_shared.
+# vantorel_static is all archives but those of the machines, of which a host links what it installs. vantorel_shared is one
+# library made of the objects of all of them; tests want that in any case, to look at it and for other languages than C++.
+function(vantorel_umbrella)
+    get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
+    set(parts ${libraries})
+    list(FILTER parts EXCLUDE REGEX "^vantorel_machine_")
+    add_library(vantorel_static INTERFACE)
+    set_target_properties(vantorel_static PROPERTIES EXPORT_NAME vantorel)
+    target_link_libraries(vantorel_static INTERFACE ${parts})
+
+    if(BUILD_SHARED_LIBS OR VANTOREL_BUILD_TESTS)
+        add_library(vantorel_shared SHARED)
+        set_target_properties(vantorel_shared PROPERTIES
+            OUTPUT_NAME vantorel EXPORT_NAME vantorel VERSION ${PROJECT_VERSION} SOVERSION 0
+            LINKER_LANGUAGE CXX)
+        target_compile_features(vantorel_shared INTERFACE cxx_std_20)
+        target_include_directories(vantorel_shared INTERFACE
+            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+        foreach(library IN LISTS libraries)
+            get_target_property(type ${library} TYPE)
+            if(type STREQUAL "STATIC_LIBRARY")
+                target_sources(vantorel_shared PRIVATE $<TARGET_OBJECTS:${library}>)
+            endif()
+        endforeach()
+        target_link_libraries(vantorel_shared PRIVATE ${libraries}) # for what they link
+        target_link_options(vantorel_shared PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/vantorel.map)
+        set_property(TARGET vantorel_shared APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/vantorel.map)
+        if(NOT VANTOREL_SANITIZE)
+            target_link_options(vantorel_shared PRIVATE LINKER:-z,defs) # nothing is left for the host to bring
+        endif()
+    endif()
+
+    if(BUILD_SHARED_LIBS)
+        add_library(vantorel::vantorel ALIAS vantorel_shared)
+        install(TARGETS vantorel_shared EXPORT VantorelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    else()
+        add_library(vantorel::vantorel ALIAS vantorel_static)
+        install(TARGETS vantorel_static EXPORT VantorelTargets)
+    endif()
 endfunction()
 
 # vantorel_tests(NAME SOURCES file... LINK target... [ENVIRONMENT variable=value])

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "machines/recorded/MachineJson.h"
-#include "machines/recorded/RecordedMachine.h"
-#include "machines/recorded/RecordingWriter.h"
-#include "machines/recorded/Redaction.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
+#include "vantorel/machines/recorded/RecordingWriter.h"
+#include "vantorel/machines/recorded/Redaction.h"
 #include "vantorel/system/Installation.h"
 
 using namespace vantorel;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A listing from a report, whose drives are found in it by name: the identity above a disk, wherever its parents lead.
-#include "machines/recorded/SavedMachine.h"
+#include "vantorel/machines/recorded/SavedMachine.h"
 
 #include <array>
 #include <cstddef>

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/JsonDocument.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
-#include "host/views/JsonDocument.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/smart/Version.h"
+#include "vantorel/system/Localization.h"
 
 #include <fmt/format.h>
 
@@ -30,6 +31,7 @@ std::string versionText()
     std::string text = fmt::format("vantorel {}", reinterpret_cast<const char*>(VantorelVersionString));
     for (const DriveTable& table : {std::cref(builtInDriveTable()), std::cref(recentDriveTable())})
         text += fmt::format("\ndrive table: {}, revision {}", table.name, table.revision);
+    text += "\nnumbers: " + system::numberLocale();
     return text;
 }
 
@@ -40,11 +42,12 @@ struct Verb {
 
 // In the order of the help text.
 constexpr Verb verbs[] = {
-    {"check", host::addCheck},       {"decode", host::addDecode}, {"db", host::addDatabase},
-    {"compress", host::addCompress}, {"expand", host::addExpand}, {"list", host::addList},
-    {"smart", host::addSmart},       {"errors", host::addErrors}, {"watch", host::addWatch},
-    {"stats", host::addStats},       {"report", host::addReport}, {"record", host::addRecord},
-    {"show", host::addShow},         {"diff", host::addDiff},     {"machine", host::addMachineCheck},
+    {"check", host::addCheck},       {"decode", host::addDecode},        {"db", host::addDatabase},
+    {"compress", host::addCompress}, {"expand", host::addExpand},        {"list", host::addList},
+    {"smart", host::addSmart},       {"errors", host::addErrors},        {"watch", host::addWatch},
+    {"history", host::addHistory},   {"stats", host::addStats},          {"metrics", host::addMetrics},
+    {"report", host::addReport},     {"record", host::addRecord},        {"show", host::addShow},
+    {"diff", host::addDiff},         {"machine", host::addMachineCheck},
 };
 
 /// Adds the verbs that stand among the arguments, as making all of them takes a third of a millisecond; all of them
@@ -69,7 +72,7 @@ int run(int argc, char** argv)
     app.fallthrough();
     host::addMachineOptions(app);
     host::addDriveTables(app);
-    int status = host::success;
+    int status = success;
     addVerbs(app, status, {argv + 1, argv + argc});
     app.final_callback([&app, &status] {
         if (app.get_subcommands().empty())
@@ -103,7 +106,7 @@ int main(int argc, char** argv)
     // A document is read by a program, which must find the same texts in it wherever the run takes place.
     if (wantsJson(argc, argv))
         setenv("LC_ALL", "C", 1);
-    int status = host::usageError;
+    int status = usageError;
     std::string failure;
     try {
         status = run(argc, argv);
@@ -116,11 +119,11 @@ int main(int argc, char** argv)
         std::fflush(stdout);
         host::tell("vantorel: " + failure);
         if (wantsJson(argc, argv))
-            std::fputs(host::jsonLine({{"format", host::documentFormat}, {"error", failure}}).c_str(), stdout);
+            std::fputs(jsonLine({{"format", documentFormat}, {"error", failure}}).c_str(), stdout);
     }
     if (std::fflush(stdout) != 0) {
         host::complain("standard output", host::reason(errno));
-        return host::usageError;
+        return usageError;
     }
     return status;
 }

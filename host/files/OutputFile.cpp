@@ -44,7 +44,7 @@ void removeOnSignals()
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& path) : path_(path == "-" ? "standard output" : path)
+OutputFile::OutputFile(const std::string& path, Readers readers) : path_(path == "-" ? "standard output" : path)
 {
     if (path == "-") {
         file_.reset(stdout);
@@ -55,13 +55,14 @@ OutputFile::OutputFile(const std::string& path) : path_(path == "-" ? "standard 
     if (const auto target = std::filesystem::canonical(path_, failure); !failure)
         path_ = target.string();
 
+    const unsigned granted = readers == Readers::everybody ? 0444 : 0;
     struct stat facts {};
     if (stat(path_.c_str(), &facts) != 0) {
         const mode_t mask = umask(0);
         umask(mask);
-        openBeside(0666 & ~mask);
+        openBeside((0666 & ~mask) | granted);
     } else if (S_ISREG(facts.st_mode)) {
-        openBeside(facts.st_mode & 0777);
+        openBeside((facts.st_mode & 0777) | granted);
     } else {
         file_.reset(std::fopen(path_.c_str(), "wbe"));
         if (!file_)
@@ -112,6 +113,13 @@ void OutputFile::commit()
 void OutputFile::fail() const
 {
     throw CommandError(path_, reason(errno));
+}
+
+void writeText(const std::string& path, std::string_view text)
+{
+    OutputFile file(path);
+    file.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    file.commit();
 }
 
 } // namespace vantorel::host

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace vantorel::host {
 
@@ -13,9 +14,13 @@ namespace vantorel::host {
 /// grows beside that name, and it is gone again if the run fails or is interrupted.
 class OutputFile {
 public:
+    /// Who may read a file that is new: whom the process gives its files to, or everybody, as for one that a service of
+    /// another user reads. One that was there keeps its readers, and gets these besides.
+    enum class Readers { asUsual, everybody };
+
     /// `path`: "-" for standard output. What is no regular file, such as a device, is written to at once. Throws
     /// `CommandError`, like all of these.
-    explicit OutputFile(const std::string& path);
+    explicit OutputFile(const std::string& path, Readers readers = Readers::asUsual);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -41,5 +46,8 @@ private:
     std::string growing_; ///< the name until `commit`; empty when there is none of its own
     std::unique_ptr<std::FILE, Closer> file_;
 };
+
+/// Writes a whole text to standard output, or to a file. Throws `CommandError`.
+void writeText(const std::string& path, std::string_view text);
 
 } // namespace vantorel::host

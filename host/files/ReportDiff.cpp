@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportDiff.h"
 
-#include "host/console/Status.h"
+#include "documents/Status.h"
 #include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
@@ -59,7 +59,7 @@ std::string textOf(const health::TypedValue& value)
 
 /// The values of a reading by the key that they are known by in both reports. Each counts once: a sector may hold a
 /// number twice, and the first is then meant.
-std::map<std::string, Value> valuesOf(const JudgedReading& judged, const Verdict& verdict)
+std::map<std::string, Value> valuesOf(const health::JudgedReading& judged, const Verdict& verdict)
 {
     std::map<std::string, Value> values;
     for (Attribute& attribute : health::attributesOf(judged.view())) {
@@ -107,7 +107,7 @@ std::optional<ValueChange> compareValues(const Value& before, const Value& after
     return change;
 }
 
-std::vector<ValueChange> compareReadings(const JudgedReading& before, const JudgedReading& after,
+std::vector<ValueChange> compareReadings(const health::JudgedReading& before, const health::JudgedReading& after,
                                          const Verdict& verdict)
 {
     using enum ValueChange::Kind;
@@ -152,7 +152,7 @@ DriveChange appearedDrive(const ReportedDrive& drive)
     DriveChange change = describe(drive, DriveChange::Kind::appeared);
     if (drive.judged) {
         change.verdict = drive.judged->verdict;
-        change.status = drive.judged->status();
+        change.status = statusOf(drive.judged->verdict.level);
     }
     return change;
 }
@@ -263,6 +263,15 @@ bool DriveChange::isWorse() const
     if (verdict->level == Level::unknown || before == Level::unknown)
         return verdict->level != before;
     return verdict->level > before;
+}
+
+std::vector<const ReportedDrive*> sameDrives(const ReportFile& before, const ReportFile& after)
+{
+    const Join join(before.drives, after.drives);
+    std::vector<const ReportedDrive*> same;
+    for (std::size_t i = 0; i < after.drives.size(); ++i)
+        same.push_back(join.earlierOf(i));
+    return same;
 }
 
 std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after)

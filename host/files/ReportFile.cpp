@@ -3,19 +3,22 @@
 
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
-#include "machines/recorded/Loading.h"
 #include "machines/recorded/RegistryListing.h"
-#include "machines/recorded/SavedMachine.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/SavedMachine.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/system/KeyedArchiver.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace vantorel::host {
 
@@ -51,7 +54,19 @@ std::optional<SmartObject> decode(const ReportDrive& drive, const recorded::Devi
     return *std::move(result);
 }
 
+std::string platformUuid(std::span<const system::RegistryEntry> entries)
+{
+    const auto platform = std::ranges::find(entries, "IOPlatformExpertDevice", &system::RegistryEntry::className);
+    return platform == entries.end() ? "" : platform->properties.get<std::string>("IOPlatformUUID").value_or("");
+}
+
 using Devices = std::map<std::string, recorded::DeviceIdentity, std::less<>>;
+
+std::string machineIdOf(const std::vector<system::RegistryEntry>& entries)
+{
+    const auto platform = std::ranges::find(entries, "IOPlatformExpertDevice", &system::RegistryEntry::className);
+    return platform == entries.end() ? "" : platform->properties.get<std::string>("IOPlatformUUID").value_or("");
+}
 
 /// `isListed`: whether `devices` tells of every drive.
 ReportedDrive::Smart smartOf(const ReportedDrive& drive, bool isListed)
@@ -78,9 +93,8 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number, const Device
     if (!drive.stored.smartData)
         return drive;
     if (auto result = decode(drive.stored, drive.identity))
-        drive.judged.emplace(
-            DriveReading{*std::move(result), drive.stored.identify.value_or(Data()), drive.stored.failing},
-            drive.stored.kind == "ssd");
+        drive.judged.emplace(DriveReading{*std::move(result), drive.stored.identify.value_or(Data()),
+                                          drive.stored.failing, drive.stored.kind == "ssd"});
     else
         drive.fault = "Its raw SMART data are not whole.";
     return drive;
@@ -166,7 +180,9 @@ ReportFile openReport(const std::string& path)
             std::vector<recorded::Fault> ignored;
             const auto entries = recorded::readListing(report.listing, std::string(listingName), ignored);
             report.entries = entries.size();
+            report.machine = platformUuid(entries);
             devices = recorded::deviceIdentities(entries);
+            report.machineId = machineIdOf(entries);
         }
     } catch (const ReportError& error) {
         report.listingFault = error.what();

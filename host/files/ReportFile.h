@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "host/health/JudgedReading.h"
 #include "machines/recorded/DeviceIdentity.h"
-#include "machines/recorded/Recording.h"
+#include "vantorel/health/JudgedReading.h"
+#include "vantorel/machines/recorded/Recording.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/smart/records/SmartObject.h"
 
@@ -31,7 +31,7 @@ struct ReportedDrive {
     recorded::DeviceIdentity identity; ///< as far as the report's registry listing tells it
     Smart smart = Smart::unknown;
     /// The raw bytes, decoded and judged by what is known today; firmware and serial are the listing's.
-    std::optional<JudgedReading> judged;
+    std::optional<health::JudgedReading> judged;
     std::string fault; ///< why raw bytes are there and no result
 
     /// The health result of the raw bytes; null when there is none.
@@ -51,11 +51,13 @@ struct ReportFile {
     std::string path;
     std::optional<std::string> version; ///< of the library that made it
     ReportOrigin origin;
+    std::string machine; ///< its platform's UUID by the listing; empty when that does not tell it
     std::vector<std::string> unknownKeys;
     std::vector<ReportedDrive> drives;
     std::vector<ReportVolume> volumes;
     Data listing;             ///< the registry listing, expanded; empty when there is none
     std::size_t entries = 0;  ///< registry entries in the listing
+    std::string machineId;    ///< what the platform calls the machine (IOPlatformUUID); empty when it is not told
     std::string listingFault; ///< why the listing cannot be used
 };
 

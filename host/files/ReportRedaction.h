@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "machines/recorded/Redaction.h"
 #include "vantorel/base/Data.h"
+#include "vantorel/machines/recorded/Redaction.h"
 
 namespace vantorel::host {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/files/OutputFile.h"
 #include "vantorel/compression/Compression.h"
 #include "vantorel/compression/CompressionStream.h"

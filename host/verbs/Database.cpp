@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/JsonDocument.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
-#include "host/views/JsonDocument.h"
 #include "vantorel/ata/DriveTableLint.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Text.h"

@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Documents.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
-#include "host/health/JudgedReading.h"
-#include "host/views/HealthJson.h"
 #include "host/views/ResultView.h"
-#include "vantorel/base/Bytes.h"
+#include "vantorel/health/JudgedReading.h"
 #include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NvmePowerStates.h"
-#include "vantorel/smart/SmartController.h"
 
 #include <fmt/format.h>
 
 #include <memory>
-#include <utility>
 
 namespace vantorel::host {
 
@@ -44,16 +41,10 @@ struct Form {
     }
 };
 
-int show(const JudgedReading& judged, Form form)
+int show(const health::JudgedReading& judged, Form form)
 {
-    if (form.json) {
-        JsonObject document(Json{{"format", documentFormat}, {"status", judged.status()}});
-        putHealth(document, judged, form.raw);
-        print(document.text() + '\n');
-    } else {
-        print(resultText(judged));
-    }
-    return judged.status();
+    print(form.json ? decodeDocument(judged, form.raw) : resultText(judged));
+    return statusOf(judged.verdict.level);
 }
 
 struct AtaArguments {
@@ -68,9 +59,7 @@ int decodeAta(const AtaArguments& arguments)
 {
     const Data data = readImage(arguments.data, sectorSize);
     const Data thresholds = readImage(arguments.thresholds, sectorSize);
-    const auto result = SmartController::shared().processExtractedSmart(data, DataView(thresholds), false,
-                                                                        arguments.ssd, arguments.model);
-    return show({{result.value(), {}, {}}, arguments.ssd}, arguments.form);
+    return show(health::judgeSavedAta(data, thresholds, arguments.model, arguments.ssd).value(), arguments.form);
 }
 
 struct NvmeArguments {
@@ -82,13 +71,9 @@ struct NvmeArguments {
 int decodeNvme(const NvmeArguments& arguments)
 {
     const Data log = readImage(arguments.log, sectorSize);
-    auto result = SmartController::shared().nvmeSmartController().processExportedSmart(log).value();
-    Data identify;
-    if (!arguments.identify.empty()) {
-        identify = readImage(arguments.identify, sizeof(NVMeControllerData));
-        result.deviceInfo = processControllerData(*readRecord<NVMeControllerData>(identify));
-    }
-    return show({{std::move(result), std::move(identify), {}}, true, log}, arguments.form);
+    const Data identify =
+        arguments.identify.empty() ? Data() : readImage(arguments.identify, sizeof(NVMeControllerData));
+    return show(health::judgeSavedNvme(log, identify).value(), arguments.form);
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/JsonDocument.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/ReportDiff.h"
 #include "host/files/ReportFile.h"
-#include "host/views/JsonDocument.h"
 #include "host/views/VerdictView.h"
 #include "vantorel/health/VerdictJson.h"
 

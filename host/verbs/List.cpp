@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/DiskTree.h"
+#include "documents/DiskUse.h"
+#include "documents/Documents.h"
+#include "documents/Status.h"
+#include "documents/WholeNumber.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
-#include "host/views/DiskJson.h"
-#include "host/views/DiskTree.h"
-#include "host/views/DiskUse.h"
 #include "host/views/DiskWords.h"
 #include "host/views/Quantity.h"
 
@@ -43,17 +44,6 @@ std::string treeText(const std::vector<DiskNode>& roots)
     return table.text();
 }
 
-Json nodeJson(const DiskNode& node)
-{
-    Json json = diskJson(*node.disk);
-    if (node.raidSet && node.raidSet->bsdName())
-        json["raidSet"] = *node.raidSet->bsdName();
-    json["children"] = Json::array();
-    for (const DiskNode& child : node.children)
-        json["children"].push_back(nodeJson(child));
-    return json;
-}
-
 int list(const CLI::App& app, bool json)
 {
     const std::string path = loadMachine(app);
@@ -63,10 +53,7 @@ int list(const CLI::App& app, bool json)
         print(roots.empty() ? "No disks.\n" : treeText(roots));
         return status;
     }
-    Json document = {{"format", documentFormat}, {"machine", path}, {"disks", Json::array()}};
-    for (const DiskNode& root : roots)
-        document["disks"].push_back(nodeJson(root));
-    print(jsonLine(document));
+    print(listDocument(path, roots));
     return status;
 }
 

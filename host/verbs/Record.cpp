@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/SideBySide.h"
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/OutputFile.h"
 #include "host/files/ReportRedaction.h"
-#include "host/health/SideBySide.h"
 #include "host/views/Quantity.h"
-#include "machines/recorded/Recorder.h"
-#include "machines/recorded/RecordingWriter.h"
 #include "machines/recorded/RegistryIndex.h"
+#include "vantorel/machines/recorded/Recorder.h"
+#include "vantorel/machines/recorded/RecordingWriter.h"
 
 #include <fmt/format.h>
 

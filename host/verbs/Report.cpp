@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Status.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
-#include "host/console/Status.h"
 #include "host/console/Text.h"
 #include "host/files/OutputFile.h"
 #include "host/files/ReportRedaction.h"
-#include "host/health/DriveOutcome.h"
+#include "host/health/DriveReadings.h"
 #include "host/views/Quantity.h"
 #include "host/views/Time.h"
 #include "vantorel/report/SystemReport.h"
+#include "vantorel/smart/SmartController.h"
 
 #include <fmt/format.h>
 
@@ -41,9 +42,12 @@ public:
 
     [[nodiscard]] DriveReading of(const Drive& drive) const
     {
-        const auto outcome = std::ranges::find(outcomes_, &drive, [](const auto& each) { return each.drive.get(); });
+        const DriveSnapshot wanted(drive);
+        const auto outcome = std::ranges::find_if(outcomes_, [&](const DriveOutcome& each) {
+            return each.drive->name == wanted.name && each.drive->service == wanted.service;
+        });
         if (outcome == outcomes_.end())
-            return readDrive(ReadableDrive::of(drive)); // it came meanwhile
+            return SmartController::shared().getSmartData(wanted); // it came meanwhile
         if (outcome->judged)
             return outcome->judged->reading;
         if (outcome->kind == DriveOutcome::Kind::failed)

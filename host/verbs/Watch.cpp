@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "documents/Documents.h"
 #include "host/Verbs.h"
 #include "host/choice/MachineChoice.h"
 #include "host/choice/SecondsChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Text.h"
-#include "host/views/DiskJson.h"
 #include "host/views/DiskWords.h"
 #include "host/views/Time.h"
 #include "vantorel/disks/Vantorel.h"
@@ -47,7 +47,7 @@ public:
             return;
         --left_;
         try {
-            print(json_ ? jsonText(*disk, event) : text(*disk, event));
+            print(json_ ? eventDocument(*disk, event) : text(*disk, event));
             flush();
         } catch (...) {
             failure_ = std::current_exception();
@@ -55,12 +55,6 @@ public:
     }
 
 private:
-    static std::string jsonText(const Disk& disk, DiskEvent event)
-    {
-        return jsonLine(
-            {{"format", documentFormat}, {"time", utcTime()}, {"event", rawValue(event)}, {"disk", diskJson(disk)}});
-    }
-
     static std::string text(const Disk& disk, DiskEvent event)
     {
         return fmt::format("{}  {:<11}  {:<10}  {:>10}  {:<16}  {}\n", localTime(), rawValue(event),

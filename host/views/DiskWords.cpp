@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DiskWords.h"
 
-#include "DiskUse.h"
 #include "Quantity.h"
+#include "documents/DiskUse.h"
 #include "host/console/Text.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/disks/CoreStorage.h"

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "OutcomeView.h"
 
-#include "HealthJson.h"
 #include "ResultView.h"
 #include "VerdictView.h"
-#include "host/console/Status.h"
+#include "documents/Status.h"
 #include "host/console/Text.h"
 
 namespace vantorel::host {
@@ -33,54 +32,33 @@ const char* stateText(Kind kind)
 
 std::optional<std::uint64_t> sizeOf(const DriveOutcome& outcome)
 {
-    const auto size = outcome.drive ? outcome.drive->size() : std::nullopt;
+    const auto size = outcome.drive ? outcome.drive->size : std::nullopt;
     return size && *size > 0 ? std::optional(static_cast<std::uint64_t>(*size)) : std::nullopt;
-}
-
-std::string driveJson(const DriveOutcome& outcome, bool raw)
-{
-    JsonObject object;
-    object.put("name", Json(outcome.name));
-    if (outcome.drive) {
-        const Drive& drive = *outcome.drive;
-        object.put("interface", Json(rawValue(drive.interface())));
-        object.put("kind", Json(rawValue(drive.driveKind())));
-        object.put("model", drive.model());
-        object.put("serial", drive.serial());
-        object.put("firmware", drive.revision());
-        object.put("size", sizeOf(outcome));
-    }
-    object.put("status", Json(outcome.status()));
-    object.put("state", Json(rawValue(outcome.kind)));
-    if (outcome.judged) {
-        putHealth(object, *outcome.judged, raw);
-    } else {
-        object.put("error", Json(outcome.error));
-        if (!outcome.remedy.empty())
-            object.put("remedy", Json(outcome.remedy));
-    }
-    return object.text();
 }
 
 } // namespace
 
+CheckedDrive checkedDrive(const DriveOutcome& outcome)
+{
+    CheckedDrive drive{.name = outcome.name, .size = sizeOf(outcome), .isFault = outcome.status() != success};
+    if (outcome.drive)
+        drive.model = outcome.drive->model.value_or("-");
+    if (outcome.judged) {
+        drive.verdict = &outcome.judged->verdict;
+        return drive;
+    }
+    drive.state = stateText(outcome.kind);
+    if (outcome.kind != Kind::noSmart || outcome.isNamed || outcome.isExplained)
+        drive.explanation = outcome.error;
+    drive.remedy = outcome.remedy;
+    return drive;
+}
+
 std::string checkText(const std::vector<DriveOutcome>& outcomes)
 {
     std::vector<CheckedDrive> drives;
-    for (const DriveOutcome& outcome : outcomes) {
-        CheckedDrive drive{.name = outcome.name, .size = sizeOf(outcome), .isFault = outcome.status() != success};
-        if (outcome.drive)
-            drive.model = outcome.drive->model().value_or("-");
-        if (outcome.judged) {
-            drive.verdict = &outcome.judged->verdict;
-        } else {
-            drive.state = stateText(outcome.kind);
-            if (outcome.kind != Kind::noSmart || outcome.isNamed || outcome.isExplained)
-                drive.explanation = outcome.error;
-            drive.remedy = outcome.remedy;
-        }
-        drives.push_back(std::move(drive));
-    }
+    for (const DriveOutcome& outcome : outcomes)
+        drives.push_back(checkedDrive(outcome));
     return checkText(std::move(drives));
 }
 
@@ -90,20 +68,10 @@ std::string outcomeText(const DriveOutcome& outcome)
     if (outcome.judged)
         return text + resultText(*outcome.judged);
     if (outcome.drive)
-        text += printable(outcome.drive->model().value_or("Unnamed drive"));
+        text += printable(outcome.drive->model.value_or("Unnamed drive"));
     text += '\n' + emphasised(printable(outcome.error), outcome.status() == success ? Emphasis::none : Emphasis::bad) +
             '\n';
     return outcome.remedy.empty() ? text : text + "    " + printable(outcome.remedy) + '\n';
-}
-
-std::string outcomesJson(const std::string& machine, const std::vector<DriveOutcome>& outcomes, bool raw)
-{
-    std::vector<std::string> drives;
-    for (const DriveOutcome& outcome : outcomes)
-        drives.push_back(driveJson(outcome, raw));
-    JsonObject document(Json{{"format", documentFormat}, {"machine", machine}, {"status", statusOf(outcomes)}});
-    document.splice("drives", jsonArray(drives));
-    return document.text() + '\n';
 }
 
 } // namespace vantorel::host

@@ -2,20 +2,20 @@
 #pragma once
 
 #include "CheckView.h"
-#include "host/health/DriveOutcome.h"
+#include "documents/DriveOutcome.h"
 
 #include <string>
 #include <vector>
 
 namespace vantorel::host {
 
+/// A drive that was asked, as a check shows it; the verdict stays that of the outcome.
+[[nodiscard]] CheckedDrive checkedDrive(const DriveOutcome& outcome);
+
 /// The drives that were asked, one line each and what is wrong with them: see `checkText`.
 [[nodiscard]] std::string checkText(const std::vector<DriveOutcome>& outcomes);
 
 /// One drive on one screen.
 [[nodiscard]] std::string outcomeText(const DriveOutcome& outcome);
-
-/// The document that tells of all of them, in their order. `raw`: with the bytes of each.
-[[nodiscard]] std::string outcomesJson(const std::string& machine, const std::vector<DriveOutcome>& outcomes, bool raw);
 
 } // namespace vantorel::host

@@ -3,8 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <limits>
-
 namespace vantorel::host {
 
 std::string sizeText(std::uint64_t bytes)
@@ -28,14 +26,6 @@ std::string sizeText(std::uint64_t bytes)
     if (text.ends_with('.'))
         text.pop_back();
     return text + ' ' + unit->name;
-}
-
-std::uint64_t wholeNumber(double number)
-{
-    constexpr double end = 18446744073709551616.0; // 2^64
-    if (!(number > 0))
-        return 0;
-    return number < end ? static_cast<std::uint64_t>(number) : std::numeric_limits<std::uint64_t>::max();
 }
 
 } // namespace vantorel::host

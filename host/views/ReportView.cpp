@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "ReportView.h"
 
-#include "HealthJson.h"
 #include "Quantity.h"
 #include "VerdictView.h"
-#include "host/console/Status.h"
+#include "documents/HealthJson.h"
+#include "documents/Status.h"
 #include "host/console/Text.h"
 #include "host/files/StoredValues.h"
-#include "host/health/JudgedReading.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/health/JudgedReading.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -78,7 +78,7 @@ std::string shownBoth(const ValuePair& pair, std::string_view key)
 }
 
 /// Whether a value speaks against the drive: by the verdict where there is one, else by the state it was stored with.
-bool isBad(const ValuePair& pair, const std::optional<JudgedReading>& judged)
+bool isBad(const ValuePair& pair, const std::optional<health::JudgedReading>& judged)
 {
     const auto id = pair.either().get<std::int64_t>("id");
     if (pair.decoded && judged && id)
@@ -89,7 +89,7 @@ bool isBad(const ValuePair& pair, const std::optional<JudgedReading>& judged)
     return (ata && hasFailed(*ata)) || (nvme && hasFailed(*nvme));
 }
 
-std::string valuesText(const std::vector<ValuePair>& pairs, const std::optional<JudgedReading>& judged)
+std::string valuesText(const std::vector<ValuePair>& pairs, const std::optional<health::JudgedReading>& judged)
 {
     const auto right = Table::Align::right;
     Table table({{""}, {"ID", right}, {"Value"}, {"Stored"}, {"Decoded"}, {"Current/worst/threshold"}, {"State"}});
@@ -130,24 +130,6 @@ std::string besides(const ReportDrive& drive)
     return fmt::format("{}", fmt::join(parts, "; "));
 }
 
-/// Why there are no values.
-std::string absence(const ReportedDrive& drive)
-{
-    switch (drive.smart) {
-    case ReportedDrive::Smart::unread:
-        if (!drive.stored.failure)
-            return "Its SMART data were not read.";
-        return drive.stored.failure->asleep ? drive.stored.failure->error
-                                            : "Its SMART data could not be read: " + drive.stored.failure->error;
-    case ReportedDrive::Smart::none:
-        return "It has no SMART data.";
-    case ReportedDrive::Smart::stored:
-    case ReportedDrive::Smart::unknown:
-        break;
-    }
-    return "No SMART data are stored.";
-}
-
 std::string driveText(const ReportedDrive& drive)
 {
     std::string text =
@@ -167,7 +149,7 @@ std::string driveText(const ReportedDrive& drive)
     const std::vector<ValuePair> pairs = valuePairs(drive);
     if (pairs.empty())
         return text + "  " +
-               emphasised(printable(absence(drive)), statusOf(drive) == success ? Emphasis::none : Emphasis::bad) +
+               emphasised(printable(absenceText(drive)), statusOf(drive) == success ? Emphasis::none : Emphasis::bad) +
                '\n';
     const auto different = std::ranges::count_if(pairs, &ValuePair::isDifferent);
     text += fact("Values", fmt::format("{}, decoded otherwise than they were stored: {}", pairs.size(), different));
@@ -256,6 +238,23 @@ std::string driveJson(const ReportedDrive& drive, bool raw)
 
 } // namespace
 
+std::string absenceText(const ReportedDrive& drive)
+{
+    switch (drive.smart) {
+    case ReportedDrive::Smart::unread:
+        if (!drive.stored.failure)
+            return "Its SMART data were not read.";
+        return drive.stored.failure->asleep ? drive.stored.failure->error
+                                            : "Its SMART data could not be read: " + drive.stored.failure->error;
+    case ReportedDrive::Smart::none:
+        return "It has no SMART data.";
+    case ReportedDrive::Smart::stored:
+    case ReportedDrive::Smart::unknown:
+        break;
+    }
+    return "No SMART data are stored.";
+}
+
 Json volumeJson(const ReportVolume& volume)
 {
     Json json = Json::object();
@@ -328,7 +327,7 @@ int statusOf(const ReportedDrive& drive)
         return readFailed;
     if (drive.stored.failure)
         return drive.stored.failure->asleep ? success : drive.stored.failure->opened ? readFailed : driveNotOpened;
-    return drive.judged ? drive.judged->status() : success;
+    return drive.judged ? vantorel::statusOf(drive.judged->verdict.level) : success;
 }
 
 } // namespace vantorel::host

@@ -23,7 +23,7 @@ std::string familyText(const KnownDrive& known)
            factText("Warning", base::replacingAll(known.row->warningmsg, "\n", " "));
 }
 
-std::string headText(const JudgedReading& judged)
+std::string headText(const health::JudgedReading& judged)
 {
     return judged.reading.result.visit([&](const auto& result) {
         const auto& info = result.deviceInfo;
@@ -85,7 +85,7 @@ std::string nvmeText(const NVMeSmartObject& result)
 
 } // namespace
 
-std::string resultText(const JudgedReading& judged)
+std::string resultText(const health::JudgedReading& judged)
 {
     const SmartObject& result = judged.reading.result;
     const auto* const ata = result.as<ATASmartObject>();

@@ -3,6 +3,7 @@
 
 #include "Statistics.h"
 #include "Superblocks.h"
+#include "vantorel/machines/linux/ThisComputer.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -238,6 +239,11 @@ std::optional<PropertyTable> LinuxMachine::currentProperties(std::uint64_t entry
         return std::nullopt;
     auto statistics = readStatistics(Folder(found->second));
     return statistics ? std::optional(PropertyTable{{"Statistics", *std::move(statistics)}}) : std::nullopt;
+}
+
+std::unique_ptr<system::Machine> thisComputer(channels::ChannelOptions options)
+{
+    return std::make_unique<LinuxMachine>(LinuxOptions{.channels = std::move(options)});
 }
 
 } // namespace vantorel::machines

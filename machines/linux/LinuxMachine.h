@@ -33,11 +33,7 @@ struct LinuxOptions {
     channels::ChannelOptions channels;
 };
 
-/// The computer that this process runs on, when that runs Linux: its registry made from sysfs and udev, its volumes
-/// from libmount and libblkid. docs/linux.md tells what stands for what.
-///
-/// One thread of its own waits for events from `start` until the machine ends. Where there is nothing to see, as in a
-/// container without sysfs, it is a computer without disks.
+/// The computer of `thisComputer`, at whose places a test may put others.
 class LinuxMachine final : public system::Machine {
 public:
     explicit LinuxMachine(LinuxOptions options = {});

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DeviceIdentity.h"
 
-#include "Recording.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <unordered_map>
 #include <utility>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "JsonDocument.h"
 
-#include "Recording.h"
 #include "vantorel/base/Base64.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <nlohmann/json.hpp>
 

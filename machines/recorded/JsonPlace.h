@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "Loading.h"
+#include "vantorel/machines/recorded/Loading.h"
 
 #include "MachineJson.h"
 #include "RegistryListing.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "RecordedMachine.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 
 #include "RecordedDrive.h"
 
@@ -214,6 +214,25 @@ IOReturn RecordedMachine::open(std::uint64_t entry, RecordedDrive::Kind kind, st
         return failure->second;
     drive = found->second;
     return kIOReturnSuccess;
+}
+
+std::optional<DriveObstacle> RecordedMachine::whyNotOpened(std::uint64_t entry)
+{
+    const auto found = drives_.find(entry);
+    if (found == drives_.end())
+        return std::nullopt;
+    const auto failure = found->second->recorded.failures.find("open");
+    if (failure == found->second->recorded.failures.end())
+        return std::nullopt;
+    switch (const IOReturn status = failure->second) {
+    case kIOReturnNotReady:
+        return DriveObstacle{status, "The drive was asleep and was left so when it was recorded.", {}};
+    case kIOReturnNotPermitted:
+    case kIOReturnNotPrivileged:
+        return DriveObstacle{status, "Opening it was not permitted when it was recorded.", {}};
+    default:
+        return std::nullopt;
+    }
 }
 
 OpenedChannel<AtaChannel> RecordedMachine::openAta(std::uint64_t entry)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "Recorder.h"
+#include "vantorel/machines/recorded/Recorder.h"
 
 #include "vantorel/base/Bytes.h"
 #include "vantorel/layouts/AtaCommands.h"

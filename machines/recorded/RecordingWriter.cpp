@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "RecordingWriter.h"
+#include "vantorel/machines/recorded/RecordingWriter.h"
 
 #include "RegistryIndex.h"
 #include "vantorel/base/Base64.h"

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "Redaction.h"
+#include "vantorel/machines/recorded/Redaction.h"
 
 #include "Pseudonym.h"
+#include "TextSearch.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/layouts/Nvme.h"
 
@@ -357,18 +358,23 @@ void Redaction::note(const Recording& recording)
     }
 }
 
+Redaction::Redaction() : search_(std::make_unique<TextSearch>()) {}
+Redaction::Redaction(Redaction&&) noexcept = default;
+Redaction& Redaction::operator=(Redaction&&) noexcept = default;
+Redaction::~Redaction() = default;
+
 void Redaction::prepare()
 {
     for (const Secret& secret : secrets_) {
         if (!kinds_.contains(secret.plain))
             addPatterns(secret);
     }
-    search_.prepare();
+    search_->prepare();
 }
 
 void Redaction::add(const std::string& text, std::string pseudonym, Kind kind, Form form)
 {
-    search_.add(text, patterns_.size());
+    search_->add(text, patterns_.size());
     patterns_.push_back({std::move(pseudonym), kind, form});
 }
 
@@ -408,7 +414,7 @@ bool Redaction::replace(std::string& bytes) const
     const auto isCapital = [](char c) { return c >= 'A' && c <= 'Z'; };
     bool isReplaced = false;
     const std::string original = bytes;
-    search_.find(original, [&](std::size_t begin, std::size_t length, std::size_t number) {
+    search_->find(original, [&](std::size_t begin, std::size_t length, std::size_t number) {
         const Pattern& pattern = patterns_[number];
         const std::string_view found = std::string_view(original).substr(begin, length);
         const bool goesOn = (begin > 0 && isWordCharacter(original[begin - 1])) ||

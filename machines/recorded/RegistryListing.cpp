@@ -2,8 +2,8 @@
 #include "RegistryListing.h"
 
 #include "TextListing.h"
+#include "system/propertylist/PropertyList.h"
 #include "vantorel/base/Text.h"
-#include "vantorel/system/PropertyList.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "EntryCollector.h"
-#include "Recording.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <cstdint>
 #include <string>

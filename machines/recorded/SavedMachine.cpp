@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "SavedMachine.h"
+#include "vantorel/machines/recorded/SavedMachine.h"
 
 #include "DeviceIdentity.h"
 #include "RegistryListing.h"

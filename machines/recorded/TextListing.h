@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "Recording.h"
+#include "vantorel/machines/recorded/Recording.h"
 
 #include <string>
 #include <vector>

@@ -2,7 +2,7 @@
 #include "vantorel/ata/ATASmartController.h"
 
 #include "MakeResult.h"
-#include "vantorel/ata/AtaSmartProcessing.h"
+#include "ata/AtaSmartProcessing.h"
 #include "vantorel/base/Text.h"
 
 #include <algorithm>

@@ -2,10 +2,10 @@
 #include "AtaReading.h"
 
 #include "MakeResult.h"
+#include "platform/PlugInSession.h"
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 
 #include <bit>
 
@@ -21,13 +21,15 @@ void require(std::int32_t status, const char* otherwise)
 
 } // namespace
 
+ATADeviceInfo ata::deviceInfo(const std::optional<std::string>& model, const std::optional<std::string>& serial,
+                              const std::optional<std::string>& revision)
+{
+    return {.model = model.value_or("Unknown"), .serial = serial.value_or(""), .firmware = revision.value_or("")};
+}
+
 ATADeviceInfo ata::getDeviceInfo(const Drive& drive)
 {
-    return {
-        .model = drive.model().value_or("Unknown"),
-        .serial = drive.serial().value_or(""),
-        .firmware = drive.revision().value_or(""),
-    };
+    return deviceInfo(drive.model(), drive.serial(), drive.revision());
 }
 
 void ata::getSmartValues(const SmartInterface& interface, ATASMARTData& smartData, ATASMARTDataThresholds& thresholds)

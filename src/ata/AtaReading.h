@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 
 namespace vantorel {
 class Drive;
@@ -15,7 +16,12 @@ class Drive;
 
 namespace vantorel::ata {
 
-/// The identity that an ATA result carries: the drive object's, "Unknown" for a model that it does not know.
+/// The identity that an ATA result carries: what the registry knows of a drive, "Unknown" for a model that it does not.
+[[nodiscard]] ATADeviceInfo deviceInfo(const std::optional<std::string>& model,
+                                       const std::optional<std::string>& serial,
+                                       const std::optional<std::string>& revision);
+
+/// The same of a drive object.
 [[nodiscard]] ATADeviceInfo getDeviceInfo(const Drive& drive);
 
 /// Switches SMART and the saving of attributes on, and fills both sectors, each tested by its sum. Throws `SmartError`

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/ata/AtaSmartProcessing.h"
+#include "ata/AtaSmartProcessing.h"
 
-#include "vantorel/ata/AttributeFormat.h"
+#include "ata/AttributeFormat.h"
+#include "ata/SmartDescriptions.h"
 #include "vantorel/ata/DriveTables.h"
-#include "vantorel/ata/SmartDescriptions.h"
 
 #include <charconv>
 

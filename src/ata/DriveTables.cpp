@@ -2,7 +2,7 @@
 #include "vantorel/ata/DriveTables.h"
 
 #include "TableSearch.h"
-#include "vantorel/ata/AttributeFormat.h"
+#include "ata/AttributeFormat.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/ata/SmartDescriptions.h"
+#include "ata/SmartDescriptions.h"
 
 #include "vantorel/base/Text.h"
 

@@ -2,9 +2,9 @@
 #include "vantorel/disks/Disk.h"
 
 #include "PropertyReading.h"
+#include "system/files/Bundle.h"
+#include "system/formatting/ByteCountFormatter.h"
 #include "vantorel/disks/DiskLookUps.h"
-#include "vantorel/system/Bundle.h"
-#include "vantorel/system/ByteCountFormatter.h"
 
 #include <cstddef>
 #include <tuple>

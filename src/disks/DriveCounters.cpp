@@ -8,18 +8,23 @@
 
 namespace vantorel {
 
-std::optional<DriveStatistics> Drive::statistics() const
+std::optional<std::map<std::string, double, std::less<>>> Drive::counters() const
 {
     system::IOHandle media = ioService();
     if (!media)
         return std::nullopt;
     const auto driver = propertiesOfAncestor(std::move(media), 1);
-    const auto counters = driver ? tableOf<double>(*driver, "Statistics") : std::nullopt;
-    if (!counters)
+    return driver ? tableOf<double>(*driver, "Statistics") : std::nullopt;
+}
+
+std::optional<DriveStatistics> Drive::statistics() const
+{
+    const auto all = counters();
+    if (!all)
         return std::nullopt;
-    const auto counter = [&counters](std::string_view key) {
-        const auto found = counters->find(key);
-        return found == counters->end() ? 0.0 : found->second;
+    const auto counter = [&all](std::string_view key) {
+        const auto found = all->find(key);
+        return found == all->end() ? 0.0 : found->second;
     };
     return DriveStatistics{
         .readOperations = counter("Operations (Read)"),

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What a drive knows only through the registry: here the two meet, so that neither needs the other to load itself.
 #include "FileSystem.h"
+#include "system/files/FileManager.h"
 #include "vantorel/disks/Vantorel.h"
-#include "vantorel/system/FileManager.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "FileSystem.h"
 
-#include "vantorel/system/FileManager.h"
+#include "system/files/FileManager.h"
 
 namespace vantorel {
 

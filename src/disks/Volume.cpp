@@ -3,7 +3,7 @@
 
 #include "FileSystem.h"
 #include "PropertyReading.h"
-#include "vantorel/system/FileManager.h"
+#include "system/files/FileManager.h"
 
 namespace vantorel {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Attributes.h"
 #include "Typing.h"
-#include "vantorel/ata/AttributeFormat.h"
+#include "ata/AttributeFormat.h"
 #include "vantorel/layouts/AtaSmart.h"
 
 #include <algorithm>

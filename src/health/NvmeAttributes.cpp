@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Attributes.h"
 #include "Typing.h"
+#include "nvme/NvmeFormat.h"
 #include "vantorel/layouts/Nvme.h"
-#include "vantorel/nvme/NvmeFormat.h"
 
 #include <array>
 

@@ -249,6 +249,13 @@ std::string toJson(std::span<const Attribute> attributes)
     return std::move(writer).text();
 }
 
+std::string toJson(const Comparison& comparison)
+{
+    Writer writer;
+    write(writer, comparison);
+    return std::move(writer).text();
+}
+
 std::string toJson(const Verdict& verdict)
 {
     Writer writer;
@@ -261,6 +268,7 @@ std::string toJson(const Verdict& verdict)
     write(writer, "temperature", verdict.temperature);
     write(writer, "powerOnTime", verdict.powerOnTime);
     write(writer, "wear", verdict.wear);
+    write(writer, "spare", verdict.spare);
     if (verdict.comparison) {
         writer.key("comparison");
         write(writer, *verdict.comparison);

@@ -2,8 +2,8 @@
 #include "vantorel/nvme/NVMeSmartController.h"
 
 #include "MakeResult.h"
+#include "nvme/NvmeFormat.h"
 #include "vantorel/base/Text.h"
-#include "vantorel/nvme/NvmeFormat.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/nvme/NvmeFormat.h"
+#include "nvme/NvmeFormat.h"
 
-#include "vantorel/system/ByteCountFormatter.h"
+#include "system/formatting/ByteCountFormatter.h"
+#include "system/formatting/NumberFormatter.h"
 #include "vantorel/system/Localization.h"
-#include "vantorel/system/NumberFormatter.h"
 
 #include <algorithm>
 #include <charconv>

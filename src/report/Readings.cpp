@@ -2,9 +2,9 @@
 #include "Readings.h"
 
 #include "nvme/NvmeReading.h"
+#include "platform/PlugInSession.h"
 #include "smart/SmartService.h"
 #include "vantorel/platform/IOConstants.h"
-#include "vantorel/platform/PlugInSession.h"
 
 #include <optional>
 
@@ -13,7 +13,7 @@ namespace vantorel::report {
 namespace {
 
 /// Log page 1 as far as the controller gives it; empty when it gives none.
-Data errorLog(const ReadableDrive& drive, const NVMeControllerData& controller)
+Data errorLog(const DriveSnapshot& drive, const NVMeControllerData& controller)
 {
     Data bytes;
     try {
@@ -34,7 +34,7 @@ Data errorLog(const ReadableDrive& drive, const NVMeControllerData& controller)
 
 } // namespace
 
-PropertyTable furtherReadings(const ReadableDrive& drive, const DriveReading& reading)
+PropertyTable furtherReadings(const DriveSnapshot& drive, const DriveReading& reading)
 {
     PropertyTable table;
     if (!reading.identify.empty())

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "system/files/Process.h"
 #include "vantorel/base/Data.h"
-#include "vantorel/system/Process.h"
 
 #include <string>
 

@@ -2,9 +2,9 @@
 #include "vantorel/report/ReportParts.h"
 
 #include "Gzip.h"
+#include "system/propertylist/PropertyList.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/system/KeyedArchiver.h"
-#include "vantorel/system/PropertyList.h"
 
 #include <string>
 #include <utility>

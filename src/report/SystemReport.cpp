@@ -5,10 +5,10 @@
 #include "Readings.h"
 #include "RegistryDump.h"
 #include "Volumes.h"
+#include "system/files/Bundle.h"
 #include "vantorel/disks/Vantorel.h"
-#include "vantorel/smart/DriveReading.h"
+#include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
-#include "vantorel/system/Bundle.h"
 #include "vantorel/system/IORegistry.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/KeyedArchiver.h"
@@ -59,15 +59,16 @@ public:
     /// The drive's result; absent when it cannot be read, which is no error for one without SMART.
     std::optional<SmartObject> read(const Drive& drive, std::size_t number)
     {
-        const ReadableDrive readable = ReadableDrive::of(drive);
-        if (readable.service == 0)
+        const DriveSnapshot snapshot(drive);
+        if (snapshot.service == 0)
             return std::nullopt;
         try {
-            DriveReading reading = options_.read ? options_.read(drive) : readDrive(readable);
-            note(readings, number, report::furtherReadings(readable, reading));
+            DriveReading reading =
+                options_.read ? options_.read(drive) : SmartController::shared().getSmartData(snapshot);
+            note(readings, number, report::furtherReadings(snapshot, reading));
             return std::move(reading.result);
         } catch (const SmartOpenError& error) {
-            const auto obstacle = system::machine()->whyNotOpened(readable.service);
+            const auto obstacle = system::machine()->whyNotOpened(snapshot.service);
             note(errors, number,
                  {{"opened", false},
                   {"asleep", obstacle && obstacle->status == system::kIOReturnNotReady},

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Volumes.h"
 
+#include "system/files/FileManager.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/system/DiskArbitration.h"
-#include "vantorel/system/FileManager.h"
 
 #include <string>
 #include <string_view>

@@ -3,7 +3,7 @@
 
 #include "InstalledMachine.h"
 #include "system/disks/DiskService.h"
-#include "vantorel/system/RegistryTool.h"
+#include "system/registry/RegistryTool.h"
 
 #include <cstdint>
 #include <mutex>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/ata/AtaSmartProcessing.h"
+#include "ata/AtaSmartProcessing.h"
 
 #include "support/AtaSectors.h"
 #include "vantorel/ata/DriveTableFile.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/ata/AttributeFormat.h"
+#include "ata/AttributeFormat.h"
 
 #include "support/AtaSectors.h"
 #include "vantorel/system/Localization.h"

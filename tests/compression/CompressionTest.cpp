@@ -30,9 +30,10 @@ Data noise(std::size_t size)
 
 Data text(std::size_t size)
 {
-    Data bytes = test::readTestData("lzfse/table.tsv");
+    const Data table = test::readTestData("lzfse/table.tsv");
+    Data bytes = table;
     while (bytes.size() < size)
-        bytes.insert(bytes.end(), bytes.begin(), bytes.begin() + 59'999);
+        bytes.insert(bytes.end(), table.begin(), table.begin() + 59'999);
     bytes.resize(size);
     return bytes;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/RegistryFixture.h"
+#include "system/files/FileManager.h"
 #include "vantorel/disks/Drive.h"
-#include "vantorel/system/FileManager.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/RunCommand.h"
 #include "support/TestData.h"
+#include "system/propertylist/PropertyList.h"
 #include "vantorel/report/ReportReader.h"
 #include "vantorel/system/KeyedArchiver.h"
-#include "vantorel/system/PropertyList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // How numbers are put into words.
+#include "documents/WholeNumber.h"
 #include "host/console/Text.h"
 #include "host/views/Quantity.h"
 #include "host/views/VerdictView.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "machines/recorded/RegistryListing.h"
-#include "vantorel/system/PropertyList.h"
+#include "system/propertylist/PropertyList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/RecordedMachine.h"
-#include "machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 #include "support/TestEntries.h"
+#include "vantorel/machines/recorded/Loading.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"

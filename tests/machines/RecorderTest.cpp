@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/Recorder.h"
+#include "vantorel/machines/recorded/Recorder.h"
 
-#include "machines/recorded/Loading.h"
-#include "machines/recorded/RecordedMachine.h"
-#include "machines/recorded/RecordingWriter.h"
 #include "support/TestMachine.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
+#include "vantorel/machines/recorded/RecordingWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

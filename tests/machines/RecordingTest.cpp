@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/Loading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "machines/recorded/Redaction.h"
+#include "vantorel/machines/recorded/Redaction.h"
 
-#include "machines/recorded/RecordingWriter.h"
 #include "machines/recorded/Sha256.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
+#include "vantorel/machines/recorded/RecordingWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/nvme/NvmeFormat.h"
+#include "nvme/NvmeFormat.h"
 
 #include <gtest/gtest.h>
 

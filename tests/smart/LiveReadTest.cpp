@@ -194,7 +194,7 @@ TEST_F(LiveReads, OfAnNvmeDriveTellItsIdentityAndKeepTheLog)
     expectNothingLeft();
 }
 
-TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
+TEST_F(LiveReads, BySnapshotAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
 {
     loadBoth();
     machine->ataDrives[ataDevice] = [this](const AtaCommand& command) {
@@ -207,15 +207,15 @@ TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
     };
     const auto ataDrive = tracked<Drive>("disk0");
     const auto nvmeDrive = tracked<Drive>("disk1");
-    const auto ata = ReadableDrive::of(*ataDrive);
-    const auto nvme = ReadableDrive::of(*nvmeDrive);
+    const DriveSnapshot ata(*ataDrive);
+    const DriveSnapshot nvme(*nvmeDrive);
     EXPECT_EQ(ata.service, ataDevice);
     EXPECT_FALSE(ata.isNvme);
     EXPECT_TRUE(ata.isSSD);
     std::optional<DriveReading> ofAta;
     std::optional<DriveReading> ofNvme;
-    std::thread([&] { ofAta = readDrive(ata); }).join();
-    std::thread([&] { ofNvme = readDrive(nvme); }).join();
+    std::thread([&] { ofAta = SmartController::shared().getSmartData(ata); }).join();
+    std::thread([&] { ofNvme = SmartController::shared().getSmartData(nvme); }).join();
     EXPECT_EQ(ofAta->result, SmartObject(SmartController::shared().getATASmartData(*ataDrive)));
     EXPECT_EQ(ofAta->saysFailing, true);
     EXPECT_EQ(ofAta->identify, Data(512, 0xEC));
@@ -224,17 +224,19 @@ TEST_F(LiveReads, ByAValueAreMadeOnAnyThreadAndTellWhatTheDriveSaysBesides)
     EXPECT_EQ(ofNvme->saysFailing, std::nullopt);
     expectNothingLeft();
 
-    const auto failure = [](const ReadableDrive& drive) { return failureOf([&] { return readDrive(drive).result; }); };
+    const auto failure = [](const DriveSnapshot& drive) {
+        return failureOf([&] { return SmartController::shared().getSmartData(drive).result; });
+    };
     machine->remove(ataDevice);
     settle();
     EXPECT_EQ(failure(ata), "Unable to find S.M.A.R.T service.");
-    EXPECT_EQ(ReadableDrive::of(*ataDrive).service, 0U);
-    EXPECT_EQ(failure(ReadableDrive::of(*ataDrive)), "Unable to find S.M.A.R.T service.");
+    EXPECT_EQ(DriveSnapshot(*ataDrive).service, 0U);
+    EXPECT_EQ(failure(DriveSnapshot(*ataDrive)), "Unable to find S.M.A.R.T service.");
     machine->nvmeDrives[nvmeDevice] = [](const NvmeCommand&) { return NvmeResult{kIOReturnIOError, 0, 0}; };
     EXPECT_EQ(failure(nvme), "Unable to read S.M.A.R.T data.");
 }
 
-TEST_F(LiveReads, ByAValueGoTheWayThatAUsbBridgeCarries)
+TEST_F(LiveReads, BySnapshotGoTheWayThatAUsbBridgeCarries)
 {
     for (const bool isNvme : {false, true}) {
         test::DiskTree tree;
@@ -242,7 +244,7 @@ TEST_F(LiveReads, ByAValueGoTheWayThatAUsbBridgeCarries)
             tree.driver("AppleUSBXHCI", "Bridge", {}, {{isNvme ? "NVMe SMART Capable" : "SMART Capable", true}}, "USB");
         tree.media(bridge, "disk0", "Bridge Media");
         load(std::move(tree));
-        const auto readable = ReadableDrive::of(*tracked<Drive>("disk0"));
+        const DriveSnapshot readable(*tracked<Drive>("disk0"));
         EXPECT_EQ(readable.isNvme, isNvme);
         EXPECT_EQ(readable.isSSD, isNvme);
         EXPECT_EQ(readable.service, bridge - 1);
@@ -499,13 +501,14 @@ TEST_F(LiveReads, OfTwoDrivesRunSideBySide)
     expectNothingLeft();
 }
 
-TEST_F(LiveReads, ByAValueMayRunWhileTheRegistryChangesTheDrive)
+TEST_F(LiveReads, BySnapshotMayRunWhileTheRegistryChangesTheDrive)
 {
     loadBoth();
-    const auto own = ReadableDrive::of(*tracked<Drive>("disk0"));
+    const DriveSnapshot own(*tracked<Drive>("disk0"));
     std::jthread reader([&] {
         for (int i = 0; i < 50; ++i)
-            EXPECT_EQ(readDrive(own).result.as<ATASmartObject>()->deviceInfo.model, wdModel);
+            EXPECT_EQ(SmartController::shared().getSmartData(own).result.as<ATASmartObject>()->deviceInfo.model,
+                      wdModel);
     });
     for (int i = 0; i < 50; ++i) {
         machine->setVolume("disk0", {std::nullopt, std::to_string(i), std::nullopt, std::nullopt, {}});

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/AtaSmartObject.h"
 #include "vantorel/system/PlugIn.h"
 
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class Drive;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/AtaSmartObject.h"
 
 #include <array>
@@ -13,7 +14,7 @@
 /// The table of drive families and the grammar of its presets. The rows are those of the drive database of
 /// smartmontools (`drivedb.h`, revision 4591 of 2017-11-04); the grammar is that of its `-v` option.
 /// All operations may be called from any thread.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// One row of the table. No column is absent; every text ends with a NUL behind its last character.
 struct drive_settings {

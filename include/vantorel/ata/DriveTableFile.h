@@ -2,13 +2,14 @@
 #pragma once
 
 #include "vantorel/ata/DriveTables.h"
+#include "vantorel/base/Public.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A place of a table's file that cannot be read.
 struct DriveTableFault {

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "vantorel/ata/DriveTables.h"
+#include "vantorel/base/Public.h"
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// Something about a row of a drive table that its author should look at.
 struct DriveTableFinding {

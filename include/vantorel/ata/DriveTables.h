@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/ata/DriveDatabase.h"
+#include "vantorel/base/Public.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +14,7 @@
 #include <vector>
 
 /// The tables that look-ups ask: the built-in one, and those that a host adds. Any thread.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A table of drive families: whence it comes, and its rows in the order in which they are tried.
 struct DriveTable {

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace vantorel::base {
+namespace VANTOREL_PUBLIC vantorel {
+namespace base {
 
 /// Standard Base64 (RFC 4648, section 4) with padding and without line breaks.
 [[nodiscard]] std::string base64(DataView bytes);
@@ -16,4 +18,5 @@ namespace vantorel::base {
 /// included), padding anywhere but at the end, bits set behind the last byte.
 [[nodiscard]] std::optional<Data> fromBase64(std::string_view text);
 
-} // namespace vantorel::base
+} // namespace base
+} // namespace vantorel

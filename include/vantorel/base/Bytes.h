@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <array>
 #include <bit>
@@ -12,7 +13,8 @@
 #include <optional>
 #include <type_traits>
 
-namespace vantorel::base {
+namespace VANTOREL_PUBLIC vantorel {
+namespace base {
 
 /// An unsigned integer as it lies in a little-endian byte image: `sizeof(T)` bytes of alignment 1.
 /// Reads and writes work on any host, whatever its own byte order.
@@ -44,9 +46,10 @@ private:
     Bytes bytes_{};
 };
 
-} // namespace vantorel::base
+} // namespace base
+} // namespace vantorel
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 using le16 = base::LittleEndian<std::uint16_t>;
 using le32 = base::LittleEndian<std::uint32_t>;

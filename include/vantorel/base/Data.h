@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstdint>
 #include <span>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A counted sequence of bytes that is owned.
 using Data = std::vector<std::uint8_t>;

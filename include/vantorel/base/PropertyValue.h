@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
 
 #include <concepts>
@@ -15,7 +16,7 @@
 #include <variant>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class PropertyValue;
 

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstddef>
 #include <optional>
 #include <string_view>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The texts of an enumeration that has raw values, one a case in the declared order: a `std::array` of
 /// `std::string_view`. Specialised right under the enumeration; its cases are numbered from 0 without gaps.

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <bit>
 #include <string>
 #include <string_view>
 
-namespace vantorel::base {
+namespace VANTOREL_PUBLIC vantorel {
+namespace base {
 
 /// What stands for a character that cannot be told.
 inline constexpr char32_t replacementCharacter = 0xFFFD;
@@ -37,4 +39,5 @@ void appendUtf8(std::string& text, char32_t character);
 /// UTF-16 units with the higher byte first. `text` is well-formed UTF-8.
 [[nodiscard]] Data bigEndianUtf16(std::string_view text);
 
-} // namespace vantorel::base
+} // namespace base
+} // namespace vantorel

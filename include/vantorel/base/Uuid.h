@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <array>
 #include <compare>
 #include <cstdint>
@@ -8,7 +10,8 @@
 #include <string>
 #include <string_view>
 
-namespace vantorel::base {
+namespace VANTOREL_PUBLIC vantorel {
+namespace base {
 
 /// A UUID of 16 bytes in the order of its text (RFC 4122 network order).
 struct Uuid {
@@ -24,4 +27,5 @@ struct Uuid {
     auto operator<=>(const Uuid&) const = default;
 };
 
-} // namespace vantorel::base
+} // namespace base
+} // namespace vantorel

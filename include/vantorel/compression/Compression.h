@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +10,7 @@
 #include <functional>
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The four algorithms, whose streams are those that Macs read and write. A result carries no mark of its own: who
 /// expands it has to know the algorithm that made it.

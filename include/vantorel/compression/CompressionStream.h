@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/compression/StreamTypes.h"
 
 #include <cstdint>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// Sets up a stream; the four fields of source and destination are left alone. `COMPRESSION_STATUS_ERROR` when an
 /// argument is none of the values above or memory ran out; there is nothing to destroy then.
@@ -39,4 +41,5 @@ compression_status compression_stream_in_place(compression_stream* stream) noexc
 /// Frees what `compression_stream_init` set up. `COMPRESSION_STATUS_ERROR` when there is nothing to free.
 compression_status compression_stream_destroy(compression_stream* stream) noexcept;
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 namespace compression {
 class Codec;
@@ -54,4 +57,5 @@ struct compression_stream {
     std::unique_ptr<compression::Codec> state;
 };
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

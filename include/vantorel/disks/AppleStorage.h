@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Volume.h"
 
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// An APFS container.
 class AppleStorage : public Volume {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/base/RawValue.h"
 #include "vantorel/base/Uuid.h"
 #include "vantorel/system/DiskArbitration.h"
@@ -16,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What every disk has, whatever its kind: a whole drive, a partition, a logical volume, a container, a RAID set, an
 /// attached image.

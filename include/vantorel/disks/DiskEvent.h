@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/base/RawValue.h"
 
 #include <array>
 #include <cstdint>
 #include <string_view>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What happened to a disk.
 enum class DiskEvent : std::uint8_t { appeared, disappeared, updated };

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/DiskEvent.h"
 
 #include <memory>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class Disk;
 

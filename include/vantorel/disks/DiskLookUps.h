@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/system/CoreFoundation.h"
 #include "vantorel/system/DiskArbitration.h"
 #include "vantorel/system/IORegistry.h"
 
 /// The look-ups through which every disk reads the platform's tables. They keep no state and need no registry of
 /// disks; `Vantorel` offers them under its name.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The description of a disk. Null, with the message "Unable to retrieve disk info", when the disk service has none.
 [[nodiscard]] system::PropertyTableRef getDiskInfo(const system::DADiskRef& disk);

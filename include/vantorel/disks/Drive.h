@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Disk.h"
 #include "vantorel/disks/DriveStatistics.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A whole physical or external disk: what is shown per device and what SMART is read of.
 ///
@@ -39,6 +41,10 @@ public:
 
     /// The I/O counters as they stand now; absent when the registry has none for the drive.
     [[nodiscard]] std::optional<DriveStatistics> statistics() const;
+
+    /// The counters that the registry has for the drive, by its own names, such as "Bytes (Read)"; absent when it has
+    /// none. Other than a field of `statistics`, one that it lacks is not here.
+    [[nodiscard]] std::optional<std::map<std::string, double, std::less<>>> counters() const;
 
     // The three below ask the registry `Vantorel` for the drive's volumes, anew at each call, and so on its thread
     // only.

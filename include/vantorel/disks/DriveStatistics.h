@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The I/O counters of a drive at one moment, as the registry gives them: unscaled, each a double, so that a count
 /// above 2^53 loses its low digits. Keep two and subtract for rates. Every field of a record that

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
 
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A partition's part in a RAID set, for a host to keep. The library fills none.
 struct RaidMember {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/DiskListener.h"
 #include "vantorel/disks/DiskLookUps.h"
 #include "vantorel/disks/Drive.h"
@@ -13,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class DiskList;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Disk.h"
 
 #include <memory>
@@ -8,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class AppleStorage;
 class CoreStorage;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/health/Meaning.h"
 #include "vantorel/health/Reading.h"
 #include "vantorel/health/TypedValue.h"
@@ -10,7 +11,8 @@
 #include <string>
 #include <vector>
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// One attribute, typed.
 struct Attribute {
@@ -33,4 +35,5 @@ struct Attribute {
 /// Nothing when the bytes are too few. Never throws on any bytes.
 [[nodiscard]] std::vector<Attribute> attributesOf(const Reading& reading);
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel

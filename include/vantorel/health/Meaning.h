@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/base/RawValue.h"
 
 #include <array>
 #include <cstdint>
 #include <string_view>
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// What an attribute tells of a drive. ATA numbers mean what the maker says, so this is settled by raw name, number,
 /// kind of drive and family together (`src/health/Meanings.inc`); NVMe fields mean what the standard says.
@@ -81,7 +83,8 @@ enum class NameSource : std::uint8_t {
 /// How sure a meaning is. Of a low one come notes, never a level.
 enum class Confidence : std::uint8_t { low, medium, high };
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel
 
 template <>
 inline constexpr std::array<std::string_view, 4> vantorel::rawTexts<vantorel::health::NameSource> = {

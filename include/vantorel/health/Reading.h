@@ -3,13 +3,15 @@
 
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/SmartObject.h"
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// One reading of one drive: what is judged. Everything is a view of what somebody else owns, valid for the length of
 /// the call that the reading is passed to.
@@ -41,4 +43,5 @@ struct Reading {
 /// its reading has no `data` until the caller sets it.
 [[nodiscard]] Reading readingOf(const SmartObject& result, bool isSSD);
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel

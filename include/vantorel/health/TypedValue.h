@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/base/RawValue.h"
 
 #include <array>
@@ -8,7 +9,8 @@
 #include <optional>
 #include <string>
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// Wide enough for every counter of a drive, and for a count of 32 MiB units in bytes.
 __extension__ typedef __int128 Int128;           // NOLINT(modernize-use-using): the extension mark needs a typedef
@@ -31,14 +33,16 @@ enum class Unit : std::uint8_t {
     flags, ///< bits, one a condition
 };
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel
 
 template <>
 inline constexpr std::array<std::string_view, 13> vantorel::rawTexts<vantorel::health::Unit> = {
     "none",  "count",   "sectors", "blocks",       "bytes", "percent", "celsius",
     "hours", "minutes", "seconds", "milliseconds", "rate",  "flags"};
 
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 /// A value of a drive as an exact number: made from the raw bytes and the definition's format, never from a text, and
 /// the same in every locale.
@@ -70,4 +74,5 @@ struct TypedValue {
 /// A duration in whole hours, whatever unit of time it is in; absent for a value that is none or is not plausible.
 [[nodiscard]] std::optional<std::int64_t> wholeHours(const TypedValue& value);
 
-} // namespace vantorel::health
+} // namespace health
+} // namespace vantorel

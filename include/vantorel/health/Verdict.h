@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/health/Attributes.h"
 #include "vantorel/health/Reading.h"
 #include "vantorel/health/TypedValue.h"
@@ -8,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,7 +19,8 @@
 ///     const Verdict verdict = judge(readingOf(result, isSSD));
 ///     if (verdict.level == Level::failing)
 ///         tell(verdict.reasons.front().sentence);
-namespace vantorel::health {
+namespace VANTOREL_PUBLIC vantorel {
+namespace health {
 
 enum class Level : std::uint8_t {
     good,
@@ -83,6 +86,7 @@ struct Verdict {
     std::optional<TypedValue> temperature; ///< in Celsius
     std::optional<TypedValue> powerOnTime; ///< see `wholeHours`
     std::optional<TypedValue> wear;        ///< percent of the rated life used
+    std::optional<TypedValue> spare;       ///< percent of the reserve left
     std::optional<Comparison> comparison;  ///< for two readings of one drive
 
     /// What every level `good` has to be read with.
@@ -92,6 +96,23 @@ struct Verdict {
         "Pinheiro, Weber, Barroso: Failure Trends in a Large Disk Drive Population, FAST 2007";
 };
 
+/// A count that somebody has seen and taken in: until it grows it is told as a note and makes the drive no worse.
+struct KnownCount {
+    std::string rule; ///< id of the reason that told of it
+    std::string name; ///< raw name of its attribute
+    Int128 number = 0;
+};
+
+/// The reason as a count to be known; absent for one that is none, such as a temperature, a limit that was reached or
+/// the drive's own word.
+[[nodiscard]] std::optional<KnownCount> knownCount(const Reason& reason);
+
+/// What is known of a drive before a reading is judged. Views of what somebody else owns, for the length of the call.
+struct Past {
+    const Reading* before = nullptr; ///< an earlier reading of it; null without one
+    std::span<const KnownCount> known;
+};
+
 /// Judges a reading. Any bytes give a verdict; nothing is thrown but for want of memory. Any thread.
 [[nodiscard]] Verdict judge(const Reading& now);
 
@@ -99,7 +120,11 @@ struct Verdict {
 /// kind, model or serial number) are not compared; the verdict is then that of `now`, with a note.
 [[nodiscard]] Verdict judge(const Reading& now, const Reading& before);
 
-} // namespace vantorel::health
+/// The same with all that is known.
+[[nodiscard]] Verdict judge(const Reading& now, const Past& past);
+
+} // namespace health
+} // namespace vantorel
 
 template <>
 inline constexpr std::array<std::string_view, 5> vantorel::rawTexts<vantorel::health::Level> = {

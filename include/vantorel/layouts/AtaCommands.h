@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstddef>
 #include <cstdint>
 
 /// The commands that ATA drives are sent, and the parts of SMART (ATA8-ACS).
-namespace vantorel::acs {
+namespace VANTOREL_PUBLIC vantorel {
+namespace acs {
 
 inline constexpr std::uint8_t smart = 0xB0;
 inline constexpr std::uint8_t checkPowerMode = 0xE5;
@@ -34,4 +37,5 @@ inline constexpr std::uint8_t smartSelfTestLog = 6;
 
 inline constexpr std::size_t sectorSize = 512;
 
-} // namespace vantorel::acs
+} // namespace acs
+} // namespace vantorel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Bytes.h"
+#include "vantorel/base/Public.h"
 
 #include <array>
 #include <cstddef>
@@ -9,7 +10,7 @@
 
 /// The byte images of ATA SMART and IDENTIFY DEVICE (ATA8-ACS; the attribute tables as drives have used them since
 /// SFF-8035i). Little-endian, without gaps.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// One slot of the attribute table in the data sector.
 struct IOATASmartAttribute {

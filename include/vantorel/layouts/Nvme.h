@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Bytes.h"
+#include "vantorel/base/Public.h"
 
 #include <array>
 #include <cstddef>
@@ -9,7 +10,7 @@
 
 /// The byte images of NVM Express (NVM Express Base Specification 1.2, "SMART / Health Information" and "Identify
 /// Controller data structure"). Little-endian, without gaps.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A 128-bit counter, least significant byte first.
 using NvmeCounter = std::array<std::uint8_t, 16>;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstdint>
 
 /// The admin commands that NVMe controllers are sent (NVM Express Base Specification).
-namespace vantorel::nvmeadmin {
+namespace VANTOREL_PUBLIC vantorel {
+namespace nvmeadmin {
 
 inline constexpr std::uint8_t getLogPage = 0x02;
 inline constexpr std::uint8_t identify = 0x06;
@@ -22,4 +25,5 @@ inline constexpr std::uint8_t firmwareSlotLog = 3;
 inline constexpr std::uint8_t commandEffectsLog = 5;
 inline constexpr std::uint8_t selfTestLog = 6;
 
-} // namespace vantorel::nvmeadmin
+} // namespace nvmeadmin
+} // namespace vantorel

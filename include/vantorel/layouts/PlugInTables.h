@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/layouts/AtaSmart.h"
 #include "vantorel/layouts/Nvme.h"
 
@@ -12,7 +13,7 @@
 ///
 /// An interface is reached through a handle: the address of a place that holds the address of a table. Every function
 /// of a table takes the handle as its first argument. A status is a signed 32-bit number, 0 for success.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class PropertyTable;
 

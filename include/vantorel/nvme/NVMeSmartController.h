@@ -2,13 +2,14 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/NvmeSmartObject.h"
 #include "vantorel/system/PlugIn.h"
 
 #include <optional>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 class Drive;
 

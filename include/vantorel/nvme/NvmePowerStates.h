@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/layouts/Nvme.h"
 #include "vantorel/smart/records/NvmeSmartObject.h"
 
@@ -9,7 +10,7 @@
 
 /// What the Identify Controller data tells of a drive. Plain functions of their arguments and the host's translations;
 /// any thread; nothing here fails.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The identity and the power states of a controller. A text is cut behind one byte less than its field holds and at
 /// the first 0 byte, and trimmed of blanks and tabs; a text that is no UTF-8 is "Unknown" in the host's translation.

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
 #include "vantorel/system/PlugIn.h"
 
 /// The identifiers of plug-ins, their types and their interfaces.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 using system::kIOATASMARTInterfaceID;
 using system::kIOATASMARTUserClientTypeID;

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/layouts/PlugInTables.h"
 #include "vantorel/system/IOReturn.h"
 
 #include <cstdint>
 #include <utility>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What the wrappers of the plug-in interfaces share: one reference on an interface, added when the wrapper is made
 /// and given back when it goes. It may be moved; a wrapper that was moved from is only to be destroyed.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/platform/InterfaceReference.h"
 #include "vantorel/system/IORegistry.h"
 #include "vantorel/system/PlugIn.h"
@@ -8,7 +9,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The base interface of a plug-in, as `IOCreatePlugInInterfaceForService` hands it out.
 class PlugInInterface : public InterfaceReference<IOCFPlugInInterfaceStruct> {

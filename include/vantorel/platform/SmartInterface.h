@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/platform/InterfaceReference.h"
 
 #include <cstdint>
 #include <optional>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The ATA SMART interface of a plug-in. Buffers are the caller's; each call blocks until the drive has answered.
 class SmartInterface : public InterfaceReference<IOATASMARTInterface> {

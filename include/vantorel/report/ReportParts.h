@@ -3,8 +3,9 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A report as values, for a host that changes something in it.
 struct ReportParts {

@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A report that cannot be read; the text says what is wrong and where.
 class ReportError : public std::runtime_error {

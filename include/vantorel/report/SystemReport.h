@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/records/SmartObject.h"
@@ -15,13 +16,13 @@
 #include <string>
 #include <utility>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// What a host may have to say to the making of a report. A function that is empty is not called.
 struct SystemReportOptions {
-    /// Reads a drive that has SMART, in the place of `readDrive`: for a host that has read all of them side by side, or
-    /// tells of each. Called on the caller's thread in the order of the drives; throws `SmartError` as `readDrive`
-    /// does.
+    /// Reads a drive that has SMART, in the place of `SmartController::getSmartData`: for a host that has read all of
+    /// them side by side, or tells of each. Called on the caller's thread in the order of the drives; throws
+    /// `SmartError` as that does.
     std::function<DriveReading(const Drive& drive)> read;
     /// Before the completion: why there is no report, or no listing of the registry in it. On the main queue, or before
     /// `generate` returns.

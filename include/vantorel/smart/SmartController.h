@@ -3,8 +3,11 @@
 
 #include "vantorel/ata/ATASmartController.h"
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/disks/Drive.h"
 #include "vantorel/nvme/NVMeSmartController.h"
+#include "vantorel/smart/DriveReading.h"
+#include "vantorel/smart/DriveSnapshot.h"
 #include "vantorel/smart/records/SmartError.h"
 #include "vantorel/smart/records/SmartObject.h"
 
@@ -12,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The door to health results. It decides nothing about health itself: it chooses the reader and passes the bytes on.
 ///
@@ -39,14 +42,22 @@ public:
                                                                    std::optional<DataView> thresholdsData, bool nvme,
                                                                    bool isSSD, const std::string& model) const;
 
-    // The reads of live drives. Each looks for the nearest registry entry above the drive's own that declares itself
-    // SMART capable, opens a plug-in there and is finished with it at return. Which of the two fits is for the caller
-    // to say, by `Drive::interface`. They throw `SmartError`, of the kind
-    // `SmartOpenError` as long as no command was sent, and block the calling thread. Of one drive the second read at a
-    // time fails.
+    // The reads of live drives. Each opens a plug-in at the nearest registry entry above the drive's own that declares
+    // itself SMART capable, and is finished with it at return. They throw `SmartError`, of the kind `SmartOpenError` as
+    // long as no command was sent, and block the calling thread. Of one drive the second read at a time fails.
     //
-    // They look at the drive without a lock, and the registry changes its drives while it handles events: call them on
-    // the registry's thread. DriveReading.h has the way to read on any thread, many drives at once.
+    // The registry changes its drives while it handles events, and no lock guards them: what takes a `Drive` is to be
+    // called on the registry's thread. A snapshot, made there, may be read on any thread, and many drives at once.
+
+    /// Reads a drive of either kind. The result is the one that the operation for its kind gives, by the same steps;
+    /// then an ATA drive is asked for its own opinion and its identify data. `health::JudgedReading` is the verdict on
+    /// it. Any thread.
+    [[nodiscard]] DriveReading getSmartData(const DriveSnapshot& drive) const;
+    /// The same of the drive as it is now. On the registry's thread.
+    [[nodiscard]] DriveReading getSmartData(const Drive& drive) const;
+
+    // The two operations for one kind each, and the log that only one has. Which fits is for the caller to say, by
+    // `Drive::interface`. On the registry's thread.
 
     [[nodiscard]] ATASmartObject getATASmartData(const Drive& drive) const;
     [[nodiscard]] NVMeSmartObject getNVMeSmartData(const Drive& drive) const;

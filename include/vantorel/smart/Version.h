@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 extern "C" {
 
 /// The library's version as a number, 0.1 for the releases 0.1.x.

@@ -2,13 +2,15 @@
 #pragma once
 
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// Stands for the memory allocator that the platform's operations are passed first; there is only the default one.
 struct CFAllocator {};
@@ -22,4 +24,5 @@ using PropertyTableRef = std::shared_ptr<const PropertyTable>;
 /// The text of a UUID value, 36 characters in upper case. Absent only when the call itself fails.
 [[nodiscard]] std::optional<std::string> CFUUIDCreateString(CFAllocatorRef allocator, const base::Uuid& uuid);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

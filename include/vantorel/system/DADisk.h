@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 
 #include <cstdint>
 #include <functional>
@@ -9,7 +10,8 @@
 #include <optional>
 #include <string>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A disk as the service hands it out. It stands for one media entry, also when that is gone: then it has its name
 /// still, but no description and no media entry. A disk that appears later under the same name is another one.
@@ -29,4 +31,5 @@ using DADiskDisappearedCallback = std::function<void(const DADiskRef& disk, void
 using DADiskDescriptionChangedCallback =
     std::function<void(const DADiskRef& disk, const PropertyArray& keys, void* context)>;
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/system/CoreFoundation.h"
 #include "vantorel/system/DADisk.h"
 #include "vantorel/system/IORegistry.h"
@@ -13,7 +14,8 @@
 
 /// The disk service: every media entry of the registry that stands on a block storage device is a disk, with a
 /// description derived from it, its ancestors and the machine's volumes.
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A new session without callbacks; null on failure.
 [[nodiscard]] DASessionRef DASessionCreate(CFAllocatorRef allocator);
@@ -53,4 +55,5 @@ void DASessionUnscheduleFromRunLoop(const DASessionRef& session, const CFRunLoop
 [[nodiscard]] DADiskRef DADiskCreateFromVolumePath(CFAllocatorRef allocator, const DASessionRef& session,
                                                    const std::string& path);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A queue of blocks that run one after the other, in order of hand-over, never two at once.
 ///
@@ -34,4 +37,5 @@ inline void dispatch_async(const DispatchQueueRef& queue, std::function<void()> 
     queue->async(std::move(block));
 }
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/system/IOReturn.h"
 
 #include <cstdint>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A handle of the I/O registry: an entry or an iterator. Each operation that gives one gives a new one with a count of
 /// 1, to be given back with `IOObjectRelease`. A handle stays good until then, even when its entry leaves the registry.
@@ -19,4 +21,5 @@ using kern_return_t = IOReturn;
 inline constexpr io_object_t IO_OBJECT_NULL = 0;
 inline constexpr kern_return_t KERN_SUCCESS = 0;
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/system/CoreFoundation.h"
 #include "vantorel/system/IOObject.h"
 
@@ -13,7 +14,8 @@
 
 /// The I/O registry: one tree of entries, reached through counted handles. Operations keep the names and the order of
 /// arguments that they have on the platform. All of them may be called from any thread.
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 using IOOptionBits = std::uint32_t;
 using mach_port_t = std::uint32_t;
@@ -118,4 +120,5 @@ private:
     io_object_t object_ = IO_OBJECT_NULL;
 };
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

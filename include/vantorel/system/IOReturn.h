@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A status of the I/O registry, of a plug-in and of a drive's channel: 0 is success, every other value a failure.
 using IOReturn = std::int32_t;
@@ -45,4 +48,5 @@ inline constexpr IOReturn kIOReturnNotFound = detail::ioStatus(0x2F0);        //
 /// The code of this name; absent for any other text.
 [[nodiscard]] std::optional<IOReturn> ioReturnNamed(std::string_view name);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

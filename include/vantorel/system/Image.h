@@ -2,11 +2,13 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <string>
 #include <utility>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// An image in its least form: the bytes of an image file, for the host to draw, or no bytes at all.
 class Image {
@@ -27,4 +29,5 @@ private:
     Data bytes_;
 };
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

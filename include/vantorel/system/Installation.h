@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/system/Machine.h"
 
 #include <memory>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// Makes `newMachine` the computer that the library looks at, and takes up all it has to tell before returning, unless
 /// a disk session is scheduled already. A host calls it once, before it first uses the library; until then the machine
@@ -16,4 +18,5 @@ void install(std::unique_ptr<Machine> newMachine);
 /// The installed machine, or an empty one. Never null; shared so that a question outlives a replacement.
 [[nodiscard]] std::shared_ptr<Machine> machine();
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -3,10 +3,12 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 
 #include <stdexcept>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// An archive that cannot be read, or a value that cannot be archived. The text says what is wrong and in which object.
 class KeyedArchiveError : public std::runtime_error {
@@ -40,4 +42,5 @@ inline constexpr int deepestArchivedValue = 256;
 /// than a million values or to more than 64 MiB of text and data beyond its own size. May be called on any thread.
 [[nodiscard]] PropertyValue unarchiveObjectWithData(DataView archive);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

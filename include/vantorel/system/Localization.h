@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <map>
 #include <stdexcept>
@@ -9,7 +10,8 @@
 #include <string_view>
 
 /// The host's table of translations. The library's texts for a reader are looked up in it; nothing else is.
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// Texts by key.
 using Translations = std::map<std::string, std::string, std::less<>>;
@@ -35,4 +37,9 @@ void setTranslations(Translations translations);
 /// Reads that file and makes it the host's table. Throws `TranslationError`, then with the table as it was.
 void loadTranslations(const std::string& path);
 
-} // namespace vantorel::system
+/// How numbers are written in the library's texts: the process's locale, and with which version of ICU, such as "en_US",
+/// which needs none, or "de_DE, by ICU 72", or that there is no ICU for it. Any thread; loads ICU where it is needed.
+[[nodiscard]] std::string numberLocale();
+
+} // namespace system
+} // namespace vantorel

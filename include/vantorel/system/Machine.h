@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
 #include "vantorel/system/IOReturn.h"
 
@@ -19,7 +20,8 @@
 
 /// The seam between the library and the computer it looks at. Everything that differs from one computer to the next
 /// is asked of a `Machine`; the registry, the disk service and the plug-ins above it are the same for all of them.
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// One entry of the I/O registry in the plane "IOService", in the platform's own shape.
 struct RegistryEntry {
@@ -192,4 +194,5 @@ public:
     [[nodiscard]] virtual std::optional<DriveObstacle> whyNotOpened(std::uint64_t entry);
 };
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

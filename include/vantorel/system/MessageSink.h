@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <functional>
 #include <string_view>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// Takes one line of the library's own, without its line end. May be called from any thread, one call at a time. It may
 /// set another sink; a line that it causes itself goes to standard output.
@@ -17,4 +20,5 @@ void setMessageSink(MessageSink sink);
 /// Writes one line of the library's own, such as "Unable to retrieve disk info".
 void printMessage(std::string_view line);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

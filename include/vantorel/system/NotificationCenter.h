@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <any>
 #include <cstdint>
 #include <functional>
@@ -11,7 +13,8 @@
 #include <utility>
 #include <vector>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// What is posted: a name, and an object of any type or none.
 struct Notification {
@@ -48,4 +51,5 @@ private:
     std::map<std::string, std::vector<std::pair<Token, Observer>>, std::less<>> observers_;
 };
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/base/Uuid.h"
 #include "vantorel/layouts/PlugInTables.h"
 #include "vantorel/system/IORegistry.h"
@@ -16,7 +17,8 @@
 /// used after the end of its plug-in.
 ///
 /// A plug-in is used by one thread at a time; different ones by different threads.
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A handle of a plug-in's base interface; null is none.
 using PlugInHandle = const IOCFPlugInInterfaceStruct**;
@@ -62,4 +64,5 @@ kern_return_t IOCreatePlugInInterfaceForService(io_service_t service, const base
 /// when the handle cannot be used.
 kern_return_t IODestroyPlugInInterface(PlugInHandle interface);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string_view>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 class RunLoop;
 
@@ -42,4 +45,5 @@ void CFRunLoopPerformBlock(const CFRunLoopRef& runLoop, std::function<void()> bl
 /// waiting for more. Gives whether there was any.
 bool performPendingWork();
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

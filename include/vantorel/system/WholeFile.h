@@ -2,12 +2,14 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 
-namespace vantorel::system {
+namespace VANTOREL_PUBLIC vantorel {
+namespace system {
 
 /// A file that cannot be read; the text says why and leaves its name to the caller.
 class FileError : public std::runtime_error {
@@ -19,4 +21,5 @@ public:
 /// or cannot be read. Any thread.
 [[nodiscard]] Data readWholeFile(const std::string& path, std::size_t limit);
 
-} // namespace vantorel::system
+} // namespace system
+} // namespace vantorel

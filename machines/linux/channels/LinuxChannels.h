@@ -2,10 +2,10 @@
 #pragma once
 
 #include "DeviceNode.h"
+#include "vantorel/machines/linux/ThisComputer.h"
 #include "vantorel/system/Machine.h"
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,17 +13,6 @@
 #include <string>
 
 namespace vantorel::channels {
-
-/// How a USB bridge is spoken to, by its vendor, product and version (`bcdDevice`), in the words of the drive table's
-/// `-d`: "sat", "sat,12", "usbjmicron,x", "sntjmicron/sat", …. The empty text: it carries no commands. Absent: the
-/// bridge is not known.
-using UsbBridgeLookUp =
-    std::function<std::optional<std::string>(std::uint16_t vendor, std::uint16_t product, std::uint16_t version)>;
-
-struct ChannelOptions {
-    bool wake = false; ///< send commands to drives that sleep, too
-    UsbBridgeLookUp usbBridge;
-};
 
 class AtaDrive;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "XmlArchive.h"
 
-#include "vantorel/system/PropertyList.h"
+#include "system/propertylist/PropertyList.h"
 
 #include <optional>
 #include <utility>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/Bundle.h"
+#include "system/files/Bundle.h"
 
 #include "system/CallGate.h"
 #include "system/InstalledMachine.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/FileManager.h"
+#include "system/files/FileManager.h"
 
 #include "system/CallGate.h"
 #include "system/InstalledMachine.h"

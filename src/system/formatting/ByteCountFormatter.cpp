@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/ByteCountFormatter.h"
+#include "system/formatting/ByteCountFormatter.h"
 
 #include "DecimalText.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "system/propertylist/PropertyList.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/base/Unicode.h"
 #include "vantorel/system/Localization.h"
-#include "vantorel/system/PropertyList.h"
 #include "vantorel/system/WholeFile.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "vantorel/system/PropertyListLimits.h"
+#include "system/propertylist/PropertyListLimits.h"
 
 #include <cstddef>
 

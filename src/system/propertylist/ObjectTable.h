@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "system/propertylist/PropertyListLimits.h"
 #include "vantorel/base/PropertyValue.h"
-#include "vantorel/system/PropertyListLimits.h"
 
 #include <cstdint>
 #include <variant>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/PropertyList.h"
+#include "system/propertylist/PropertyList.h"
 
 #include "BinaryPropertyList.h"
 #include "XmlPropertyList.h"

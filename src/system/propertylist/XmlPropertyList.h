@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "system/propertylist/PropertyListLimits.h"
 #include "vantorel/base/Data.h"
 #include "vantorel/base/PropertyValue.h"
-#include "vantorel/system/PropertyListLimits.h"
 
 namespace vantorel::system {
 

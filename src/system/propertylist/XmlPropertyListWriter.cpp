@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "XmlWriter.h"
+#include "system/propertylist/PropertyList.h"
 #include "vantorel/base/Base64.h"
 #include "vantorel/base/Text.h"
-#include "vantorel/system/PropertyList.h"
 
 #include <cmath>
 #include <utility>

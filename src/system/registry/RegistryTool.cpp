@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/RegistryTool.h"
+#include "system/registry/RegistryTool.h"
 
 #include "CurrentProperties.h"
 #include "RegistryTree.h"
+#include "system/files/Process.h"
 #include "system/propertylist/XmlWriter.h"
-#include "vantorel/system/Process.h"
 
 #include <cstddef>
 #include <mutex>

@@ -3,8 +3,8 @@
 
 #include "LiveFixture.h"
 #include "SampleComputer.h"
-#include "host/views/DiskTree.h"
-#include "host/views/DiskUse.h"
+#include "documents/DiskTree.h"
+#include "documents/DiskUse.h"
 #include "machines/linux/NameUuid.h"
 #include "vantorel/disks/CoreStorage.h"
 #include "vantorel/disks/DiskImage.h"
@@ -252,22 +252,22 @@ TEST_F(LinuxMachineTest, WhatLiesStraightOnAWholeDiskIsShownThere)
     look();
 
     std::string tree;
-    for (const host::DiskNode& node : host::diskTree(Vantorel::shared())) {
+    for (const DiskNode& node : diskTree(Vantorel::shared())) {
         tree += *node.disk->bsdName() + (node.raidSet ? " in " + *node.raidSet->bsdName() : "") + "(";
-        for (const host::DiskNode& child : node.children)
+        for (const DiskNode& child : node.children)
             tree += *child.disk->bsdName();
         tree += ") ";
     }
     EXPECT_EQ(tree, "vda() vdb in md0() vdc(dm-0) vdd() md0(dm-1) ");
-    const auto volume = host::volumeOn(*tracked<Drive>("vda"));
+    const auto volume = volumeOn(*tracked<Drive>("vda"));
     ASSERT_TRUE(volume);
     EXPECT_EQ(volume->mountPoint(), "/");
     EXPECT_GT(volume->freeSpace(), 0);
     EXPECT_EQ(volume->volumeName(), "root");
-    EXPECT_EQ(host::fileSystemOn(*tracked<Drive>("vda")), "ext4");
-    EXPECT_FALSE(host::volumeOn(*tracked<Drive>("vdb")));
+    EXPECT_EQ(fileSystemOn(*tracked<Drive>("vda")), "ext4");
+    EXPECT_FALSE(volumeOn(*tracked<Drive>("vdb")));
     EXPECT_FALSE(tracked<Volume>("vda")) << "no list has it: the drive is the disk of that name";
-    EXPECT_EQ(host::setStatusOf(*tracked<RaidStorage>("md0")), "Online");
+    EXPECT_EQ(setStatusOf(*tracked<RaidStorage>("md0")), "Online");
 }
 
 TEST_F(LinuxMachineTest, FilesThatAreOddAreNoMoreThanMissing)

@@ -2,7 +2,7 @@
 #include "vantorel/system/KeyedArchiver.h"
 
 #include "system/propertylist/BinaryPropertyList.h"
-#include "vantorel/system/PropertyList.h"
+#include "system/propertylist/PropertyList.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

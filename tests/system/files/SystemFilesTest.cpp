@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/TestMachine.h"
 #include "system/CallGate.h"
-#include "vantorel/system/Bundle.h"
-#include "vantorel/system/FileManager.h"
+#include "system/files/Bundle.h"
+#include "system/files/FileManager.h"
 #include "vantorel/system/MessageSink.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/ByteCountFormatter.h"
+#include "system/formatting/ByteCountFormatter.h"
 
-#include "vantorel/system/NumberFormatter.h"
+#include "system/formatting/NumberFormatter.h"
 
 #include <gtest/gtest.h>
 

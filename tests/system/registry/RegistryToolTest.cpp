@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "vantorel/system/RegistryTool.h"
+#include "system/registry/RegistryTool.h"
 
-#include "machines/recorded/Loading.h"
-#include "machines/recorded/RecordedMachine.h"
 #include "machines/recorded/RegistryListing.h"
 #include "support/DiskTree.h"
-#include "vantorel/system/Process.h"
-#include "vantorel/system/PropertyList.h"
+#include "system/files/Process.h"
+#include "system/propertylist/PropertyList.h"
+#include "vantorel/machines/recorded/Loading.h"
+#include "vantorel/machines/recorded/RecordedMachine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

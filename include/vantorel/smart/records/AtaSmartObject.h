@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/Data.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/SmartEnumerations.h"
 
 #include <cstdint>
@@ -9,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// The identity of an ATA drive. Offline results know the model alone; the other two are then empty.
 struct ATADeviceInfo {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vantorel/base/PropertyValue.h"
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/SmartObject.h"
 
 #include <optional>
@@ -12,7 +13,7 @@
 /// The JSON form of the records. A record is one object whose keys are the names of its fields, in their order;
 /// byte buffers are Base64 texts (RFC 4648, no line breaks), enumerations their raw texts, numbers plain integers.
 /// An absent optional field is left out.
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A JSON text that is no such record. `what()` names the place, the record's type and the fault:
 /// `smartValues[2].id (ATASmartValue): 256 does not fit 0 to 255`.

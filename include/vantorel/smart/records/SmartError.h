@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
+
 #include <exception>
 #include <string>
 #include <utility>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// Why a drive could not be read: a text for a reader, which is all there is to it. There are no codes.
 class SmartError : public std::exception {

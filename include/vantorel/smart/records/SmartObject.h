@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "vantorel/base/Public.h"
 #include "vantorel/smart/records/AtaSmartObject.h"
 #include "vantorel/smart/records/NvmeSmartObject.h"
 
 #include <utility>
 #include <variant>
 
-namespace vantorel {
+namespace VANTOREL_PUBLIC vantorel {
 
 /// A health result of either kind: an `ATASmartObject` or an `NVMeSmartObject`, held by value.
 class SmartObject {

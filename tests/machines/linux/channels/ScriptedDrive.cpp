@@ -50,16 +50,25 @@ void put(UMockdevIoctlData* from, std::size_t offset, const Data& bytes)
 
 } // namespace
 
-ScriptedDrive::ScriptedDrive(const std::string& name, const std::string& deviceLines, const std::string& nodeLines)
-    : bed_(umockdev_testbed_new()), driver_(umockdev_ioctl_base_new())
+ScriptedDrive::ScriptedDrive(const std::string& name, const std::string& deviceLines, const std::string& nodeLines,
+                             const ScriptedDrive* beside)
+    : bed_(beside ? UMOCKDEV_TESTBED(g_object_ref(beside->bed_)) : umockdev_testbed_new()),
+      driver_(umockdev_ioctl_base_new())
 {
-    const std::string device = "/devices/host0/target0/0:0:0:0";
-    const bool isController = name.starts_with("nvme");
-    const std::string place = device + (isController ? "/nvme/" : "/block/") + name;
-    const std::string record = "P: " + device + "\nE: SUBSYSTEM=scsi\n" + deviceLines + "\nP: " + place +
-                               "\nN: " + name + "\nE: SUBSYSTEM=" + (isController ? "nvme" : "block") +
-                               "\nE: DEVNAME=/dev/" + name + "\nA: dev=8:16\\n\nL: device=../../../0:0:0:0\n" +
-                               nodeLines + "\n";
+    const bool isNvme = name.starts_with("nvme");
+    const bool isController = isNvme && name.rfind('n') == 0;
+    const int port = isNvme ? 0 : name.back() - 'a';
+    const std::string address = std::to_string(port) + ":0:0:0";
+    const std::string device = isNvme ? "/devices/nvme/nvme0" : "/devices/ata1/host0/target0/" + address;
+    const std::string place = isController ? device : device + (isNvme ? "/" : "/block/") + name;
+    const std::string minor = std::to_string(16 * port);
+    std::string record;
+    if (!isController)
+        record = "P: " + device + "\nE: SUBSYSTEM=" + (isNvme ? "nvme" : "scsi") + "\n" + deviceLines + "\n";
+    record += "P: " + place + "\nN: " + name + "\nE: SUBSYSTEM=" + (isController ? "nvme" : "block") +
+              "\nE: DEVNAME=/dev/" + name + "\nE: DEVTYPE=disk\nE: MAJOR=8\nE: MINOR=" + minor +
+              "\nE: DISKSEQ=" + std::to_string(diskSequence) + "\nA: size=4096\\n\nA: dev=8:" + minor +
+              "\\n\nL: device=" + (isNvme ? "../../nvme0" : "../../../" + address) + "\n" + nodeLines + "\n";
     if (!umockdev_testbed_add_from_string(bed_, record.c_str(), nullptr))
         throw std::runtime_error("umockdev does not take the record:\n" + record);
     g_signal_connect(driver_, "handle-ioctl", G_CALLBACK(handle), this); // NOLINT
@@ -168,7 +177,7 @@ void ScriptedDrive::answerScsi(UMockdevIoctlClient* client)
     header.sb_len_wr = static_cast<unsigned char>(reply->sense.size());
     header.resid = static_cast<int>(header.dxfer_len - reply->data.size());
     update(arg, &header, sizeof header);
-    umockdev_ioctl_client_complete(client, 0, 0);
+    end(client, *reply, 0);
 }
 
 void ScriptedDrive::answerNvme(UMockdevIoctlClient* client)
@@ -187,7 +196,32 @@ void ScriptedDrive::answerNvme(UMockdevIoctlClient* client)
         return;
     }
     put(arg, offsetof(nvme_admin_cmd, addr), reply->data);
-    umockdev_ioctl_client_complete(client, reply->nvmeStatus, 0);
+    end(client, *reply, reply->nvmeStatus);
+}
+
+void ScriptedDrive::end(UMockdevIoctlClient* client, const Reply& reply, int result)
+{
+    if (!reply.hangs) {
+        umockdev_ioctl_client_complete(client, result, 0);
+        return;
+    }
+    // Only this thread may end it; so it looks every now and then.
+    hanging_ = UMOCKDEV_IOCTL_CLIENT(g_object_ref(client));
+    GSource* const look = g_timeout_source_new(5);
+    g_source_set_callback(look, endHanging, this, nullptr);
+    g_source_attach(look, g_main_context_get_thread_default());
+    g_source_unref(look);
+}
+
+gboolean ScriptedDrive::endHanging(gpointer self)
+{
+    auto& drive = *static_cast<ScriptedDrive*>(self);
+    if (!drive.isLetGo_)
+        return G_SOURCE_CONTINUE;
+    UMockdevIoctlClient* const client = drive.hanging_.exchange(nullptr);
+    umockdev_ioctl_client_complete(client, 0, 0);
+    g_object_unref(client);
+    return G_SOURCE_REMOVE;
 }
 
 Data bytesOf(std::string_view hexadecimal)

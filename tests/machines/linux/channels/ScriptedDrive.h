@@ -6,6 +6,7 @@
 
 #include <umockdev.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,6 +22,7 @@ struct Reply {
     unsigned host = 0; ///< how the host adapter saw it end
     unsigned scsiStatus = 0;
     int nvmeStatus = 0;
+    bool hangs = false; ///< and comes only when the drive is let go
 };
 
 /// One command that is expected, and what comes of it. A SCSI command is its block in hexadecimal, behind which stand,
@@ -31,13 +33,15 @@ struct Exchange {
     Reply reply;
 };
 
-/// A node of a machine of umockdev, whose driver expects commands in one order and no others.
+/// A node of a machine of umockdev, whose driver expects commands in one order and no others: a SATA disk as libata
+/// shows it, a namespace of an NVMe controller, or a controller.
 class ScriptedDrive {
 public:
     /// Makes the node, such as "sda", with these lines of its record and of its device's, as umockdev has them:
-    /// "A: vendor=ATA\n". Commands other than the expected ones fail, and fail the test.
+    /// "A: vendor=ATA\n". Commands other than the expected ones fail, and fail the test. `beside` has the machine to
+    /// which it is added, and outlives it; otherwise it has one of its own.
     explicit ScriptedDrive(const std::string& name, const std::string& deviceLines = "",
-                           const std::string& nodeLines = "");
+                           const std::string& nodeLines = "", const ScriptedDrive* beside = nullptr);
     ScriptedDrive(const ScriptedDrive&) = delete;
     ScriptedDrive& operator=(const ScriptedDrive&) = delete;
     ~ScriptedDrive();
@@ -50,13 +54,19 @@ public:
     void finish();
     [[nodiscard]] std::string file() const; ///< what stands for the node
 
+    /// Whether a command hangs, and what ends it.
+    [[nodiscard]] bool isHanging() const { return hanging_ != nullptr; }
+    void letGo() { isLetGo_ = true; }
+
     /// Milliseconds that the last command was given.
     [[nodiscard]] unsigned timeout() const { return timeout_; }
     [[nodiscard]] UMockdevTestbed* bed() const { return bed_; }
 
 private:
     static gboolean handle(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static gboolean endHanging(gpointer self);
     const Reply* next(const std::string& command);
+    void end(UMockdevIoctlClient* client, const Reply& reply, int result);
     void answerScsi(UMockdevIoctlClient* client);
     void answerNvme(UMockdevIoctlClient* client);
 
@@ -66,6 +76,8 @@ private:
     std::size_t done_ = 0;
     std::vector<std::string> unexpected_;
     unsigned timeout_ = 0;
+    std::atomic<UMockdevIoctlClient*> hanging_ = nullptr;
+    std::atomic<bool> isLetGo_ = false;
 };
 
 /// Bytes from text such as "85 06 20"; blanks are passed over.
