@@ -76,6 +76,19 @@ std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents 
     return std::make_unique<recorded::RecordedMachine>(std::move(recording), playback);
 }
 
+void start(std::unique_ptr<system::Machine> machine)
+{
+    system::setMessageSink([](std::string_view line) { tell(line); });
+    system::install(std::move(machine));
+    static_cast<void>(Vantorel::shared());
+}
+
+void letDisksArrive()
+{
+    while (system::performPendingWork()) {
+    }
+}
+
 } // namespace
 
 void addMachineOptions(CLI::App& app)
@@ -96,7 +109,7 @@ ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     const auto* const option = app.get_option(machineOption);
     if (isThisComputer(app))
-        return {thisComputer(app.get_option(wakeOption)->count() > 0), "this computer"};
+        return {thisComputer(app.get_option(wakeOption)->count() > 0), thisComputerName};
     ChosenMachine chosen{nullptr, option->as<std::string>()};
     chosen.machine = recordedMachine(chosen.path, laterEvents);
     return chosen;
@@ -104,19 +117,22 @@ ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
 {
-    system::setMessageSink([](std::string_view line) { tell(line); });
     ChosenMachine chosen = chosenMachine(app, laterEvents);
-    system::install(std::move(chosen.machine));
-    static_cast<void>(Vantorel::shared());
+    start(std::move(chosen.machine));
     return std::move(chosen.path);
 }
 
 std::string loadMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     std::string path = startMachine(app, laterEvents);
-    while (system::performPendingWork()) {
-    }
+    letDisksArrive();
     return path;
+}
+
+void loadReportedMachine(const std::string& report)
+{
+    start(std::make_unique<recorded::RecordedMachine>(loadRecordingOrReport(report), recorded::Playback::byHand));
+    letDisksArrive();
 }
 
 } // namespace vantorel::host

@@ -13,6 +13,7 @@
 #include <span>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace vantorel::host {
 
@@ -52,6 +53,12 @@ std::string platformUuid(std::span<const system::RegistryEntry> entries)
 }
 
 using Devices = std::map<std::string, recorded::DeviceIdentity, std::less<>>;
+
+std::string machineIdOf(const std::vector<system::RegistryEntry>& entries)
+{
+    const auto platform = std::ranges::find(entries, "IOPlatformExpertDevice", &system::RegistryEntry::className);
+    return platform == entries.end() ? "" : platform->properties.get<std::string>("IOPlatformUUID").value_or("");
+}
 
 /// `isListed`: whether `devices` tells of every drive.
 ReportedDrive::Smart smartOf(const ReportedDrive& drive, bool isListed)
@@ -114,6 +121,7 @@ ReportFile openReport(const std::string& path)
             report.entries = entries.size();
             report.machine = platformUuid(entries);
             devices = recorded::deviceIdentities(entries);
+            report.machineId = machineIdOf(entries);
         }
     } catch (const ReportError& error) {
         report.listingFault = error.what();
