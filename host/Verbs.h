@@ -13,6 +13,7 @@ void addErrors(CLI::App& app, int& status);
 void addCompress(CLI::App& app, int& status);
 void addDiff(CLI::App& app, int& status);
 void addExpand(CLI::App& app, int& status);
+void addHelp(CLI::App& app, int& status);
 void addHistory(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
 void addMetrics(CLI::App& app, int& status);

@@ -83,8 +83,12 @@ void addWatch(CLI::App& app, int& /*status*/)
     CLI::App* const verb =
         app.add_subcommand("watch", "Tell of every disk that arrives, changes or goes; those already there first");
     const auto arguments = std::make_shared<WatchArguments>();
-    verb->add_option("--for", arguments->seconds, "End after this many seconds")->check(secondsFrom(0));
-    verb->add_option("--count", arguments->count, "End after this many events")->check(CLI::PositiveNumber);
+    verb->add_option("--for", arguments->seconds, "End after this many seconds")
+        ->type_name("SECONDS")
+        ->check(secondsFrom(0));
+    verb->add_option("--count", arguments->count, "End after this many events")
+        ->type_name("COUNT")
+        ->check(CLI::PositiveNumber);
     verb->add_flag("--json", arguments->json, "Print one JSON document a line");
     verb->callback([&app, arguments] { watch(app, *arguments); });
 }
