@@ -4,8 +4,9 @@ include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vantorel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/samples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel/samples)
-install(FILES LICENSE NOTICE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs FILES_MATCHING PATTERN "*.md")
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/vantorel)
+install(FILES LICENSE NOTICE README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel FILES_MATCHING PATTERN *.json)
 
 # The parts are components of the package. A shared library is all of them.

@@ -7,6 +7,7 @@
 #include "host/console/Output.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/smart/Version.h"
+#include "vantorel/system/Localization.h"
 
 #include <fmt/format.h>
 
@@ -30,6 +31,7 @@ std::string versionText()
     std::string text = fmt::format("vantorel {}", reinterpret_cast<const char*>(VantorelVersionString));
     for (const DriveTable& table : {std::cref(builtInDriveTable()), std::cref(recentDriveTable())})
         text += fmt::format("\ndrive table: {}, revision {}", table.name, table.revision);
+    text += "\nnumbers: " + system::numberLocale();
     return text;
 }
 

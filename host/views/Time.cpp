@@ -25,7 +25,10 @@ std::string localMoment(std::int64_t milliseconds)
 
 std::string localTime()
 {
-    return fmt::format("{:%H:%M:%S}", fmt::localtime(std::time(nullptr)));
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return fmt::format("{:%H:%M:%S}", local);
 }
 
 void pumpEvents(std::optional<double> seconds, const std::function<bool()>& isDone)
