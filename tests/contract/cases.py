@@ -32,6 +32,9 @@ CASES = [
     ("history-show", "history show --json --db {missing}"),
     ("history-acknowledge", "history acknowledge --json WD-WCAPW0TOWER1 hdd.pending.high --db {history.db}"),
     ("history-acknowledge", "history acknowledge --json WD-WCAPW0TOWER1 heat.high --db {history.db}"),
+    ("watch-health", "watch --health --json --interval 1s --for 2.5 --machine {ward} --db {watched.db}"),
+    ("watch-health", "watch --health --json --for 0.5 --machine {tower} --db {watched.db}"),
+    ("watch-health", "watch --health --json --for 0.5 --machine {worn} --db {watched.db}"),
     ("smart", "check --json --machine {worn} --db {history.db}"),
     ("history-show", "history show --json disk1 --machine {tower} --db {history.db}"),
     ("history-acknowledge", "history acknowledge --json --withdraw disk1 hdd.pending.high --machine {tower} --db {history.db}"),
@@ -66,7 +69,7 @@ CASES = [
 ]
 
 # What prints any number of documents.
-STREAMS = ("watch", "stats")
+STREAMS = ("watch", "stats", "watch-health")
 
 # Documents that are files and no output.
 FILES = [
@@ -77,6 +80,8 @@ FILES = [
 # The keys that no run above can show, and why.
 UNSEEN = {
     "smart.json#/$defs/drive remedy": "only this computer knows one",
+    "watch-health.json# comparedTo": "tests/host/service.py shows it",
+    "watch-health.json# remedy": "only this computer knows one",
     "history-show.json#/$defs/drive/properties/growths/items machine": "no sample tells its machine",
     "history-show.json#/$defs/reading machine": "no sample tells its machine",
     "machine.json#/$defs/drive/properties/nvme comment": "as that of ata",
