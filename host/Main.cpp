@@ -40,11 +40,22 @@ struct Verb {
 
 // In the order of the help text.
 constexpr Verb verbs[] = {
-    {"check", host::addCheck},          {"decode", host::addDecode},   {"db", host::addDatabase},
-    {"compress", host::addCompress},    {"expand", host::addExpand},   {"list", host::addList},
-    {"smart", host::addSmart},          {"errors", host::addErrors},   {"watch", host::addWatch},
-    {"stats", host::addStats},          {"metrics", host::addMetrics}, {"report", host::addReport},
-    {"record", host::addRecord},        {"show", host::addShow},       {"diff", host::addDiff},
+    {"check", host::addCheck},
+    {"decode", host::addDecode},
+    {"db", host::addDatabase},
+    {"compress", host::addCompress},
+    {"expand", host::addExpand},
+    {"list", host::addList},
+    {"smart", host::addSmart},
+    {"errors", host::addErrors},
+    {"watch", host::addWatch},
+    {"stats", host::addStats},
+    {"metrics", host::addMetrics},
+    {"report", host::addReport},
+    {"record", host::addRecord},
+    {"show", host::addShow},
+    {"diff", host::addDiff},
+    {"fleet", host::addFleet},
     {"machine", host::addMachineCheck},
 };
 
@@ -92,7 +103,7 @@ int run(int argc, char** argv)
 bool wantsJson(int argc, char** argv)
 {
     return std::any_of(argv + 1, argv + argc, [](std::string_view argument) {
-        return argument == "--json" || argument.starts_with("--json=");
+        return argument == "--json" || argument == "--ndjson" || argument.starts_with("--json=");
     });
 }
 
