@@ -4,8 +4,9 @@ include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vantorel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/samples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel/samples)
-install(FILES LICENSE NOTICE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs FILES_MATCHING PATTERN "*.md")
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/vantorel)
+install(FILES LICENSE NOTICE README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents})
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/vantorel FILES_MATCHING PATTERN *.json)
 
 # The parts are components of the package. A shared library is all of them.
@@ -40,3 +41,14 @@ endif()
 file(RELATIVE_PATH VANTOREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/vantorel.pc.in ${PROJECT_BINARY_DIR}/vantorel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vantorel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# `cpack --config CPackConfig.cmake` packs the same as a .tar.gz, for systems without packages of ours.
+if(PROJECT_IS_TOP_LEVEL)
+    set(CPACK_GENERATOR TGZ)
+    set(CPACK_PACKAGE_NAME vantorel)
+    set(CPACK_PACKAGE_VENDOR "The Vantorel authors")
+    set(CPACK_PACKAGE_FILE_NAME vantorel-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR})
+    set(CPACK_STRIP_FILES ON)
+    set(CPACK_VERBATIM_VARIABLES ON)
+    include(CPack)
+endif()

@@ -7,6 +7,7 @@
 #include "host/console/Output.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/smart/Version.h"
+#include "vantorel/system/Localization.h"
 
 #include <fmt/format.h>
 
@@ -30,6 +31,7 @@ std::string versionText()
     std::string text = fmt::format("vantorel {}", reinterpret_cast<const char*>(VantorelVersionString));
     for (const DriveTable& table : {std::cref(builtInDriveTable()), std::cref(recentDriveTable())})
         text += fmt::format("\ndrive table: {}, revision {}", table.name, table.revision);
+    text += "\nnumbers: " + system::numberLocale();
     return text;
 }
 
@@ -40,23 +42,12 @@ struct Verb {
 
 // In the order of the help text.
 constexpr Verb verbs[] = {
-    {"check", host::addCheck},
-    {"decode", host::addDecode},
-    {"db", host::addDatabase},
-    {"compress", host::addCompress},
-    {"expand", host::addExpand},
-    {"list", host::addList},
-    {"smart", host::addSmart},
-    {"errors", host::addErrors},
-    {"watch", host::addWatch},
-    {"stats", host::addStats},
-    {"metrics", host::addMetrics},
-    {"report", host::addReport},
-    {"record", host::addRecord},
-    {"show", host::addShow},
-    {"diff", host::addDiff},
-    {"fleet", host::addFleet},
-    {"machine", host::addMachineCheck},
+    {"check", host::addCheck},       {"decode", host::addDecode}, {"db", host::addDatabase},
+    {"compress", host::addCompress}, {"expand", host::addExpand}, {"list", host::addList},
+    {"smart", host::addSmart},       {"errors", host::addErrors}, {"watch", host::addWatch},
+    {"history", host::addHistory},   {"stats", host::addStats},   {"metrics", host::addMetrics},
+    {"report", host::addReport},     {"record", host::addRecord}, {"show", host::addShow},
+    {"diff", host::addDiff},         {"fleet", host::addFleet},   {"machine", host::addMachineCheck},
 };
 
 /// Adds the verbs that stand among the arguments, as making all of them takes a third of a millisecond; all of them

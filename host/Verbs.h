@@ -14,6 +14,7 @@ void addCompress(CLI::App& app, int& status);
 void addFleet(CLI::App& app, int& status);
 void addDiff(CLI::App& app, int& status);
 void addExpand(CLI::App& app, int& status);
+void addHistory(CLI::App& app, int& status);
 void addList(CLI::App& app, int& status);
 void addMetrics(CLI::App& app, int& status);
 void addRecord(CLI::App& app, int& status);

@@ -2,8 +2,7 @@
 #include "MachineChoice.h"
 
 #include "host/console/Output.h"
-#include "host/files/ReportFile.h"
-#include "vantorel/ata/DriveTables.h"
+#include "host/opening/MachineOpening.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/machines/linux/ThisComputer.h"
 #include "vantorel/machines/recorded/RecordedMachine.h"
@@ -15,7 +14,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -78,23 +76,18 @@ std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents 
     return std::make_unique<recorded::RecordedMachine>(std::move(recording), playback);
 }
 
-#ifdef VANTOREL_LINUX_MACHINE
-std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
+void start(std::unique_ptr<system::Machine> machine)
 {
-    channels::ChannelOptions options;
-    options.wake = wakesDrives;
-    options.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
-        const auto bridge = usbBridge(vendor, product, version);
-        return bridge ? std::optional<std::string>(bridge->type) : std::nullopt;
-    };
-    return machines::thisComputer(std::move(options));
+    system::setMessageSink([](std::string_view line) { tell(line); });
+    system::install(std::move(machine));
+    static_cast<void>(Vantorel::shared());
 }
-#else
-std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)
+
+void letDisksArrive()
 {
-    throw CommandError("this computer", "cannot be read by this build; name a machine, such as --machine sample:tower");
+    while (system::performPendingWork()) {
+    }
 }
-#endif
 
 } // namespace
 
@@ -107,11 +100,16 @@ void addMachineOptions(CLI::App& app)
     app.add_flag(wakeOption)->description("Read drives that sleep, too, which wakes them")->excludes(path);
 }
 
+bool isThisComputer(const CLI::App& app)
+{
+    return app.get_option(machineOption)->count() == 0;
+}
+
 ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     const auto* const option = app.get_option(machineOption);
-    if (option->count() == 0)
-        return {thisComputer(app.get_option(wakeOption)->count() > 0), "this computer"};
+    if (isThisComputer(app))
+        return {thisComputer(app.get_option(wakeOption)->count() > 0), thisComputerName};
     ChosenMachine chosen{nullptr, option->as<std::string>()};
     chosen.machine = recordedMachine(chosen.path, laterEvents);
     return chosen;
@@ -119,19 +117,22 @@ ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
 {
-    system::setMessageSink([](std::string_view line) { tell(line); });
     ChosenMachine chosen = chosenMachine(app, laterEvents);
-    system::install(std::move(chosen.machine));
-    static_cast<void>(Vantorel::shared());
+    start(std::move(chosen.machine));
     return std::move(chosen.path);
 }
 
 std::string loadMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     std::string path = startMachine(app, laterEvents);
-    while (system::performPendingWork()) {
-    }
+    letDisksArrive();
     return path;
+}
+
+void loadReportedMachine(const std::string& report)
+{
+    start(std::make_unique<recorded::RecordedMachine>(loadRecordingOrReport(report), recorded::Playback::byHand));
+    letDisksArrive();
 }
 
 } // namespace vantorel::host

@@ -16,6 +16,9 @@ enum class LaterEvents { happen, stayOut };
 /// Adds `--machine PATH` and `--wake`, for every verb that looks at a machine.
 void addMachineOptions(CLI::App& app);
 
+/// What this computer is called in messages.
+inline constexpr const char* thisComputerName = "this computer";
+
 /// A machine and what it is called in messages: its path, or "this computer".
 struct ChosenMachine {
     std::unique_ptr<system::Machine> machine;
@@ -26,11 +29,18 @@ struct ChosenMachine {
 /// that cannot be loaded; faults that were passed over are told on standard error.
 [[nodiscard]] ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents);
 
+/// Whether no other machine was named.
+[[nodiscard]] bool isThisComputer(const CLI::App& app);
+
 /// Installs the machine that was chosen and starts the registry. The library's
 /// own lines go to standard error from now on. Gives the machine's path, or "this computer". Throws as `chosenMachine`.
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents);
 
 /// `startMachine`; every disk that is there has arrived when it returns.
 std::string loadMachine(const CLI::App& app, LaterEvents laterEvents = LaterEvents::stayOut);
+
+/// The same with the machine as it stood when a report was made. Throws `CommandError` for a report that has no machine
+/// in it.
+void loadReportedMachine(const std::string& report);
 
 } // namespace vantorel::host

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "host/opening/MachineOpening.h"
 #include "machines/recorded/DeviceIdentity.h"
 #include "vantorel/health/JudgedReading.h"
 #include "vantorel/machines/recorded/Recording.h"
@@ -40,31 +41,22 @@ struct ReportedDrive {
 
 [[nodiscard]] std::string_view rawValue(ReportedDrive::Smart smart);
 
-/// Whether what is stored of a drive is of the NVMe kind.
-[[nodiscard]] bool isNvme(const ReportDrive& drive);
-
-/// The volume as recorded machines hold it; absent when it does not tell its disk.
-[[nodiscard]] std::optional<recorded::RecordedVolume> recordedVolume(const ReportVolume& volume);
-
 /// A report that was opened.
 struct ReportFile {
     std::string path;
     std::optional<std::string> version; ///< of the library that made it
     ReportOrigin origin;
+    std::string machine; ///< its platform's UUID by the listing; empty when that does not tell it
     std::vector<std::string> unknownKeys;
     std::vector<ReportedDrive> drives;
     std::vector<ReportVolume> volumes;
     Data listing;             ///< the registry listing, expanded; empty when there is none
     std::size_t entries = 0;  ///< registry entries in the listing
+    std::string machineId;    ///< what the platform calls the machine (IOPlatformUUID); empty when it is not told
     std::string listingFault; ///< why the listing cannot be used
 };
 
 /// Opens a report. Throws `CommandError` for a file that is none; a listing that cannot be used is told in the result.
 [[nodiscard]] ReportFile openReport(const std::string& path);
-
-/// The recorded machine at a path: a recording, or the machine as it stood when a report was made. A report is told by
-/// what is in it, whatever its name; a file named "….vantorel" is to be one. Throws `RecordingError`, and
-/// `CommandError` for a report that cannot be read or has no listing of the registry.
-[[nodiscard]] recorded::Recording loadRecordingOrReport(const std::string& path);
 
 } // namespace vantorel::host

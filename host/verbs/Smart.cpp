@@ -3,9 +3,13 @@
 #include "documents/Documents.h"
 #include "documents/Status.h"
 #include "host/Verbs.h"
+#include "host/choice/HistoryChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
+#include "host/files/OutputFile.h"
 #include "host/health/DriveReadings.h"
+#include "host/page/OutcomePage.h"
+#include "host/page/Page.h"
 #include "host/views/OutcomeView.h"
 
 #include <memory>
@@ -21,15 +25,21 @@ struct SmartArguments {
     bool json = false;
     bool raw = false;
     bool brief = false;
+    bool html = false;
+    std::string output = "-";
+    std::string history;
 };
 
 /// Tells on standard error of the drives that ought to have been read and were not.
 int smart(const CLI::App& app, const SmartArguments& arguments)
 {
     const std::string path = loadMachine(app);
-    const std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
+    std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
+    judgeBesideHistory(outcomes, arguments.history, isThisComputer(app));
     complainOfFaults(outcomes);
-    if (arguments.json) {
+    if (arguments.html) {
+        writeText(arguments.output, pageText(outcomePage(path, outcomes)));
+    } else if (arguments.json) {
         print(healthDocument(path, outcomes, arguments.raw));
     } else if (outcomes.empty()) {
         print("No drives.\n");
@@ -47,6 +57,7 @@ CLI::Option* addNames(CLI::App& verb, SmartArguments& arguments)
     verb.add_option("DISK", arguments.names, "Drives by device name or serial number; all of them unless named");
     auto* const json = verb.add_flag("--json", arguments.json, "Print as JSON");
     verb.add_flag("--raw", arguments.raw, "With the raw bytes of every drive")->needs(json);
+    addHistoryOption(verb, arguments.history);
     return json;
 }
 
@@ -71,7 +82,11 @@ void addCheck(CLI::App& app, int& status)
     CLI::App* const verb = app.add_subcommand("check", "Which drives need a hand, and why: a line a drive");
     const auto arguments = std::make_shared<SmartArguments>();
     arguments->brief = true;
-    addNames(*verb, *arguments);
+    auto* const json = addNames(*verb, *arguments);
+    auto* const html = verb->add_flag("--html", arguments->html, "Make a page of it, with every value")->excludes(json);
+    verb->add_option("-o,--output", arguments->output, "The file to write; - for standard output")
+        ->needs(html)
+        ->capture_default_str();
     verb->callback([&app, arguments, &status] { status = smart(app, *arguments); });
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Time.h"
 
+#include "documents/Documents.h"
 #include "vantorel/system/RunLoop.h"
 
 #include <fmt/chrono.h>
@@ -9,14 +10,25 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <string_view>
 
 #include <poll.h>
 
 namespace vantorel::host {
 
+std::string localMoment(std::int64_t milliseconds)
+{
+    return utcTime(milliseconds).empty()
+               ? std::string()
+               : fmt::format("{:%Y-%m-%d %H:%M}", fmt::localtime(static_cast<std::time_t>(milliseconds / 1000)));
+}
+
 std::string localTime()
 {
-    return fmt::format("{:%H:%M:%S}", fmt::localtime(std::time(nullptr)));
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return fmt::format("{:%H:%M:%S}", local);
 }
 
 void pumpEvents(std::optional<double> seconds, const std::function<bool()>& isDone)

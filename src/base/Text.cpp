@@ -2,9 +2,13 @@
 #include "vantorel/base/Text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+
+#include <locale.h>
 
 namespace vantorel::base {
 
@@ -121,6 +125,29 @@ std::string toUtf8(std::string_view bytes)
         bytes.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return text;
+}
+
+std::optional<double> realFrom(std::string_view text)
+{
+    if (text.find('(') != std::string_view::npos) // what may stand behind "nan"
+        return std::nullopt;
+#ifdef VANTOREL_HAS_REAL_FROM_CHARS
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+#else
+    // `strtod` takes white space and "+" before a number, and hexadecimal digits.
+    if (text.empty() || text.find_first_of(" \t\n\v\f\r+") == 0 || text.find_first_of("xX") != std::string_view::npos)
+        return std::nullopt;
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    const std::string copy(text);
+    char* stop = nullptr;
+    errno = 0;
+    const double value = strtod_l(copy.c_str(), &stop, plain);
+    const bool isBeyond = errno == ERANGE && (value == 0 || std::isinf(value));
+    return stop == copy.c_str() + copy.size() && !isBeyond ? std::optional(value) : std::nullopt;
+#endif
 }
 
 std::string shortestDecimal(double value)

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <string_view>
 
 namespace vantorel {
 
@@ -42,6 +43,8 @@ std::string driveJson(const DriveOutcome& outcome, bool raw)
     object.put("status", Json(outcome.status()));
     object.put("state", Json(rawValue(outcome.kind)));
     if (outcome.judged) {
+        if (outcome.comparedTo)
+            object.put("comparedTo", Json(utcTime(*outcome.comparedTo)));
         putHealth(object, *outcome.judged, raw);
     } else {
         object.put("error", Json(outcome.error));
@@ -87,15 +90,34 @@ std::string eventDocument(const Disk& disk, DiskEvent event)
 std::string utcTime()
 {
     using namespace std::chrono;
-    const auto now = floor<milliseconds>(system_clock::now());
-    const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
+    return utcTime(floor<milliseconds>(system_clock::now()).time_since_epoch().count());
+}
+
+std::string utcTime(std::int64_t milliseconds)
+{
+    constexpr std::int64_t year10000 = 253'402'300'800'000;
+    if (milliseconds < 0 || milliseconds >= year10000)
+        return {};
+    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
     std::tm parts{};
     gmtime_r(&seconds, &parts);
     std::array<char, 64> text{};
     const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    const auto thousandths = static_cast<int>(now.time_since_epoch().count() % 1000);
-    std::snprintf(text.data() + length, text.size() - length, ".%03dZ", thousandths);
+    std::snprintf(text.data() + length, text.size() - length, ".%03dZ", static_cast<int>(milliseconds % 1000));
     return text.data();
+}
+
+std::optional<std::int64_t> momentOf(const std::string& utcTime)
+{
+    std::tm time{};
+    const char* const rest = strptime(utcTime.c_str(), "%Y-%m-%dT%H:%M:%S", &time);
+    if (!rest || (std::string_view(rest) != "Z" && *rest != '.'))
+        return std::nullopt;
+    int thousandths = 0;
+    int length = 0;
+    if (*rest == '.' && (std::sscanf(rest, ".%3dZ%n", &thousandths, &length) != 1 || length != 5 || rest[5] != '\0'))
+        return std::nullopt;
+    return std::int64_t{timegm(&time)} * 1000 + thousandths;
 }
 
 } // namespace vantorel

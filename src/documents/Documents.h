@@ -30,4 +30,10 @@ namespace vantorel {
 /// Now, as `2026-01-31T23:59:59.123Z`.
 [[nodiscard]] std::string utcTime();
 
+/// A moment in milliseconds since 1970 in that form; empty for one before 1970 or beyond the year 9999.
+[[nodiscard]] std::string utcTime(std::int64_t milliseconds);
+
+/// The moment of a text in that form, with thousandths or without; absent for any other.
+[[nodiscard]] std::optional<std::int64_t> momentOf(const std::string& utcTime);
+
 } // namespace vantorel

@@ -37,6 +37,8 @@ struct DriveOutcome {
     bool isExplained = false; ///< whether `error` is the machine's own word on this drive
     std::string error;        ///< why nothing was read, as a sentence
     std::string remedy;       ///< a command that helps, to be shown as it stands; empty when none does
+    /// When the earlier reading was made that the verdict compares with, in milliseconds since 1970.
+    std::optional<std::int64_t> comparedTo = {};
 
     /// The bits of the exit status (`Status`) that the drive calls for.
     [[nodiscard]] int status() const;

@@ -78,7 +78,7 @@ int weight(Level level)
 /// One judgement in the making.
 class Judgement {
 public:
-    Judgement(const Reading& now, const Reading* before) : reading_(now), before_(before) {}
+    Judgement(const Reading& now, const Past& past) : reading_(now), before_(past.before), known_(past.known) {}
 
     Verdict verdict()
     {
@@ -131,11 +131,24 @@ private:
             reason.level = Level::good;
             reason.sentence += "; but it is not sure that this model means that by it";
         }
+        if (isKnown(reason)) {
+            reason.level = Level::good;
+            reason.sentence += "; known, and no more since";
+            knownSignals_.push_back(seen.signal);
+        }
         const bool isNote = reason.level == Level::good && seen.signal != Signal::allClear;
         std::vector<Reason>& list = isAside(seen.signal) ? verdict_.setAside
                                     : isNote             ? verdict_.notes
                                                          : verdict_.reasons;
         list.push_back(std::move(reason));
+    }
+
+    [[nodiscard]] bool isKnown(const Reason& reason) const
+    {
+        const auto count = known_.empty() ? std::nullopt : knownCount(reason);
+        return count && std::ranges::any_of(known_, [&](const KnownCount& known) {
+                   return known.rule == count->rule && known.name == count->name && count->number <= known.number;
+               });
     }
 
     static bool isAside(Signal signal) { return signal >= Signal::asideNoLimit && signal <= Signal::asideImpossible; }
@@ -309,7 +322,8 @@ private:
             const auto seen = std::ranges::find_if(observations_, [&](const Observation& observation) {
                 return observation.signal == clear.signal && observation.isSure;
             });
-            if (seen == observations_.end() || !applies(clear.drives, reading_))
+            if (seen == observations_.end() || !applies(clear.drives, reading_) ||
+                std::ranges::find(knownSignals_, clear.signal) != knownSignals_.end())
                 continue;
             const std::string said = filledIn(seen->value.number == 0 ? clear.atZero : clear.otherwise, *seen);
             if (!said.empty())
@@ -320,6 +334,8 @@ private:
 
     const Reading& reading_;
     const Reading* before_;
+    std::span<const KnownCount> known_;
+    std::vector<Signal> knownSignals_; ///< what was seen and is known
     std::vector<Attribute> attributes_;
     std::vector<Attribute> earlier_;
     std::vector<Observation> observations_;
@@ -331,12 +347,28 @@ private:
 
 Verdict judge(const Reading& now)
 {
-    return Judgement(now, nullptr).verdict();
+    return judge(now, Past());
 }
 
 Verdict judge(const Reading& now, const Reading& before)
 {
-    return Judgement(now, &before).verdict();
+    return judge(now, Past{.before = &before, .known = {}});
+}
+
+Verdict judge(const Reading& now, const Past& past)
+{
+    return Judgement(now, past).verdict();
+}
+
+std::optional<KnownCount> knownCount(const Reason& reason)
+{
+    const bool weighs = reason.level != Level::good && reason.level != Level::unknown;
+    const bool isCount = reason.value && !reason.limit &&
+                         (reason.value->unit == Unit::count || reason.value->unit == Unit::sectors ||
+                          reason.value->unit == Unit::blocks);
+    if (!weighs || !isCount)
+        return std::nullopt;
+    return KnownCount{std::string(reason.rule), reason.name, reason.value->number};
 }
 
 Reading readingOf(const SmartObject& result, bool isSSD)

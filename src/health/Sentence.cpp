@@ -45,6 +45,21 @@ std::string since(std::optional<std::int64_t> hoursBetween)
     return "in " + std::to_string(*hoursBetween) + (*hoursBetween == 1 ? " powered hour" : " powered hours");
 }
 
+/// What a count did since the earlier reading, as an insertion: ", 8 more in 702 powered hours".
+std::string growth(const Observation& observation, std::optional<std::int64_t> hoursBetween)
+{
+    if (!observation.before || observation.grown() < 0)
+        return {};
+    if (observation.grown() > 0)
+        return ", " + decimalText(observation.grown(), observation.value.decimals) + " more " + since(hoursBetween);
+    if (!hoursBetween)
+        return ", none since the earlier reading";
+    if (*hoursBetween == 0) // which says next to nothing
+        return {};
+    return ", none in the last " + std::to_string(*hoursBetween) +
+           (*hoursBetween == 1 ? " powered hour" : " powered hours");
+}
+
 /// The number with one of two words: `words` is "sector|sectors".
 std::string counted(Int128 number, unsigned decimals, std::string_view words)
 {
@@ -71,9 +86,7 @@ std::string replacement(std::string_view placeholder, const Observation& observa
     if (key == "attribute")
         return observation.attribute ? std::to_string(observation.attribute->id) : std::string();
     if (key == "growth")
-        return observation.grown() > 0
-                   ? ", " + decimalText(observation.grown(), value.decimals) + " more " + since(hoursBetween)
-                   : std::string();
+        return growth(observation, hoursBetween);
     if (key == "since")
         return since(hoursBetween);
     if (key == "rates")

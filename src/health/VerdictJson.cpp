@@ -249,6 +249,13 @@ std::string toJson(std::span<const Attribute> attributes)
     return std::move(writer).text();
 }
 
+std::string toJson(const Comparison& comparison)
+{
+    Writer writer;
+    write(writer, comparison);
+    return std::move(writer).text();
+}
+
 std::string toJson(const Verdict& verdict)
 {
     Writer writer;

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace vantorel::base {
 namespace {
 
@@ -62,6 +64,17 @@ TEST(Text, EveryByteOutsideAWellFormedSequenceBecomesOneReplacementCharacter)
         EXPECT_EQ(isUtf8(bytes), bytes == text);
         EXPECT_TRUE(isUtf8(toUtf8(bytes)));
     }
+}
+
+TEST(Text, ARealIsTheWholeTextInDecimalDigits)
+{
+    const std::pair<const char*, double> numbers[] = {{"0", 0},  {"-8.25", -8.25},   {"1e3", 1000},      {".5", 0.5},
+                                                      {"2.", 2}, {"5e-324", 5e-324}, {"-inf", -INFINITY}};
+    for (const auto& [text, value] : numbers)
+        EXPECT_EQ(realFrom(text), value) << text;
+    EXPECT_TRUE(std::isnan(realFrom("nan").value()));
+    for (const char* const text : {"", "+1", " 1", "1 ", "0x10", "1,5", "1e", "1e999", "1e-999", "nan(1)", "--1", "e5"})
+        EXPECT_FALSE(realFrom(text)) << text;
 }
 
 TEST(Text, ShortestDecimalKeepsAFractionAndReadsBack)

@@ -22,6 +22,21 @@ CASES = [
     ("watch", "watch --json --count 5 --machine {laptop}"),
     *(("watch", f"watch --json --for 0 --machine {{{machine}}}") for machine in ("bare.json", "noise", "missing")),
 
+    *(("history-add", f"history add --json --machine {{{machine}}} --db {{history.db}}")
+      for machine in ("tower", "laptop", "worn", "ward", "bare.json", "missing")),
+    ("history-add", "history add --json --machine {tower} --db {noise}"),
+    ("history-add", "history import --json {tower.vantorel} {noise} {laptop.vantorel} {tower.vantorel} --db {history.db}"),
+    ("history-show", "history show --json --db {history.db}"),
+    ("history-show", "history show --json --readings disk3 --machine {tower} --db {history.db}"),
+    ("history-show", "history show --json WD-WCAPW0TOWER1 --most 1 --db {history.db}"),
+    ("history-show", "history show --json --db {missing}"),
+    ("history-acknowledge", "history acknowledge --json WD-WCAPW0TOWER1 hdd.pending.high --db {history.db}"),
+    ("history-acknowledge", "history acknowledge --json WD-WCAPW0TOWER1 heat.high --db {history.db}"),
+    ("smart", "check --json --machine {worn} --db {history.db}"),
+    ("history-show", "history show --json disk1 --machine {tower} --db {history.db}"),
+    ("history-acknowledge", "history acknowledge --json --withdraw disk1 hdd.pending.high --machine {tower} --db {history.db}"),
+    ("history-prune", "history prune --json --older-than 0s --db {history.db}"),
+
     *(("show", f"show --json --raw {{{report}.vantorel}}") for report in REPORTS),
     *(("show", f"show --json {{{file}}}") for file in ("noise", "text", "missing", "tower")),
     *(("diff", f"diff --json {{tower.vantorel}} {{{report}.vantorel}}") for report in REPORTS),
@@ -69,5 +84,7 @@ UNSEEN = {
     **{f"fleet.json#/properties/unusual/items {key}": "takes ten drives of a model: tests/fleet"
        for key in ("model", "kind", "bad", "judged", "othersBad", "othersJudged", "chance")},
     "smart.json#/$defs/drive remedy": "only this computer knows one",
+    "history-show.json#/$defs/drive/properties/growths/items machine": "no sample tells its machine",
+    "history-show.json#/$defs/reading machine": "no sample tells its machine",
     "machine.json#/$defs/drive/properties/nvme comment": "as that of ata",
 }

@@ -32,7 +32,8 @@ class Machines:
     def __init__(self, command, root, folder):
         self._folder = folder
         samples = root / "samples" / "machines"
-        self.paths = {"tower": samples / "tower", "laptop": samples / "laptop", "missing": folder / "missing"}
+        self.paths = {"tower": samples / "tower", "laptop": samples / "laptop", "missing": folder / "missing",
+                      "history.db": folder / "history.db"}
         self._make_sick()
         self._make_lively()
         self._write("bare.json", b'{"registry": {"IORegistryEntryName": "Root"}}')

@@ -93,7 +93,8 @@ TEST(DatabaseCommand, LintNamesRowsThatAreNeverReached)
 TEST(DatabaseCommand, TheVersionTellsTheTablesRevision)
 {
     EXPECT_EQ(runCommand("--version").out, "vantorel 0.1.0\ndrive table: built-in, revision 4591 2017-11-04 22:40:53Z\n"
-                                           "drive table: recent, revision 7.5 2026-08-19\n");
+                                           "drive table: recent, revision 7.5 2026-08-19\n"
+                                           "numbers: en_US\n");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "vantorel/base/Public.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,10 @@ namespace base {
 
 /// The bytes as UTF-8 text: well-formed bytes unchanged, every byte that belongs to no well-formed sequence as U+FFFD.
 [[nodiscard]] std::string toUtf8(std::string_view bytes);
+
+/// The number that a text is as a whole, in decimal digits with a point and an exponent where it has them, or "inf" or
+/// "nan"; no blank, no "+" before it and no locale's spelling. Absent for any other text and beyond a double's range.
+[[nodiscard]] std::optional<double> realFrom(std::string_view text);
 
 /// The shortest decimal form that reads back as the same double, with a fraction wherever it has no exponent:
 /// `25.0`, `8.25`. Below 2^53 in magnitude there is never an exponent; from there on the shorter of the plain and

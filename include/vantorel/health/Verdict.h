@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -95,12 +96,32 @@ struct Verdict {
         "Pinheiro, Weber, Barroso: Failure Trends in a Large Disk Drive Population, FAST 2007";
 };
 
+/// A count that somebody has seen and taken in: until it grows it is told as a note and makes the drive no worse.
+struct KnownCount {
+    std::string rule; ///< id of the reason that told of it
+    std::string name; ///< raw name of its attribute
+    Int128 number = 0;
+};
+
+/// The reason as a count to be known; absent for one that is none, such as a temperature, a limit that was reached or
+/// the drive's own word.
+[[nodiscard]] std::optional<KnownCount> knownCount(const Reason& reason);
+
+/// What is known of a drive before a reading is judged. Views of what somebody else owns, for the length of the call.
+struct Past {
+    const Reading* before = nullptr; ///< an earlier reading of it; null without one
+    std::span<const KnownCount> known;
+};
+
 /// Judges a reading. Any bytes give a verdict; nothing is thrown but for want of memory. Any thread.
 [[nodiscard]] Verdict judge(const Reading& now);
 
 /// Judges a reading beside an earlier one of the same drive: what has grown counts too. Readings of two drives (another
 /// kind, model or serial number) are not compared; the verdict is then that of `now`, with a note.
 [[nodiscard]] Verdict judge(const Reading& now, const Reading& before);
+
+/// The same with all that is known.
+[[nodiscard]] Verdict judge(const Reading& now, const Past& past);
 
 } // namespace health
 } // namespace vantorel

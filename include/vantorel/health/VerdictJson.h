@@ -17,6 +17,8 @@ namespace health {
 /// An array of objects.
 [[nodiscard]] std::string toJson(std::span<const Attribute> attributes);
 
+[[nodiscard]] std::string toJson(const Comparison& comparison);
+
 [[nodiscard]] std::string toJson(const Verdict& verdict);
 
 } // namespace health

@@ -11,7 +11,9 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <system_error>
@@ -166,6 +168,8 @@ public:
             pointers.push_back(word.data());
         pointers.push_back(nullptr);
 
+        if (::access(path.c_str(), X_OK) != 0) // not every system's `posix_spawn` tells
+            fail(path, errno);
         const Actions actions(input, output);
         const Attributes attributes;
         const int error = posix_spawn(&id_, path.c_str(), &actions.value, &attributes.value, pointers.data(), environ);
@@ -196,11 +200,26 @@ private:
             posix_spawn_file_actions_init(&value);
             redirect(STDIN_FILENO, input, O_RDONLY);
             redirect(STDOUT_FILENO, output, O_WRONLY);
-            posix_spawn_file_actions_addclosefrom_np(&value, firstOwnDescriptor);
+            closeTheRest();
         }
         Actions(const Actions&) = delete;
         Actions& operator=(const Actions&) = delete;
         ~Actions() { posix_spawn_file_actions_destroy(&value); }
+
+        void closeTheRest()
+        {
+#ifdef VANTOREL_HAS_SPAWN_CLOSEFROM
+            posix_spawn_file_actions_addclosefrom_np(&value, firstOwnDescriptor);
+#else
+            // Those that are open now; one that another thread opens meanwhile is its own business to close on exec.
+            std::error_code ignored;
+            for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
+                const int descriptor = std::atoi(entry.path().filename().c_str());
+                if (descriptor >= firstOwnDescriptor && fcntl(descriptor, F_GETFD) >= 0)
+                    posix_spawn_file_actions_addclose(&value, descriptor);
+            }
+#endif
+        }
 
         void redirect(int standard, int descriptor, int mode)
         {

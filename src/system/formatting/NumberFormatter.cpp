@@ -2,13 +2,12 @@
 #include "system/formatting/NumberFormatter.h"
 
 #include "DecimalText.h"
-
-#include <unicode/unum.h>
-#include <unicode/ustring.h>
-#include <unicode/uvernum.h>
+#include "Icu.h"
+#include "vantorel/system/Localization.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -17,54 +16,15 @@
 #include <string_view>
 #include <utility>
 
-#include <dlfcn.h>
-
 namespace vantorel::system {
 
 namespace {
 
-// ICU is opened when the first number is formatted in another locale than American English: linked in the ordinary way
-// it would add half a millisecond and some megabytes to the start of every program that never does. The headers tell
-// the names of its library and, through the version suffix, of its functions.
-#define VANTOREL_TEXT_OF(name) #name
-#define VANTOREL_SYMBOL(name) VANTOREL_TEXT_OF(name)
-
-template <typename Function>
-bool resolve(void* library, const char* name, Function*& function)
-{
-    function = reinterpret_cast<Function*>(dlsym(library, name));
-    return function != nullptr;
-}
-
-struct Icu {
-    decltype(&unum_open) open = nullptr;
-    decltype(&unum_clone) clone = nullptr;
-    decltype(&unum_setAttribute) setAttribute = nullptr;
-    decltype(&unum_formatDouble) formatDouble = nullptr;
-    decltype(&unum_formatDecimal) formatDecimal = nullptr;
-    decltype(&unum_formatInt64) formatInt64 = nullptr;
-    decltype(&u_strToUTF8) toUtf8 = nullptr;
-
-    /// Whether the library is there with all that is needed. It stays open until the process ends.
-    bool load()
-    {
-        void* const library = dlopen("libicui18n.so." U_ICU_VERSION_SHORT, RTLD_NOW | RTLD_LOCAL);
-        return library && resolve(library, VANTOREL_SYMBOL(unum_open), open) &&
-               resolve(library, VANTOREL_SYMBOL(unum_clone), clone) &&
-               resolve(library, VANTOREL_SYMBOL(unum_setAttribute), setAttribute) &&
-               resolve(library, VANTOREL_SYMBOL(unum_formatDouble), formatDouble) &&
-               resolve(library, VANTOREL_SYMBOL(unum_formatDecimal), formatDecimal) &&
-               resolve(library, VANTOREL_SYMBOL(unum_formatInt64), formatInt64) &&
-               resolve(library, VANTOREL_SYMBOL(u_strToUTF8), toUtf8);
-    }
-};
-
-#undef VANTOREL_SYMBOL
-#undef VANTOREL_TEXT_OF
-
 constexpr std::string_view english = "en_US";
 
-/// The locale of the process in ICU's spelling.
+std::atomic<bool> isAlwaysEnglish = false;
+
+/// The locale of the process in ICU's spelling; English for what is none.
 std::string localeName()
 {
     for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"}) {
@@ -72,7 +32,7 @@ std::string localeName()
         if (!value || !*value)
             continue;
         const std::string_view name = std::string_view(value).substr(0, std::string_view(value).find_first_of(".@"));
-        return std::string(name == "C" || name == "POSIX" ? english : name);
+        return std::string(name == "C" || name == "POSIX" || !isLocaleName(name) ? english : name);
     }
     return std::string(english);
 }
@@ -148,12 +108,20 @@ public:
         return formatters;
     }
 
+    [[nodiscard]] std::string description() const
+    {
+        if (locale_ == english)
+            return locale_;
+        return usable_ ? locale_ + ", by ICU " + std::to_string(icu_.version)
+                       : std::string(english) + ", as there is no ICU for " + locale_;
+    }
+
     /// What `call` writes with the formatter for so many fraction digits; absent in English and where ICU cannot be
     /// used.
     template <typename Call>
     std::optional<std::string> written(int fractionDigits, Call call)
     {
-        if (!usable_)
+        if (isAlwaysEnglish || !usable_)
             return std::nullopt;
         const std::lock_guard lock(mutex_);
         UErrorCode status = U_ZERO_ERROR;
@@ -171,12 +139,14 @@ public:
 private:
     Formatters() : Formatters(localeName()) {}
     // English is written without ICU, whose opening takes milliseconds.
-    explicit Formatters(const std::string& locale) : usable_(locale != english && icu_.load() && openAll(locale)) {}
+    explicit Formatters(std::string locale)
+        : locale_(std::move(locale)), usable_(locale_ != english && icu_.load() && openAll())
+    {}
 
-    bool openAll(const std::string& locale)
+    bool openAll()
     {
         UErrorCode status = U_ZERO_ERROR;
-        formats_[0] = icu_.open(UNUM_DECIMAL, nullptr, 0, locale.c_str(), nullptr, &status);
+        formats_[0] = icu_.open(UNUM_DECIMAL, nullptr, 0, locale_.c_str(), nullptr, &status);
         for (std::size_t digits = 0; digits < formats_.size() && U_SUCCESS(status); ++digits) {
             if (digits > 0)
                 formats_[digits] = icu_.clone(formats_[0], &status);
@@ -186,6 +156,7 @@ private:
         return U_SUCCESS(status);
     }
 
+    const std::string locale_;
     Icu icu_;
     std::array<UNumberFormat*, mostFractionDigits + 1> formats_{};
     std::mutex mutex_; // ICU promises no formatter to two threads at once
@@ -193,6 +164,11 @@ private:
 };
 
 } // namespace
+
+void writeNumbersInEnglish()
+{
+    isAlwaysEnglish = true;
+}
 
 std::string decimalText(double number, int fractionDigits)
 {
@@ -216,6 +192,11 @@ std::string decimalText(std::uint64_t number)
     };
     const auto text = Formatters::shared().written(0, write);
     return text ? *text : grouped(std::to_string(number));
+}
+
+std::string numberLocale()
+{
+    return Formatters::shared().description();
 }
 
 std::string localizedStringFromNumber(std::uint64_t number, NumberFormatterStyle)

@@ -54,10 +54,7 @@ std::optional<double> realFrom(std::string_view text)
 {
     if (text.starts_with('+'))
         text.remove_prefix(1);
-    double value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+    return base::realFrom(text);
 }
 
 class XmlReader {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "system/files/Process.h"
 
+#include "support/ThreadCount.h"
+
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,12 +29,6 @@ Data bytes(std::string_view text)
 /// Holds the process to what it had at the start: no descriptor, thread or child more.
 class ProcessTest : public testing::Test {
 protected:
-    ProcessTest()
-    {
-        std::thread([] {}).join(); // a sanitizer starts a thread of its own with the first one
-        threads_ = count("/proc/self/task");
-    }
-
     static std::ptrdiff_t count(const char* folder)
     {
         return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
@@ -41,17 +37,14 @@ protected:
     void TearDown() override
     {
         EXPECT_EQ(count("/proc/self/fd"), descriptors_);
-        const auto deadline = std::chrono::steady_clock::now() + 5s; // a joined thread may show a moment longer
-        while (count("/proc/self/task") != threads_ && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::yield();
-        EXPECT_EQ(count("/proc/self/task"), threads_);
+        EXPECT_EQ(test::threadCount(threads_), threads_);
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
         EXPECT_EQ(errno, ECHILD);
     }
 
 private:
     std::ptrdiff_t descriptors_ = count("/proc/self/fd");
-    std::ptrdiff_t threads_ = 0;
+    std::size_t threads_ = test::threadCountAtFirst();
 };
 
 /// Launches tools, each reading what the one before wrote, and reads the end of the chain.

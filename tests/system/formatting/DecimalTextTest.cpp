@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "system/formatting/DecimalText.h"
 
+#include "system/formatting/Icu.h"
+#include "vantorel/system/Localization.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -44,6 +48,29 @@ TEST_P(DecimalText, RoundsTheShortestDecimalHalfToEven)
     };
     for (const auto& [number, fractionDigits, text] : numbers)
         EXPECT_EQ(decimalText(number, fractionDigits), text) << number;
+}
+
+TEST(LocaleName, IsWhatALanguageTagCanBe)
+{
+    for (const char* const name : {"de", "de_DE", "en-GB", "sr_Latn_RS", "es_419", "ca_ES_valencia", "haw"})
+        EXPECT_TRUE(isLocaleName(name)) << name;
+    for (const char* const name : {"", "x", "_DE", "de_", "de__DE", "abcdefghijkl", "de_abcdefghi", "d3", "de/DE",
+                                   "\xC3\xA4\xC3\xA4", "aa_b_c_d_e_f_g"})
+        EXPECT_FALSE(isLocaleName(name)) << name;
+}
+
+TEST(LocaleName, ThatIsNoneIsWrittenInEnglish)
+{
+    setenv("LC_ALL", "abcdefghijkl", 1);
+    EXPECT_EQ(numberLocale(), "en_US");
+    EXPECT_EQ(decimalText(1234567), "1,234,567");
+}
+
+TEST(LocaleName, SaysWhoseWorkItsNumbersAre)
+{
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    EXPECT_THAT(numberLocale(), testing::MatchesRegex("de_DE, by ICU [1-9][0-9]"));
+    EXPECT_EQ(decimalText(1234567), "1.234.567");
 }
 
 INSTANTIATE_TEST_SUITE_P(English, DecimalText, testing::Values("C", "en_US.UTF-8", "en_GB"));
