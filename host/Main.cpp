@@ -56,6 +56,7 @@ constexpr Verb verbs[] = {
     {"report", host::addReport},
     {"show", host::addShow},
     {"diff", host::addDiff},
+    {"fleet", host::addFleet},
     {"record", host::addRecord},
     {"machine", host::addMachineCheck},
     {"decode", host::addDecode},
@@ -124,7 +125,7 @@ bool wantsJson(int argc, char** argv)
     if (argc > 1 && std::string_view(argv[1]) == host::completeOption)
         return false;
     return std::any_of(argv + 1, argv + argc, [](std::string_view argument) {
-        return argument == "--json" || argument.starts_with("--json=");
+        return argument == "--json" || argument == "--ndjson" || argument.starts_with("--json=");
     });
 }
 

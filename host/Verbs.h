@@ -11,6 +11,7 @@ void addDecode(CLI::App& app, int& status);
 void addDatabase(CLI::App& app, int& status);
 void addErrors(CLI::App& app, int& status);
 void addCompress(CLI::App& app, int& status);
+void addFleet(CLI::App& app, int& status);
 void addDiff(CLI::App& app, int& status);
 void addExpand(CLI::App& app, int& status);
 void addHelp(CLI::App& app, int& status);

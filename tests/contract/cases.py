@@ -46,6 +46,11 @@ CASES = [
     ("diff", "diff --json {worn.vantorel} {tower.vantorel}"),
     *(("diff", f"diff --json {{{file}}} {{tower.vantorel}}") for file in ("noise", "text", "missing")),
 
+    *((document, f"fleet {option} {{{report}.vantorel}} {{tower.vantorel}}")
+      for document, option in (("fleet", "--json"), ("fleet-line", "--ndjson")) for report in REPORTS),
+    *((document, f"fleet {option} {{{file}}}")
+      for document, option in (("fleet", "--json"), ("fleet-line", "--ndjson")) for file in ("noise", "missing", "tower")),
+
     *(("decode", f"decode ata --json --raw {{tower}}/{drive}-data.bin {{tower}}/{drive}-thresholds.bin --model X{ssd}")
       for drive in ("intel", "wdc", "samsung", "maxtor") for ssd in ("", " --ssd")),
     ("decode", "decode ata --json {warm-data.bin} {warm-thresholds.bin} --model 'HGST HUS726020ALE614'"),
@@ -69,7 +74,7 @@ CASES = [
 ]
 
 # What prints any number of documents.
-STREAMS = ("watch", "stats", "watch-health")
+STREAMS = ("watch", "stats", "watch-health", "fleet-line")
 
 # Documents that are files and no output.
 FILES = [
@@ -79,6 +84,8 @@ FILES = [
 
 # The keys that no run above can show, and why.
 UNSEEN = {
+    **{f"fleet.json#/properties/unusual/items {key}": "takes ten drives of a model: tests/fleet"
+       for key in ("model", "kind", "bad", "judged", "othersBad", "othersJudged", "chance")},
     "smart.json#/$defs/drive remedy": "only this computer knows one",
     "watch-health.json# comparedTo": "tests/host/service.py shows it",
     "watch-health.json# remedy": "only this computer knows one",
