@@ -92,9 +92,23 @@ std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
 #else
 std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)
 {
-    throw CommandError("this computer", "cannot be read by this build; name a machine, such as --machine sample:tower");
+    throw CommandError(thisComputerName,
+                       "cannot be read by this build; name a machine, such as --machine sample:tower");
 }
 #endif
+
+void start(std::unique_ptr<system::Machine> machine)
+{
+    system::setMessageSink([](std::string_view line) { tell(line); });
+    system::install(std::move(machine));
+    static_cast<void>(Vantorel::shared());
+}
+
+void letDisksArrive()
+{
+    while (system::performPendingWork()) {
+    }
+}
 
 } // namespace
 
@@ -116,7 +130,7 @@ ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     const auto* const option = app.get_option(machineOption);
     if (isThisComputer(app))
-        return {thisComputer(app.get_option(wakeOption)->count() > 0), "this computer"};
+        return {thisComputer(app.get_option(wakeOption)->count() > 0), thisComputerName};
     ChosenMachine chosen{nullptr, option->as<std::string>()};
     chosen.machine = recordedMachine(chosen.path, laterEvents);
     return chosen;
@@ -124,19 +138,22 @@ ChosenMachine chosenMachine(const CLI::App& app, LaterEvents laterEvents)
 
 std::string startMachine(const CLI::App& app, LaterEvents laterEvents)
 {
-    system::setMessageSink([](std::string_view line) { tell(line); });
     ChosenMachine chosen = chosenMachine(app, laterEvents);
-    system::install(std::move(chosen.machine));
-    static_cast<void>(Vantorel::shared());
+    start(std::move(chosen.machine));
     return std::move(chosen.path);
 }
 
 std::string loadMachine(const CLI::App& app, LaterEvents laterEvents)
 {
     std::string path = startMachine(app, laterEvents);
-    while (system::performPendingWork()) {
-    }
+    letDisksArrive();
     return path;
+}
+
+void loadReportedMachine(const std::string& report)
+{
+    start(std::make_unique<recorded::RecordedMachine>(loadRecordingOrReport(report), recorded::Playback::byHand));
+    letDisksArrive();
 }
 
 } // namespace vantorel::host

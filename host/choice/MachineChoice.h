@@ -16,6 +16,9 @@ enum class LaterEvents { happen, stayOut };
 /// Adds `--machine PATH` and `--wake`, for every verb that looks at a machine.
 void addMachineOptions(CLI::App& app);
 
+/// What this computer is called in messages.
+inline constexpr const char* thisComputerName = "this computer";
+
 /// A machine and what it is called in messages: its path, or "this computer".
 struct ChosenMachine {
     std::unique_ptr<system::Machine> machine;
@@ -35,5 +38,9 @@ std::string startMachine(const CLI::App& app, LaterEvents laterEvents);
 
 /// `startMachine`; every disk that is there has arrived when it returns.
 std::string loadMachine(const CLI::App& app, LaterEvents laterEvents = LaterEvents::stayOut);
+
+/// The same with the machine as it stood when a report was made. Throws `CommandError` for a report that has no machine
+/// in it.
+void loadReportedMachine(const std::string& report);
 
 } // namespace vantorel::host

@@ -115,4 +115,11 @@ void OutputFile::fail() const
     throw CommandError(path_, reason(errno));
 }
 
+void writeText(const std::string& path, std::string_view text)
+{
+    OutputFile file(path);
+    file.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    file.commit();
+}
+
 } // namespace vantorel::host

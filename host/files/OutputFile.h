@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace vantorel::host {
 
@@ -45,5 +46,8 @@ private:
     std::string growing_; ///< the name until `commit`; empty when there is none of its own
     std::unique_ptr<std::FILE, Closer> file_;
 };
+
+/// Writes a whole text to standard output, or to a file. Throws `CommandError`.
+void writeText(const std::string& path, std::string_view text);
 
 } // namespace vantorel::host

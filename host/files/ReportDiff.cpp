@@ -265,6 +265,15 @@ bool DriveChange::isWorse() const
     return verdict->level > before;
 }
 
+std::vector<const ReportedDrive*> sameDrives(const ReportFile& before, const ReportFile& after)
+{
+    const Join join(before.drives, after.drives);
+    std::vector<const ReportedDrive*> same;
+    for (std::size_t i = 0; i < after.drives.size(); ++i)
+        same.push_back(join.earlierOf(i));
+    return same;
+}
+
 std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after)
 {
     std::vector<DriveChange> changes;

@@ -58,10 +58,14 @@ struct DriveChange {
 
 [[nodiscard]] std::string_view rawValue(DriveChange::Kind kind);
 
-/// Compares the drives of two reports, both judged by what is known today. A drive is the same in both when the serial
-/// number of the registry listings and the model are the same; of several those that have the device name in common as
-/// well. Where one report gives no serial number, model and device name have to be the same. Drives stand in the order
-/// of `after`, those that vanished behind them.
+/// The drive of an earlier report that each drive of a later one is, in the order of the later; null for none. A drive
+/// is the same in both when the serial number of the registry listings and the model are the same; of several those
+/// that have the device name in common as well. Where one report gives no serial number, model and device name have to
+/// be the same.
+[[nodiscard]] std::vector<const ReportedDrive*> sameDrives(const ReportFile& before, const ReportFile& after);
+
+/// Compares the drives of two reports, both judged by what is known today. Drives stand in the order of `after`, those
+/// that vanished behind them.
 [[nodiscard]] std::vector<DriveChange> compareReports(const ReportFile& before, const ReportFile& after);
 
 } // namespace vantorel::host

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace vantorel::host {
 
@@ -60,6 +61,12 @@ std::string platformUuid(std::span<const system::RegistryEntry> entries)
 }
 
 using Devices = std::map<std::string, recorded::DeviceIdentity, std::less<>>;
+
+std::string machineIdOf(const std::vector<system::RegistryEntry>& entries)
+{
+    const auto platform = std::ranges::find(entries, "IOPlatformExpertDevice", &system::RegistryEntry::className);
+    return platform == entries.end() ? "" : platform->properties.get<std::string>("IOPlatformUUID").value_or("");
+}
 
 /// `isListed`: whether `devices` tells of every drive.
 ReportedDrive::Smart smartOf(const ReportedDrive& drive, bool isListed)
@@ -175,6 +182,7 @@ ReportFile openReport(const std::string& path)
             report.entries = entries.size();
             report.machine = platformUuid(entries);
             devices = recorded::deviceIdentities(entries);
+            report.machineId = machineIdOf(entries);
         }
     } catch (const ReportError& error) {
         report.listingFault = error.what();

@@ -57,6 +57,7 @@ struct ReportFile {
     std::vector<ReportVolume> volumes;
     Data listing;             ///< the registry listing, expanded; empty when there is none
     std::size_t entries = 0;  ///< registry entries in the listing
+    std::string machineId;    ///< what the platform calls the machine (IOPlatformUUID); empty when it is not told
     std::string listingFault; ///< why the listing cannot be used
 };
 

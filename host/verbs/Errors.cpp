@@ -6,6 +6,7 @@
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Text.h"
+#include "host/views/NvmeStatus.h"
 #include "vantorel/smart/DriveReading.h"
 #include "vantorel/smart/SmartController.h"
 #include "vantorel/smart/records/RecordJson.h"
@@ -26,35 +27,6 @@ struct ErrorsArguments {
     bool json = false;
 };
 
-/// The status codes that drives in the field report, with their type in the upper byte (NVM Express Base Specification,
-/// "Status Code").
-struct StatusName {
-    unsigned code;
-    std::string_view name;
-};
-constexpr StatusName statusNames[] = {
-    {0x000, "successful completion"},    {0x001, "invalid command opcode"},
-    {0x002, "invalid field in command"}, {0x004, "data transfer error"},
-    {0x005, "aborted by power loss"},    {0x006, "internal error"},
-    {0x007, "abort requested"},          {0x00B, "invalid namespace or format"},
-    {0x00C, "command sequence error"},   {0x080, "address out of range"},
-    {0x109, "invalid log page"},         {0x10A, "invalid format"},
-    {0x10E, "feature not changeable"},   {0x280, "write fault"},
-    {0x281, "unrecovered read error"},   {0x282, "end-to-end guard check error"},
-    {0x285, "compare failure"},          {0x286, "access denied"},
-};
-
-/// A status field in words; it has the phase bit lowest, then 8 bits of code and 3 of its type.
-std::string statusText(std::uint16_t field)
-{
-    const unsigned code = (field >> 1U) & 0x7FFU;
-    for (const auto& [known, name] : statusNames) {
-        if (known == code)
-            return std::string(name);
-    }
-    return fmt::format("type {}, code 0x{:02x}", code >> 8U, code & 0xFFU);
-}
-
 std::string errorsText(const std::vector<NVMeSmartError>& errors)
 {
     if (errors.empty())
@@ -63,7 +35,7 @@ std::string errorsText(const std::vector<NVMeSmartError>& errors)
     Table table({{"Number", right}, {"Queue", right}, {"Command", right}, {"Status", right}, {"Meaning"}});
     for (const NVMeSmartError& error : errors)
         table.add({std::to_string(error.count), std::to_string(error.sqID), fmt::format("0x{:04x}", error.cmdID),
-                   fmt::format("0x{:04x}", error.status), statusText(error.status)});
+                   fmt::format("0x{:04x}", error.status), nvmeStatusText(error.status)});
     return table.text();
 }
 

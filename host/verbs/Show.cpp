@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "documents/Status.h"
 #include "host/Verbs.h"
+#include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/files/OutputFile.h"
 #include "host/files/ReportFile.h"
+#include "host/page/Page.h"
+#include "host/page/ReportPage.h"
 #include "host/views/ReportView.h"
 #include "vantorel/system/IOReturn.h"
 
@@ -27,10 +30,12 @@ namespace {
 namespace fs = std::filesystem;
 
 struct ShowArguments {
-    std::string report;
+    std::vector<std::string> reports;
     std::string folder;
+    std::string output = "-";
     bool json = false;
     bool raw = false;
+    bool html = false;
 };
 
 using NamedBytes = std::pair<std::string, const Data*>;
@@ -125,18 +130,14 @@ void extract(const ReportFile& report, const std::string& folder)
     }
 }
 
-int show(const ShowArguments& arguments)
+/// Tells what of a report cannot be read. How its drives were doing is what is shown, and no failure of showing it.
+int tellFaults(const ReportFile& report)
 {
-    const ReportFile report = openReport(arguments.report);
-    if (!arguments.folder.empty())
-        extract(report, arguments.folder);
-    print(arguments.json ? reportJson(report, arguments.raw) : reportText(report));
     int status = success;
     if (!report.listingFault.empty()) {
-        complain(arguments.report, report.listingFault);
+        complain(report.path, report.listingFault);
         status |= readFailed;
     }
-    // How the drives were doing is what is shown, and no failure of showing it.
     for (const ReportedDrive& drive : report.drives) {
         if (drive.fault.empty())
             continue;
@@ -146,18 +147,57 @@ int show(const ShowArguments& arguments)
     return status;
 }
 
+int showPage(const ShowArguments& arguments)
+{
+    std::vector<ReportFile> reports;
+    for (const std::string& path : arguments.reports)
+        reports.push_back(openReport(path));
+    const ReportSeries series = seriesOf(std::move(reports));
+    int status = success;
+    for (const auto& [path, why] : series.leftOut) {
+        complain(path, why);
+        status |= usageError;
+    }
+    for (const ReportFile& report : series.reports)
+        status |= tellFaults(report);
+    const ReportFile& last = series.reports.back();
+    if (last.listingFault.empty())
+        loadReportedMachine(last.path);
+    writeText(arguments.output, pageText(reportPage(series)));
+    return status;
+}
+
+int show(const ShowArguments& arguments)
+{
+    if (arguments.html)
+        return showPage(arguments);
+    if (arguments.reports.size() > 1)
+        throw CommandError(arguments.reports[1], "several reports are shown as one page: --html");
+    const ReportFile report = openReport(arguments.reports.front());
+    if (!arguments.folder.empty())
+        extract(report, arguments.folder);
+    print(arguments.json ? reportJson(report, arguments.raw) : reportText(report));
+    return tellFaults(report);
+}
+
 } // namespace
 
 void addShow(CLI::App& app, int& status)
 {
     CLI::App* const verb = app.add_subcommand("show", "Open a report: its drives, as stored and as decoded today");
     const auto arguments = std::make_shared<ShowArguments>();
-    verb->add_option("FILE", arguments->report, "The report")->required();
+    verb->add_option("FILE", arguments->reports, "The report; with --html several of one machine, which are compared")
+        ->required();
     auto* const json = verb->add_flag("--json", arguments->json, "Print as JSON");
+    auto* const html = verb->add_flag("--html", arguments->html, "Make a page of it")->excludes(json);
+    verb->add_option("-o,--output", arguments->output, "The file to write the page to; - for standard output")
+        ->needs(html)
+        ->capture_default_str();
     verb->add_flag("--raw", arguments->raw, "With the raw bytes of every drive")->needs(json);
     verb->add_option("--extract", arguments->folder,
                      "Also write sectors, logs and registry listing as files into this folder")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->excludes(html);
     verb->callback([arguments, &status] { status = show(*arguments); });
 }
 

@@ -6,7 +6,10 @@
 #include "host/choice/HistoryChoice.h"
 #include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
+#include "host/files/OutputFile.h"
 #include "host/health/DriveReadings.h"
+#include "host/page/OutcomePage.h"
+#include "host/page/Page.h"
 #include "host/views/OutcomeView.h"
 
 #include <memory>
@@ -22,6 +25,8 @@ struct SmartArguments {
     bool json = false;
     bool raw = false;
     bool brief = false;
+    bool html = false;
+    std::string output = "-";
     std::string history;
 };
 
@@ -32,7 +37,9 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
     judgeBesideHistory(outcomes, arguments.history, isThisComputer(app));
     complainOfFaults(outcomes);
-    if (arguments.json) {
+    if (arguments.html) {
+        writeText(arguments.output, pageText(outcomePage(path, outcomes)));
+    } else if (arguments.json) {
         print(healthDocument(path, outcomes, arguments.raw));
     } else if (outcomes.empty()) {
         print("No drives.\n");
@@ -75,7 +82,11 @@ void addCheck(CLI::App& app, int& status)
     CLI::App* const verb = app.add_subcommand("check", "Which drives need a hand, and why: a line a drive");
     const auto arguments = std::make_shared<SmartArguments>();
     arguments->brief = true;
-    addNames(*verb, *arguments);
+    auto* const json = addNames(*verb, *arguments);
+    auto* const html = verb->add_flag("--html", arguments->html, "Make a page of it, with every value")->excludes(json);
+    verb->add_option("-o,--output", arguments->output, "The file to write; - for standard output")
+        ->needs(html)
+        ->capture_default_str();
     verb->callback([&app, arguments, &status] { status = smart(app, *arguments); });
 }
 

@@ -147,13 +147,16 @@ std::string sum(const std::vector<CheckedDrive>& drives)
 
 } // namespace
 
+bool isBefore(const CheckedDrive& one, const CheckedDrive& other)
+{
+    const int rank = rankOf(one);
+    const int otherRank = rankOf(other);
+    return rank != otherRank ? rank < otherRank : one.state < other.state;
+}
+
 std::string checkText(std::vector<CheckedDrive> drives)
 {
-    std::ranges::stable_sort(drives, [](const CheckedDrive& one, const CheckedDrive& other) {
-        const int rank = rankOf(one);
-        const int otherRank = rankOf(other);
-        return rank != otherRank ? rank < otherRank : one.state < other.state;
-    });
+    std::ranges::stable_sort(drives, isBefore);
     const std::size_t modelWidth = roomForModel(drives);
     return (modelWidth > 0 ? wideText(drives, modelWidth) : narrowText(drives)) + sum(drives);
 }

@@ -23,6 +23,9 @@ struct CheckedDrive {
     bool isFault = false; ///< whether the drive ought to have had a verdict
 };
 
+/// Whether a drive stands before another in a list: what needs a hand comes first.
+[[nodiscard]] bool isBefore(const CheckedDrive& one, const CheckedDrive& other);
+
 /// A line for every drive, the worst first, with the reasons of those that are not good under it, and a last line that
 /// sums up. Broken to the width of the screen.
 [[nodiscard]] std::string checkText(std::vector<CheckedDrive> drives);

@@ -38,23 +38,27 @@ std::optional<std::uint64_t> sizeOf(const DriveOutcome& outcome)
 
 } // namespace
 
+CheckedDrive checkedDrive(const DriveOutcome& outcome)
+{
+    CheckedDrive drive{.name = outcome.name, .size = sizeOf(outcome), .isFault = outcome.status() != success};
+    if (outcome.drive)
+        drive.model = outcome.drive->model.value_or("-");
+    if (outcome.judged) {
+        drive.verdict = &outcome.judged->verdict;
+        return drive;
+    }
+    drive.state = stateText(outcome.kind);
+    if (outcome.kind != Kind::noSmart || outcome.isNamed || outcome.isExplained)
+        drive.explanation = outcome.error;
+    drive.remedy = outcome.remedy;
+    return drive;
+}
+
 std::string checkText(const std::vector<DriveOutcome>& outcomes)
 {
     std::vector<CheckedDrive> drives;
-    for (const DriveOutcome& outcome : outcomes) {
-        CheckedDrive drive{.name = outcome.name, .size = sizeOf(outcome), .isFault = outcome.status() != success};
-        if (outcome.drive)
-            drive.model = outcome.drive->model.value_or("-");
-        if (outcome.judged) {
-            drive.verdict = &outcome.judged->verdict;
-        } else {
-            drive.state = stateText(outcome.kind);
-            if (outcome.kind != Kind::noSmart || outcome.isNamed || outcome.isExplained)
-                drive.explanation = outcome.error;
-            drive.remedy = outcome.remedy;
-        }
-        drives.push_back(std::move(drive));
-    }
+    for (const DriveOutcome& outcome : outcomes)
+        drives.push_back(checkedDrive(outcome));
     return checkText(std::move(drives));
 }
 

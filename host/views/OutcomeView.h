@@ -9,6 +9,9 @@
 
 namespace vantorel::host {
 
+/// A drive that was asked, as a check shows it; the verdict stays that of the outcome.
+[[nodiscard]] CheckedDrive checkedDrive(const DriveOutcome& outcome);
+
 /// The drives that were asked, one line each and what is wrong with them: see `checkText`.
 [[nodiscard]] std::string checkText(const std::vector<DriveOutcome>& outcomes);
 

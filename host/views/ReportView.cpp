@@ -130,24 +130,6 @@ std::string besides(const ReportDrive& drive)
     return fmt::format("{}", fmt::join(parts, "; "));
 }
 
-/// Why there are no values.
-std::string absence(const ReportedDrive& drive)
-{
-    switch (drive.smart) {
-    case ReportedDrive::Smart::unread:
-        if (!drive.stored.failure)
-            return "Its SMART data were not read.";
-        return drive.stored.failure->asleep ? drive.stored.failure->error
-                                            : "Its SMART data could not be read: " + drive.stored.failure->error;
-    case ReportedDrive::Smart::none:
-        return "It has no SMART data.";
-    case ReportedDrive::Smart::stored:
-    case ReportedDrive::Smart::unknown:
-        break;
-    }
-    return "No SMART data are stored.";
-}
-
 std::string driveText(const ReportedDrive& drive)
 {
     std::string text =
@@ -167,7 +149,7 @@ std::string driveText(const ReportedDrive& drive)
     const std::vector<ValuePair> pairs = valuePairs(drive);
     if (pairs.empty())
         return text + "  " +
-               emphasised(printable(absence(drive)), statusOf(drive) == success ? Emphasis::none : Emphasis::bad) +
+               emphasised(printable(absenceText(drive)), statusOf(drive) == success ? Emphasis::none : Emphasis::bad) +
                '\n';
     const auto different = std::ranges::count_if(pairs, &ValuePair::isDifferent);
     text += fact("Values", fmt::format("{}, decoded otherwise than they were stored: {}", pairs.size(), different));
@@ -255,6 +237,23 @@ std::string driveJson(const ReportedDrive& drive, bool raw)
 }
 
 } // namespace
+
+std::string absenceText(const ReportedDrive& drive)
+{
+    switch (drive.smart) {
+    case ReportedDrive::Smart::unread:
+        if (!drive.stored.failure)
+            return "Its SMART data were not read.";
+        return drive.stored.failure->asleep ? drive.stored.failure->error
+                                            : "Its SMART data could not be read: " + drive.stored.failure->error;
+    case ReportedDrive::Smart::none:
+        return "It has no SMART data.";
+    case ReportedDrive::Smart::stored:
+    case ReportedDrive::Smart::unknown:
+        break;
+    }
+    return "No SMART data are stored.";
+}
 
 Json volumeJson(const ReportVolume& volume)
 {

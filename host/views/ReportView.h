@@ -15,6 +15,9 @@ namespace vantorel::host {
 /// The report as docs/json.md tells, on one line; with `raw` the bytes of each drive, too.
 [[nodiscard]] std::string reportJson(const ReportFile& report, bool raw);
 
+/// Why there are no values of a drive, as a sentence.
+[[nodiscard]] std::string absenceText(const ReportedDrive& drive);
+
 /// A volume of a report, in the terms of a machine.json.
 [[nodiscard]] Json volumeJson(const ReportVolume& volume);
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "WholeDeflate.h"
 
+#include "Load.h"
+
 #include <libdeflate.h>
 #include <zlib.h>
 
@@ -59,6 +61,37 @@ std::optional<Data> inflateShort(DataView deflated)
     return isWhole ? std::optional(Data(room.data(), room.data() + z.total_out)) : std::nullopt;
 }
 
+/// Hands out the bytes of block after block. False when not all blocks up to the last are stored ones, and sound.
+template <typename Put>
+bool walkStored(DataView deflated, Put put)
+{
+    constexpr std::size_t headerSize = 5; // the bits of last and kind, filled up to a byte; size; the same, inverted
+    for (bool last = false; !last;) {
+        if (deflated.size() < headerSize || (deflated[0] >> 1 & 3) != 0)
+            return false;
+        last = (deflated[0] & 1) != 0;
+        const std::size_t size = load16(&deflated[1]);
+        if ((size ^ load16(&deflated[3])) != 0xffff || size > deflated.size() - headerSize)
+            return false;
+        put(deflated.subspan(headerSize, size));
+        deflated = deflated.subspan(headerSize + size);
+    }
+    return true;
+}
+
+/// What a stream of nothing but stored blocks expands to, as one of noise is; absent for all others. The libraries
+/// would copy it into the room they are given, and it would have to be copied once more.
+std::optional<Data> joinStored(DataView deflated)
+{
+    std::size_t size = 0;
+    if (!walkStored(deflated, [&](DataView block) { size += block.size(); }))
+        return std::nullopt;
+    Data plain;
+    plain.reserve(size);
+    walkStored(deflated, [&](DataView block) { plain.insert(plain.end(), block.begin(), block.end()); });
+    return plain;
+}
+
 template <auto release>
 struct Release {
     template <typename T>
@@ -89,6 +122,8 @@ Data deflateWhole(DataView plain)
 
 std::optional<Data> inflateWhole(DataView deflated)
 {
+    if (auto plain = joinStored(deflated))
+        return plain;
     if (deflated.size() < shortestDeflated)
         if (auto plain = inflateShort(deflated))
             return plain;

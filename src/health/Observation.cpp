@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "Observation.h"
 
-#include "vantorel/layouts/Nvme.h"
+#include "vantorel/health/TemperatureLimits.h"
 
 #include <algorithm>
 
@@ -178,33 +178,17 @@ private:
         const Attribute* const temperature = find(Meaning::temperature);
         if (!temperature || !temperature->value.plausible)
             return;
-        const bool isNvme = reading_.kind == Reading::Kind::nvme;
-        std::optional<int> warning = reading_.warningTemperature;
-        std::optional<int> critical = reading_.criticalTemperature;
-        if (const auto controller = isNvme ? readRecord<NVMeControllerData>(reading_.identify) : std::nullopt) {
-            const auto limit = [](std::uint16_t kelvin) { // 0: not told
-                return kelvin == 0 ? std::nullopt : std::optional(kelvin - 273);
-            };
-            warning = warning ? warning : limit(controller->wctemp);
-            critical = critical ? critical : limit(controller->cctemp);
-        }
-        // A limit that no drive could reach was not set.
-        constexpr int highest = 150;
         const auto add = [&](Signal signal, int limit) {
             this->add(signal, *temperature, temperature->value).limit = {
                 .number = Int128{limit} * (temperature->value.decimals == 1 ? 10 : 1),
                 .decimals = temperature->value.decimals,
                 .unit = Unit::celsius};
         };
-        const auto isSet = [&](std::optional<int> limit) { return limit && *limit > 0 && *limit <= highest; };
-        if (isSet(critical))
-            add(Signal::criticalHeat, *critical);
-        else if (isNvme)
-            add(Signal::usualCriticalHeat, 85);
-        if (isSet(warning))
-            add(Signal::heat, *warning);
-        else if (!isSet(critical))
-            add(Signal::usualHeat, isNvme ? 80 : reading_.isSSD ? 70 : 60);
+        const auto [warning, critical] = temperatureLimits(reading_);
+        if (critical)
+            add(critical->isUsual ? Signal::usualCriticalHeat : Signal::criticalHeat, critical->celsius);
+        if (warning)
+            add(warning->isUsual ? Signal::usualHeat : Signal::heat, warning->celsius);
     }
 
     /// What only the health log of an NVMe drive tells.

@@ -5,6 +5,7 @@
 #include "platform/PlugInSession.h"
 #include "vantorel/layouts/NvmeCommands.h"
 #include "vantorel/nvme/NVMeSmartController.h"
+#include "vantorel/nvme/NvmeErrorLog.h"
 #include "vantorel/nvme/NvmePowerStates.h"
 #include "vantorel/platform/IOConstants.h"
 #include "vantorel/system/Localization.h"
@@ -19,7 +20,7 @@ namespace {
 using Session = PlugInSession<NVMeSmartInterface>;
 
 /// One entry of each of the first 40 log pages, as far as the controller gives them.
-std::vector<NVMeErrorLogPage> processErrorLog(const NVMeSmartInterface& smartInterface)
+std::vector<NVMeErrorLogPage> readFirstPages(const NVMeSmartInterface& smartInterface)
 {
     std::array<NVMeErrorLogPage, 40> entries{};
     std::vector<NVMeErrorLogPage> pages;
@@ -87,7 +88,7 @@ NVMeSmartObject NVMeSmartController::getSmartData(const Drive& /*drive*/,
     const NVMeSMARTLog log = nvme::getSmartLog(session.interface());
     NVMeSmartObject result = nvme::makeResult(log, std::move(deviceInfo), recordBytes(log));
     // The calls are part of a reading as drives know it; a result has no place for what they give.
-    static_cast<void>(processErrorLog(session.interface()));
+    static_cast<void>(readFirstPages(session.interface()));
     return result;
 }
 
@@ -100,14 +101,7 @@ std::vector<NVMeSmartError> NVMeSmartController::getErrorLog(system::PlugInHandl
     const auto entries = nvme::getErrorLog(session.interface(), *controller);
     if (!entries)
         throw SmartError("Unable to read error log.");
-
-    std::vector<NVMeSmartError> errors;
-    for (const NVMeErrorLogPage& entry : *entries) {
-        if (entry.error_count != 0)
-            errors.push_back({entry.error_count, entry.sqid, entry.cmdid, entry.status_field});
-    }
-    std::ranges::stable_sort(errors, std::ranges::greater(), &NVMeSmartError::count);
-    return errors;
+    return processErrorLog(std::span<const NVMeErrorLogPage>(*entries));
 }
 
 } // namespace vantorel

@@ -89,6 +89,25 @@ TEST(Compression, DeflateOfAWholeBufferAndOfAStreamReadEachOther)
     EXPECT_EQ(decompress(*compress(large, zlib), zlib), large);
 }
 
+TEST(Compression, StoredBlocksOfDeflateAreJoined)
+{
+    // The last of three is empty. What fills up the first byte of a header, and what follows the last, is of no weight.
+    const Data stored = {0xf8, 2, 0, 0xfd, 0xff, 'a', 'b', 0x00, 1, 0, 0xfe, 0xff, 'c', 0x01, 0, 0, 0xff, 0xff, 9};
+    EXPECT_EQ(decompress(stored, zlib), (Data{'a', 'b', 'c'}));
+    // A Huffman block of nothing lies between.
+    const Data mixed = {0x00, 2, 0, 0xfd, 0xff, 'a', 'b', 0x02, 0x04, 0, 0, 0xff, 0xff};
+    EXPECT_EQ(decompress(mixed, zlib), (Data{'a', 'b'}));
+    for (const auto& [place, value] : {std::pair<std::size_t, std::uint8_t>{3, 0xfc}, {11, 0xfd}, {1, 20}, {0, 6}}) {
+        Data damaged = stored;
+        damaged[place] = value;
+        EXPECT_EQ(thrownBy([&] { return decompress(damaged, zlib); }), CompressionError::processError) << place;
+    }
+    for (std::size_t size = 1; size < stored.size() - 1; ++size)
+        EXPECT_EQ(thrownBy([&] { return decompress(DataView(stored).first(size), zlib); }),
+                  CompressionError::processError)
+            << size;
+}
+
 TEST(Compression, AResultTakesNoMoreMemoryThanAboutTwiceItsSize)
 {
     for (const Data& plain : {text(300), text(700'000), Data(3'000'000)})

@@ -67,11 +67,15 @@ const Code& codeOf(std::uint16_t frequency)
     return *std::prev(behind);
 }
 
-const Code& codeAt(std::uint64_t bits)
-{
-    return *std::find_if(codes.begin(), codes.end(),
-                         [&](const Code& code) { return (bits & ((1U << code.prefixBits) - 1)) == code.prefix; });
-}
+/// The code that the lowest four bits begin, or are.
+constexpr auto codeAt = [] {
+    std::array<Code, 16> table{};
+    for (std::size_t bits = 0; bits < table.size(); ++bits)
+        table[bits] = *std::find_if(codes.begin(), codes.end(), [&](const Code& code) {
+            return (bits & ((1U << code.prefixBits) - 1)) == code.prefix;
+        });
+    return table;
+}();
 
 /// Absent unless exactly the bits of the frequencies are there, and at most 7 more.
 bool unpackFrequencies(DataView packed, std::array<le16, allSymbols>& frequencies)
@@ -81,7 +85,7 @@ bool unpackFrequencies(DataView packed, std::array<le16, allSymbols>& frequencie
     for (le16& frequency : frequencies) {
         for (; count < longestCode && !packed.empty(); packed = packed.subspan(1), count += 8)
             bits |= std::uint64_t{packed[0]} << count;
-        const Code& code = codeAt(bits);
+        const Code& code = codeAt[bits & 15];
         const unsigned length = code.prefixBits + code.valueBits;
         if (length > count)
             return false;

@@ -2,9 +2,12 @@
 #include "Fse.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
+#include <functional>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 namespace vantorel::system::compression::lzfse {
 
@@ -31,12 +34,10 @@ std::optional<std::size_t> walkStates(Frequencies frequencies, std::size_t state
             continue;
         const unsigned bits = longestBits(states, frequency);
         const std::uint32_t longs = (2 * n >> bits) - frequency;
-        for (std::uint32_t j = 0; j < frequency; ++j, ++state) {
-            if (j < longs)
-                put(state, symbol, bits, ((frequency + j) << bits) - n);
-            else
-                put(state, symbol, bits - 1, (j - longs) << (bits - 1));
-        }
+        for (std::uint32_t j = 0; j < longs; ++j)
+            put(state++, symbol, bits, ((frequency + j) << bits) - n);
+        for (std::uint32_t j = longs; j < frequency; ++j)
+            put(state++, symbol, bits - 1, (j - longs) << (bits - 1));
     }
     return state;
 }
@@ -61,49 +62,55 @@ void normalise(std::span<const std::uint32_t> counts, std::size_t states, std::s
 
     // What rounding left over or gave too much is made good where it changes the price of the data least: taking a
     // state from a symbol of frequency f costs about count / (f - 1/2), giving one saves count / (f + 1/2).
-    std::array<float, literalSymbols> prices;
-    const auto end = prices.begin() + static_cast<std::ptrdiff_t>(counts.size());
-    const auto even = [&](auto&& priceOf, auto&& cheapest, int step) {
-        for (std::size_t i = 0; i < counts.size(); ++i)
-            prices[i] = priceOf(i);
-        for (; given != states; given += static_cast<std::size_t>(step)) {
-            const auto i = static_cast<std::size_t>(cheapest() - prices.begin());
-            frequencies[i] = static_cast<std::uint16_t>(frequencies[i] + step);
-            prices[i] = priceOf(i);
-        }
+    const bool excess = given > states;
+    using Price = std::pair<float, std::size_t>; // of the next step, and its symbol
+    const auto priceOf = [&](std::size_t i) {
+        const auto count = static_cast<float>(counts[i]);
+        const auto frequency = static_cast<float>(frequencies[i]);
+        if (!excess)
+            return Price(-count / (frequency + 0.5F), i);
+        return Price(frequencies[i] > 1 ? count / (frequency - 0.5F) : std::numeric_limits<float>::max(), i);
     };
-    const auto price = [&](std::size_t i, float half) {
-        return static_cast<float>(counts[i]) / (static_cast<float>(frequencies[i]) + half);
-    };
-    if (given > states)
-        even([&](std::size_t i) { return frequencies[i] > 1 ? price(i, -0.5F) : std::numeric_limits<float>::max(); },
-             [&] { return std::min_element(prices.begin(), end); }, -1);
-    else
-        even([&](std::size_t i) { return price(i, 0.5F); }, [&] { return std::max_element(prices.begin(), end); }, 1);
+    std::array<Price, literalSymbols> prices;
+    auto* end = prices.data();
+    for (std::size_t i = 0; i < counts.size(); ++i)
+        if (counts[i] != 0)
+            *end++ = priceOf(i);
+    std::make_heap(prices.data(), end, std::greater<>());
+    for (; given != states; given += excess ? -1 : 1) {
+        std::pop_heap(prices.data(), end, std::greater<>());
+        Price& cheapest = end[-1];
+        std::uint16_t& frequency = frequencies[cheapest.second];
+        frequency = static_cast<std::uint16_t>(excess ? frequency - 1 : frequency + 1);
+        cheapest = priceOf(cheapest.second);
+        std::push_heap(prices.data(), end, std::greater<>());
+    }
 }
 
 std::optional<std::size_t> makeDecoderTable(Frequencies frequencies, std::span<LiteralEntry> table)
 {
-    for (std::size_t i = 0; i < table.size(); ++i)
+    const auto used = walkStates(frequencies, table.size(),
+                                 [&](std::size_t state, std::size_t symbol, unsigned bits, std::uint32_t delta) {
+                                     table[state] = {static_cast<std::uint8_t>(bits), static_cast<std::uint8_t>(symbol),
+                                                     static_cast<std::int16_t>(delta)};
+                                 });
+    for (std::size_t i = used.value_or(0); i < table.size(); ++i)
         table[i] = {0, 0, static_cast<std::int16_t>(i)};
-    return walkStates(frequencies, table.size(),
-                      [&](std::size_t state, std::size_t symbol, unsigned bits, std::uint32_t delta) {
-                          table[state] = {static_cast<std::uint8_t>(bits), static_cast<std::uint8_t>(symbol),
-                                          static_cast<std::int16_t>(delta)};
-                      });
+    return used;
 }
 
 std::optional<std::size_t> makeDecoderTable(Frequencies frequencies, std::span<const ValueSymbol> values,
                                             std::span<ValueEntry> table)
 {
-    for (std::size_t i = 0; i < table.size(); ++i)
+    const auto used = walkStates(frequencies, table.size(),
+                                 [&](std::size_t state, std::size_t symbol, unsigned bits, std::uint32_t delta) {
+                                     const ValueSymbol& value = values[symbol];
+                                     table[state] = {static_cast<std::uint8_t>(bits + value.extraBits), value.extraBits,
+                                                     static_cast<std::int16_t>(delta), value.base};
+                                 });
+    for (std::size_t i = used.value_or(0); i < table.size(); ++i)
         table[i] = {0, 0, static_cast<std::int16_t>(i), 0};
-    return walkStates(frequencies, table.size(),
-                      [&](std::size_t state, std::size_t symbol, unsigned bits, std::uint32_t delta) {
-                          const ValueSymbol& value = values[symbol];
-                          table[state] = {static_cast<std::uint8_t>(bits + value.extraBits), value.extraBits,
-                                          static_cast<std::int16_t>(delta), value.base};
-                      });
+    return used;
 }
 
 void makeEncoderTable(Frequencies frequencies, std::size_t states, std::span<EncoderEntry> table)

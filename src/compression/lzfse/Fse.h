@@ -113,10 +113,9 @@ public:
     /// The next `count` bits, fewer than 64, the first read on top.
     [[nodiscard]] std::uint32_t pull(unsigned count)
     {
-        const auto pulled = static_cast<std::uint32_t>(bits_ >> 1 >> (63 - count));
-        bits_ <<= count;
+        bits_ = std::rotl(bits_, static_cast<int>(count));
         left_ -= count;
-        return pulled;
+        return static_cast<std::uint32_t>(bits_) & ((1U << count) - 1);
     }
 
     /// Whether bits were pulled from before the payload.
