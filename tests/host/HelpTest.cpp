@@ -17,8 +17,9 @@ TEST(HelpCommand, TellsWhatTheHelpOfTheVerbTells)
         EXPECT_EQ(help.status, 0) << verb;
         EXPECT_THAT(help.out, HasSubstr("\n\nUsage: vantorel" + (verb.empty() ? verb : ' ' + verb) + " [OPTION...]"));
         EXPECT_THAT(help.out, HasSubstr("--machine PATH")) << verb;
-        if (verb != "help")
+        if (verb != "help") {
             EXPECT_EQ(help.out, runCommand(verb + " --help").out) << verb;
+        }
     }
     EXPECT_THAT(runCommand("help decode ata").out,
                 HasSubstr("Usage: vantorel decode ata --model TEXT [OPTION...] DATA"));
