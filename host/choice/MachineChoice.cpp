@@ -31,8 +31,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* wakeOption = "--wake";
 
-constexpr std::string_view samplePrefix = "sample:";
-
 /// Where the samples lie, told from where this program lies.
 fs::path samplesFolder()
 {
@@ -79,7 +77,7 @@ std::vector<std::string> sampleNames()
     std::vector<std::string> names;
     std::error_code failure;
     for (const auto& entry : fs::directory_iterator(samplesFolder(), failure))
-        names.push_back(std::string(samplePrefix) + entry.path().filename().string());
+        names.push_back(entry.path().filename().string());
     std::ranges::sort(names);
     return names;
 }
@@ -88,12 +86,13 @@ std::string machinePath(const std::string& text)
 {
     if (!text.starts_with(samplePrefix))
         return text;
-    const std::vector<std::string> samples = sampleNames();
-    if (std::ranges::find(samples, text) != samples.end())
-        return samplesFolder() / text.substr(samplePrefix.size());
-    throw CommandError(text, samples.empty()
+    const std::string name = text.substr(samplePrefix.size());
+    const std::vector<std::string> names = sampleNames();
+    if (std::ranges::find(names, name) != names.end())
+        return samplesFolder() / name;
+    throw CommandError(text, names.empty()
                                  ? fmt::format("there are no samples in {}", samplesFolder().string())
-                                 : fmt::format("there is no such sample; there are {}", fmt::join(samples, ", ")));
+                                 : fmt::format("there is no such sample; there are {}", fmt::join(names, ", ")));
 }
 
 void addMachineOptions(CLI::App& app)

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantorel::host {
@@ -16,7 +17,10 @@ enum class LaterEvents { happen, stayOut };
 
 inline constexpr const char* machineOption = "--machine";
 
-/// `sample:NAME` of each machine that comes with this program, by name; none where they are not installed.
+/// Stands before the name of a machine that comes with this program.
+inline constexpr std::string_view samplePrefix = "sample:";
+
+/// The names of these machines, in order; none where they are not installed.
 [[nodiscard]] std::vector<std::string> sampleNames();
 
 /// The path of the sample that `sample:NAME` names; any other text as it is. Throws for a sample that there is not.

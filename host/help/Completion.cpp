@@ -134,7 +134,8 @@ private:
             text_ += ":folders\n";
         } else if (type == "PATH") {
             for (const std::string& name : sampleNames())
-                add(before + name, "A machine that comes with this program", before + beginning);
+                add(fmt::format("{}{}{}", before, samplePrefix, name), "A machine that comes with this program",
+                    before + beginning);
             text_ += ":files\n";
         } else if (type == "DISK") {
             addDrives(before, beginning);

@@ -95,6 +95,7 @@ void addFleet(CLI::App& app, int& status)
     CLI::App* const verb = app.add_subcommand("fleet", "Many reports at once: drives that are not good, and sums");
     const auto arguments = std::make_shared<FleetArguments>();
     verb->add_option("PATH", arguments->paths, "Reports, and folders with all reports (*.vantorel) under them")
+        ->type_name("FILE")
         ->required();
     auto* const json = verb->add_flag("--json", arguments->json, "Print as JSON");
     verb->add_flag("--ndjson", arguments->lines, "Print a line of JSON for each drive of each report")->excludes(json);
