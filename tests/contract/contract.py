@@ -71,7 +71,8 @@ class Contract:
             self._fault(line, f"status {run.returncode}, {len(documents)} documents, {messages}")
         if failed and f"vantorel: {documents[0]['error']}" not in messages:
             self._fault(line, f"standard error tells another error: {messages}")
-        for document in documents:
+        # Drives are told as they answer, and a shape goes by what it sees first.
+        for document in sorted(documents, key=lambda each: each.get("name", "")):
             self._take("error" if failed else name, document, line)
             if document.get("status", run.returncode) != run.returncode:
                 self._fault(line, f"ends with {run.returncode}, and the document tells another status")

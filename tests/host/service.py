@@ -17,7 +17,9 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PATIENCE = 20
+PATIENCE = 60
+# On a computer that has much else to do it is not this program that is slow.
+MOMENT = 1 if os.getloadavg()[0] < os.cpu_count() + 1 else 5
 
 
 def turned_bad(sector):
@@ -53,7 +55,7 @@ class Service:
         began = time.monotonic()
         self.process.send_signal(signal.SIGTERM)
         output, _ = self.process.communicate(timeout=PATIENCE)
-        assert time.monotonic() - began < 1, "SIGTERM takes longer than a second"
+        assert time.monotonic() - began < MOMENT, "SIGTERM takes longer than a second"
         assert self.process.returncode == 0, output
         self.told("STOPPING=1")
         return output
@@ -94,11 +96,18 @@ def check_change(command, folder):
     service = Service(command, folder, machines.good, *options)
     service.told("READY=1")
     # What is bad from the beginning is news too: two of the tower's drives.
-    until(lambda: told.exists() and told.read_text().count("\n") == 2, "the first news")
+    calls = folder / "told.calls"
+    until(lambda: calls.exists() and calls.read_text().count(".") == 2, "the first news")
     output = service.end()
     assert sorted(json.loads(line)["level"] for line in told.read_text().splitlines()) == ["atRisk", "failing"]
     assert output.count(" -> ") == 2 and "disk3, Maxtor 96147H8, serial N80T0WER: good -> failing: " in output, output
 
+    def drive():
+        history = subprocess.run([command, "history", "show", "--json", "S0MUJ1T0WER002", "--db", folder / "history.db"],
+                                 capture_output=True, check=True)
+        return json.loads(history.stdout)["drives"][0]
+
+    before = drive()["count"]
     told.unlink()
     mailer = folder / "sendmail"
     mailer.write_text(f"#!/bin/sh\necho \"$*\" > '{folder}/mail'\ncat >> '{folder}/mail'\n")
@@ -107,7 +116,7 @@ def check_change(command, folder):
                       "--metrics", folder / "drives.prom", PATH=f"{folder}:{os.environ['PATH']}")
     until(lambda: told.exists() and told.read_text().endswith("\n"), "the news")
     until(lambda: (folder / "mail").exists() and "promises" in (folder / "mail").read_text(), "the mail")
-    time.sleep(2.5)  # two more readings, that change nothing
+    until(lambda: drive()["count"] >= before + 3, "two more readings, which change nothing")
     output = service.end()
     news = json.loads(told.read_text())  # one document
     assert json.loads(output) == news, output
@@ -115,13 +124,10 @@ def check_change(command, folder):
         ("levelChanged", "disk2", "S0MUJ1T0WER002", "good", "atRisk")
     assert [reason["rule"] for reason in news["verdict"]["reasons"]] == ["hdd.reallocated.high"]
     assert news["verdict"]["comparison"]["damageGrew"] and "comparedTo" in news
-    assert pathlib.Path(f"{told}.calls").read_text().count(".") == 3
+    assert calls.read_text().count(".") == 3
     assert (folder / "mail").read_text().startswith("-t\nTo: root@here\nSubject: disk2: at risk\n")
     assert 'S0MUJ1T0WER002' in (folder / "drives.prom").read_text()
-    history = subprocess.run([command, "history", "show", "--json", "S0MUJ1T0WER002", "--db", folder / "history.db"],
-                             capture_output=True, check=True)
-    drive = json.loads(history.stdout)["drives"][0]
-    assert drive["count"] >= 4 and len(drive["growths"]) == 1, drive
+    assert len(drive()["growths"]) == 1, drive()
 
 
 def check_settings(command, folder):
@@ -195,8 +201,10 @@ def check_rest(command, folder):
 def check_missing_history(command, folder):
     """A history that cannot be used is told once, and changes are told without it."""
     machines = Machines(folder)
-    service = Service(command, folder, machines.good, "--interval", "1s", history="gone/history.db")
-    time.sleep(3)
+    service = Service(command, folder, machines.good, "--interval", "1s", "--on-change", f"echo >> {folder}/told",
+                      history="gone/history.db")
+    until(lambda: (folder / "told").exists() and len((folder / "told").read_text()) == 2, "the news")
+    time.sleep(2)
     output = service.end()
     assert output.count("history: ") == 1 and output.count(" -> ") == 2, output
 
