@@ -90,6 +90,9 @@ endfunction()
 # vantorel_script_test(NAME SCRIPT argument...)
 # Runs a script as a test; it says by the exit status 77 that something it needs is not installed (tests/support/need.sh).
 function(vantorel_script_test name script)
+    if(CMAKE_CROSSCOMPILING) # scripts start the command themselves, as one of this computer
+        return()
+    endif()
     add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
     set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 120)
 endfunction()

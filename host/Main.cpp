@@ -5,6 +5,9 @@
 #include "host/choice/MachineChoice.h"
 #include "host/choice/TableChoice.h"
 #include "host/console/Output.h"
+#include "host/help/Completion.h"
+#include "host/help/HelpText.h"
+#include "host/help/Suggestion.h"
 #include "vantorel/ata/DriveTables.h"
 #include "vantorel/smart/Version.h"
 #include "vantorel/system/Localization.h"
@@ -42,22 +45,38 @@ struct Verb {
 
 // In the order of the help text.
 constexpr Verb verbs[] = {
-    {"check", host::addCheck},       {"decode", host::addDecode},        {"db", host::addDatabase},
-    {"compress", host::addCompress}, {"expand", host::addExpand},        {"list", host::addList},
-    {"smart", host::addSmart},       {"errors", host::addErrors},        {"watch", host::addWatch},
-    {"history", host::addHistory},   {"stats", host::addStats},          {"metrics", host::addMetrics},
-    {"report", host::addReport},     {"record", host::addRecord},        {"show", host::addShow},
-    {"diff", host::addDiff},         {"machine", host::addMachineCheck},
+    {"check", host::addCheck},
+    {"smart", host::addSmart},
+    {"list", host::addList},
+    {"errors", host::addErrors},
+    {"history", host::addHistory},
+    {"stats", host::addStats},
+    {"metrics", host::addMetrics},
+    {"watch", host::addWatch},
+    {"report", host::addReport},
+    {"show", host::addShow},
+    {"diff", host::addDiff},
+    {"fleet", host::addFleet},
+    {"record", host::addRecord},
+    {"machine", host::addMachineCheck},
+    {"decode", host::addDecode},
+    {"db", host::addDatabase},
+    {"compress", host::addCompress},
+    {"expand", host::addExpand},
+    {"help", host::addHelp},
 };
 
 /// Adds the verbs that stand among the arguments, as making all of them takes a third of a millisecond; all of them
-/// where none does, for the help text or a fault.
+/// where none does, for a fault, and where help is asked for.
 void addVerbs(CLI::App& app, int& status, std::span<char* const> arguments)
 {
     const auto isNamed = [&](const Verb& verb) {
         return std::ranges::any_of(arguments, [&](std::string_view argument) { return argument == verb.name; });
     };
-    const bool all = std::ranges::none_of(verbs, isNamed);
+    const bool helps = std::ranges::any_of(arguments, [](std::string_view argument) {
+        return argument == "help" || argument == "--help" || argument == "-h" || argument == host::completeOption;
+    });
+    const bool all = helps || std::ranges::none_of(verbs, isNamed);
     for (const Verb& verb : verbs) {
         if (all || isNamed(verb))
             verb.add(app, status);
@@ -70,6 +89,9 @@ int run(int argc, char** argv)
     app.require_subcommand(0, 1);
     app.set_version_flag("--version", versionText, "Print the versions of the library and of the drive table");
     app.fallthrough();
+    app.formatter(std::make_shared<host::HelpText>());
+    app.footer("Without a verb it does what check does. `vantorel help VERB` tells what a verb takes, the manual pages "
+               "vantorel(1), vantorel-json(5) and vantorel-recording(5) the rest.");
     host::addMachineOptions(app);
     host::addDriveTables(app);
     int status = success;
@@ -78,14 +100,21 @@ int run(int argc, char** argv)
         if (app.get_subcommands().empty())
             status = host::check(app);
     });
+    if (argc > 1 && std::string_view(argv[1]) == host::completeOption) {
+        host::print(host::completions(app, {argv + 2, argv + argc}));
+        return status;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {
-        const auto unknown = app.remaining();
-        throw host::CommandError("arguments",
-                                 unknown.empty() ? error.what() : "what is \"" + unknown.front() + "\"? See --help");
+        const auto unknown = app.remaining(true);
+        if (unknown.empty())
+            throw host::CommandError("arguments", error.what());
+        throw host::CommandError("arguments", "what is \"" + unknown.front() + "\"?" +
+                                                  host::suggestionFor(host::lastVerb(app), unknown.front()) +
+                                                  " See --help");
     }
     return status;
 }
@@ -93,8 +122,10 @@ int run(int argc, char** argv)
 /// Whether JSON is wanted, told apart from the reading of the arguments: these may be what is wrong.
 bool wantsJson(int argc, char** argv)
 {
+    if (argc > 1 && std::string_view(argv[1]) == host::completeOption)
+        return false;
     return std::any_of(argv + 1, argv + argc, [](std::string_view argument) {
-        return argument == "--json" || argument.starts_with("--json=");
+        return argument == "--json" || argument == "--ndjson" || argument.starts_with("--json=");
     });
 }
 

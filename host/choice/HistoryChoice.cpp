@@ -30,6 +30,9 @@ void judgeAll(HistoryStore& store, std::vector<DriveOutcome>& outcomes)
 
 std::string usualHistory()
 {
+    // What the service manager has made for a service (systemd.exec(5), StateDirectory=).
+    if (const char* const folder = std::getenv("STATE_DIRECTORY"); folder && *folder == '/')
+        return fs::path(folder) / "history.db";
     if (geteuid() == 0)
         return "/var/lib/vantorel/history.db";
     const char* const state = std::getenv("XDG_STATE_HOME");
@@ -44,7 +47,7 @@ CLI::Option* addHistoryOption(CLI::App& verb, std::string& path)
     return verb.add_option("--db", path, "The history, in place of the usual one")->type_name("FILE");
 }
 
-HistoryStore openHistory(const std::string& path, HistoryStore::Use use)
+HistoryStore openHistory(const std::string& path, HistoryStore::Use use, std::chrono::milliseconds patience)
 {
     const std::string chosen = path.empty() ? usualHistory() : path;
     if (chosen.empty())
@@ -59,7 +62,7 @@ HistoryStore openHistory(const std::string& path, HistoryStore::Use use)
         throw CommandError(chosen,
                            failure ? failure.message() : "there is no history yet; `vantorel history add` begins one");
     }
-    return HistoryStore(chosen, use);
+    return HistoryStore(chosen, use, patience);
 }
 
 void judgeBesideHistory(std::vector<DriveOutcome>& outcomes, const std::string& path, bool isThisComputer)

@@ -29,7 +29,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* machineOption = "--machine";
 constexpr const char* wakeOption = "--wake";
 
 constexpr std::string_view samplePrefix = "sample:";
@@ -39,21 +38,6 @@ fs::path samplesFolder()
 {
     std::error_code ignored;
     return (fs::read_symlink("/proc/self/exe", ignored).parent_path() / VANTOREL_SAMPLE_MACHINES).lexically_normal();
-}
-
-std::string samplePath(std::string_view name)
-{
-    const fs::path folder = samplesFolder();
-    std::vector<std::string> names;
-    std::error_code failure;
-    for (const auto& entry : fs::directory_iterator(folder, failure))
-        names.push_back(entry.path().filename().string());
-    if (std::ranges::find(names, name) != names.end())
-        return folder / name;
-    std::ranges::sort(names);
-    throw CommandError(fmt::format("{}{}", samplePrefix, name),
-                       names.empty() ? fmt::format("there are no samples in {}", folder.string())
-                                     : fmt::format("there is no such sample; there are {}", fmt::join(names, ", ")));
 }
 
 void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& path)
@@ -68,8 +52,7 @@ void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& p
 /// The recorded machine at a path, or the sample of a name.
 std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents laterEvents)
 {
-    if (path.starts_with(samplePrefix))
-        path = samplePath(std::string_view(path).substr(samplePrefix.size()));
+    path = machinePath(path);
     auto recording = loadRecordingOrReport(path);
     tellFaults(recording.faults, path);
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
@@ -90,6 +73,28 @@ void letDisksArrive()
 }
 
 } // namespace
+
+std::vector<std::string> sampleNames()
+{
+    std::vector<std::string> names;
+    std::error_code failure;
+    for (const auto& entry : fs::directory_iterator(samplesFolder(), failure))
+        names.push_back(std::string(samplePrefix) + entry.path().filename().string());
+    std::ranges::sort(names);
+    return names;
+}
+
+std::string machinePath(const std::string& text)
+{
+    if (!text.starts_with(samplePrefix))
+        return text;
+    const std::vector<std::string> samples = sampleNames();
+    if (std::ranges::find(samples, text) != samples.end())
+        return samplesFolder() / text.substr(samplePrefix.size());
+    throw CommandError(text, samples.empty()
+                                 ? fmt::format("there are no samples in {}", samplesFolder().string())
+                                 : fmt::format("there is no such sample; there are {}", fmt::join(samples, ", ")));
+}
 
 void addMachineOptions(CLI::App& app)
 {

@@ -7,11 +7,20 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vantorel::host {
 
 /// Whether what a recorded machine tells of later happens in its time, or not at all.
 enum class LaterEvents { happen, stayOut };
+
+inline constexpr const char* machineOption = "--machine";
+
+/// `sample:NAME` of each machine that comes with this program, by name; none where they are not installed.
+[[nodiscard]] std::vector<std::string> sampleNames();
+
+/// The path of the sample that `sample:NAME` names; any other text as it is. Throws for a sample that there is not.
+[[nodiscard]] std::string machinePath(const std::string& text);
 
 /// Adds `--machine PATH` and `--wake`, for every verb that looks at a machine.
 void addMachineOptions(CLI::App& app);

@@ -30,7 +30,7 @@ std::string wwnIn(DataView identify)
     if ((word(87) & mask) != validAndSupported)
         return {};
     std::uint64_t name = 0;
-    for (const std::size_t number : {108, 109, 110, 111})
+    for (const std::size_t number : {108U, 109U, 110U, 111U})
         name = name << 16 | word(number);
     return name == 0 ? "" : fmt::format("{:016x}", name);
 }

@@ -2,6 +2,7 @@
 #include "DriveMetrics.h"
 
 #include "documents/WholeNumber.h"
+#include "host/health/SureValue.h"
 #include "vantorel/base/Text.h"
 #include "vantorel/health/Attributes.h"
 #include "vantorel/smart/Version.h"
@@ -228,20 +229,13 @@ void addVerdict(Collection& all, const health::Verdict& verdict, const MetricLab
 void addAttributes(Collection& all, const health::JudgedReading& judged, const MetricLabels& identity)
 {
     const std::vector<Attribute> attributes = health::attributesOf(judged.view());
-    const auto find = [&](Meaning meaning, Unit unit) {
-        const auto found = std::ranges::find_if(attributes, [&](const Attribute& attribute) {
-            return attribute.meaning == meaning && attribute.value.unit == unit && attribute.value.plausible &&
-                   attribute.confidence != health::Confidence::low;
-        });
-        return found == attributes.end() ? std::nullopt : std::optional(numberOf(found->value));
-    };
     for (const AttributeNumber& family : attributeNumbers) {
-        if (const auto number = find(family.meaning, family.unit))
-            all.add(family.about, identity, *number);
+        if (const auto value = sureValue(attributes, family.meaning, family.unit))
+            all.add(family.about, identity, numberOf(*value));
     }
     for (const auto& [direction, meaning] : {std::pair("read", Meaning::hostRead), {"write", Meaning::hostWritten}}) {
-        if (const auto number = find(meaning, Unit::bytes))
-            all.add(hostBytes, with(identity, {{"direction", direction}}), *number);
+        if (const auto value = sureValue(attributes, meaning, Unit::bytes))
+            all.add(hostBytes, with(identity, {{"direction", direction}}), numberOf(*value));
     }
 }
 

@@ -158,10 +158,15 @@ void addVerb(CLI::App& app, int& status, const char* name, const char* descripti
     CLI::App* verb = app.add_subcommand(name, description);
     const auto arguments = std::make_shared<Arguments>();
     verb->add_option("--algorithm,-a", arguments->algorithm, "lz4, zlib (raw deflate), lzma (xz) or lzfse")
+        ->type_name("ALGORITHM")
         ->check(CLI::IsMember(algorithms))
         ->capture_default_str();
-    verb->add_option("IN", arguments->input, "File to read; - for standard input")->capture_default_str();
-    verb->add_option("-o,--output", arguments->output, "File to write; - for standard output")->capture_default_str();
+    verb->add_option("IN", arguments->input, "File to read; - for standard input")
+        ->type_name("FILE")
+        ->capture_default_str();
+    verb->add_option("-o,--output", arguments->output, "File to write; - for standard output")
+        ->type_name("FILE")
+        ->capture_default_str();
     verb->callback([arguments, encode, &status] { status = run(*arguments, encode); });
 }
 

@@ -85,8 +85,10 @@ void addDecode(CLI::App& app, int& status)
 
     CLI::App* const ata = decode->add_subcommand("ata", "Judge the two saved sectors of an ATA drive");
     const auto ataArguments = std::make_shared<AtaArguments>();
-    ata->add_option("DATA", ataArguments->data, "File with the SMART data sector")->required();
-    ata->add_option("THRESHOLDS", ataArguments->thresholds, "File with the SMART thresholds sector")->required();
+    ata->add_option("DATA", ataArguments->data, "File with the SMART data sector")->type_name("FILE")->required();
+    ata->add_option("THRESHOLDS", ataArguments->thresholds, "File with the SMART thresholds sector")
+        ->type_name("FILE")
+        ->required();
     ata->add_option("--model", ataArguments->model, "The drive's model; selects its row of the drive table")
         ->required();
     ata->add_flag("--ssd", ataArguments->ssd, "The drive is solid state");
@@ -95,8 +97,11 @@ void addDecode(CLI::App& app, int& status)
 
     CLI::App* const nvme = decode->add_subcommand("nvme", "Judge the saved health log of an NVMe drive");
     const auto nvmeArguments = std::make_shared<NvmeArguments>();
-    nvme->add_option("LOG", nvmeArguments->log, "File with the SMART / Health Information log")->required();
-    nvme->add_option("--identify", nvmeArguments->identify, "File with the Identify Controller data");
+    nvme->add_option("LOG", nvmeArguments->log, "File with the SMART / Health Information log")
+        ->type_name("FILE")
+        ->required();
+    nvme->add_option("--identify", nvmeArguments->identify, "File with the Identify Controller data")
+        ->type_name("FILE");
     nvmeArguments->form.add(*nvme);
     nvme->callback([nvmeArguments, &status] { status = decodeNvme(*nvmeArguments); });
 }

@@ -136,8 +136,8 @@ void addDiff(CLI::App& app, int& status)
 {
     CLI::App* const verb = app.add_subcommand("diff", "What changed, and what got worse, between two reports");
     const auto arguments = std::make_shared<DiffArguments>();
-    verb->add_option("OLD", arguments->before, "The earlier report")->required();
-    verb->add_option("NEW", arguments->after, "The later report")->required();
+    verb->add_option("OLD", arguments->before, "The earlier report")->type_name("FILE")->required();
+    verb->add_option("NEW", arguments->after, "The later report")->type_name("FILE")->required();
     verb->add_flag("--json", arguments->json, "Print as JSON");
     verb->callback([arguments, &status] { status = diff(*arguments); });
 }

@@ -307,7 +307,7 @@ void addHistory(CLI::App& app, int& status)
     pruning->callback([arguments] { prune(*arguments); });
 
     CLI::App* const importing = subverb("import", "Keep the readings of reports");
-    importing->add_option("REPORT", arguments->reports, "Reports, in any order")->required();
+    importing->add_option("REPORT", arguments->reports, "Reports, in any order")->type_name("FILE")->required();
     importing->callback([arguments, &status] { status = importAll(*arguments); });
 }
 

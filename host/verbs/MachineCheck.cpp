@@ -2,6 +2,7 @@
 #include "documents/JsonDocument.h"
 #include "documents/Status.h"
 #include "host/Verbs.h"
+#include "host/choice/MachineChoice.h"
 #include "host/console/Output.h"
 #include "host/console/Text.h"
 #include "host/files/ReportFile.h"
@@ -104,10 +105,11 @@ void addMachineCheck(CLI::App& app, int& status)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    check->add_option("PATH", arguments->path, "a folder, a registry listing or a machine.json")->required();
-    check->add_flag("--json", arguments->json, "one JSON document");
+    check->add_option("PATH", arguments->path, "A recording, a registry listing or a report, or sample:NAME")
+        ->required();
+    check->add_flag("--json", arguments->json, "Print as JSON");
     check->callback([arguments, &status] {
-        const Contents contents = inspect(arguments->path);
+        const Contents contents = inspect(machinePath(arguments->path));
         print(arguments->json ? jsonOf(contents) : textOf(contents));
         status = contents.faults.empty() ? success : readFailed;
     });

@@ -118,7 +118,9 @@ void addReport(CLI::App& app, int& status)
 {
     CLI::App* const verb = app.add_subcommand("report", "Save the whole state of a machine's storage in one file");
     const auto arguments = std::make_shared<ReportArguments>();
-    verb->add_option("-o,--output", arguments->output, "File to write; - for standard output")->capture_default_str();
+    verb->add_option("-o,--output", arguments->output, "File to write; - for standard output")
+        ->type_name("FILE")
+        ->capture_default_str();
     verb->add_flag("--force", arguments->force, "Replace the file if it exists");
     verb->add_flag("--redact", arguments->redact,
                    "Put pseudonyms in the place of serial numbers, UUIDs, names of hardware, hosts and users");

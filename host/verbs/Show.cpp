@@ -191,6 +191,7 @@ void addShow(CLI::App& app, int& status)
     auto* const json = verb->add_flag("--json", arguments->json, "Print as JSON");
     auto* const html = verb->add_flag("--html", arguments->html, "Make a page of it")->excludes(json);
     verb->add_option("-o,--output", arguments->output, "The file to write the page to; - for standard output")
+        ->type_name("FILE")
         ->needs(html)
         ->capture_default_str();
     verb->add_flag("--raw", arguments->raw, "With the raw bytes of every drive")->needs(json);

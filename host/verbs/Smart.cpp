@@ -85,6 +85,7 @@ void addCheck(CLI::App& app, int& status)
     auto* const json = addNames(*verb, *arguments);
     auto* const html = verb->add_flag("--html", arguments->html, "Make a page of it, with every value")->excludes(json);
     verb->add_option("-o,--output", arguments->output, "The file to write; - for standard output")
+        ->type_name("FILE")
         ->needs(html)
         ->capture_default_str();
     verb->callback([&app, arguments, &status] { status = smart(app, *arguments); });

@@ -190,8 +190,10 @@ void addStats(CLI::App& app, int& status)
     verb->add_option("DISK", arguments->names, "Drives by device name or serial number; all of them unless named");
     auto* const interval =
         verb->add_option("--interval", arguments->interval, "Go on with rates, every so many seconds")
+            ->type_name("SECONDS")
             ->check(secondsFrom(0.01));
     verb->add_option("--count", arguments->count, "End after so many rates")
+        ->type_name("COUNT")
         ->check(CLI::PositiveNumber)
         ->needs(interval);
     verb->add_flag("--json", arguments->json, "Print as JSON, one document a line");

@@ -55,21 +55,6 @@ DriveOutcome unread(const Drive& drive, bool isNamed)
     return outcome;
 }
 
-/// Runs on any thread; nothing is thrown.
-void read(DriveOutcome& outcome) noexcept
-try {
-    outcome.judged.emplace(SmartController::shared().getSmartData(*outcome.drive));
-    outcome.kind = Kind::read;
-    outcome.error.clear();
-} catch (const SmartOpenError& error) {
-    outcome.kind = Kind::notOpened;
-    outcome.error = error.errorDescription();
-    tellObstacle(outcome, outcome.drive->service);
-} catch (const std::exception& error) {
-    outcome.kind = Kind::failed;
-    outcome.error = error.what();
-}
-
 } // namespace
 
 int DriveOutcome::status() const
@@ -136,6 +121,20 @@ std::vector<DriveOutcome> unreadDrives(const std::vector<std::string>& names)
     return outcomes;
 }
 
+void readDrive(DriveOutcome& outcome) noexcept
+try {
+    outcome.judged.emplace(SmartController::shared().getSmartData(*outcome.drive));
+    outcome.kind = Kind::read;
+    outcome.error.clear();
+} catch (const SmartOpenError& error) {
+    outcome.kind = Kind::notOpened;
+    outcome.error = error.errorDescription();
+    tellObstacle(outcome, outcome.drive->service);
+} catch (const std::exception& error) {
+    outcome.kind = Kind::failed;
+    outcome.error = error.what();
+}
+
 void readDrives(std::vector<DriveOutcome>& drives, const std::function<void(std::size_t, std::size_t)>& onWait)
 {
     std::vector<DriveOutcome*> first; // of those that one service answers for
@@ -151,7 +150,7 @@ void readDrives(std::vector<DriveOutcome>& drives, const std::function<void(std:
             others.emplace_back(&outcome, *same);
     }
     sideBySide(
-        first.size(), [&](std::size_t i) { read(*first[i]); },
+        first.size(), [&](std::size_t i) { readDrive(*first[i]); },
         [&](std::size_t done) {
             if (onWait)
                 onWait(done, first.size());

@@ -58,6 +58,9 @@ struct DriveOutcome {
 /// the registry's thread.
 [[nodiscard]] std::vector<DriveOutcome> unreadDrives(const std::vector<std::string>& names);
 
+/// Reads one that has a service. On any thread; blocks it for as long as the drive takes.
+void readDrive(DriveOutcome& outcome) noexcept;
+
 /// Reads them. On any thread: drives are read side by side, so that one that hangs holds up no other, and drives that
 /// one service answers for, such as the namespaces of an NVMe controller, are one. While it takes long `onWait` is
 /// called every now and then, on the calling thread, with how many of how many have been read.

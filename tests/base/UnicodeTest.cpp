@@ -50,7 +50,7 @@ TEST(Unicode, EachCharacterHasItsFormInEachEncoding)
 TEST(Unicode, WhatIsNoCharacterIsReplaced)
 {
     const std::string mark = "\xEF\xBF\xBD";
-    for (const char32_t none : {0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0x110000}) {
+    for (const char32_t none : {0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU, 0x110000U}) {
         std::string text;
         appendUtf8(text, none);
         EXPECT_EQ(text, mark);

@@ -31,7 +31,7 @@ TEST(CompressionStream, NeitherPortionsNorRoomChangeTheResult)
         const auto packed = pump(COMPRESSION_STREAM_ENCODE, algorithm, plain, everything, 1 << 20);
         ASSERT_TRUE(packed);
         for (const std::size_t source : {std::size_t{1}, std::size_t{13}, everything})
-            for (const std::size_t destination : {1, 13, 100'000}) {
+            for (const std::size_t destination : {1U, 13U, 100'000U}) {
                 // liblzma is told of the whole input when it comes at once, and takes a smaller dictionary then.
                 const auto again = pump(COMPRESSION_STREAM_ENCODE, algorithm, plain, source, destination);
                 ASSERT_TRUE(again);
@@ -61,7 +61,7 @@ TEST(CompressionStream, InPlaceItGivesTheSame)
     for (const compression_algorithm algorithm : algorithms) {
         const auto packed = pump(COMPRESSION_STREAM_ENCODE, algorithm, plain, everything, 1 << 20);
         ASSERT_TRUE(packed);
-        for (const std::size_t destination : {4096, 70'000, 1'000'000}) {
+        for (const std::size_t destination : {4096U, 70'000U, 1'000'000U}) {
             EXPECT_EQ(pumpInPlace(COMPRESSION_STREAM_ENCODE, algorithm, plain, destination), packed);
             EXPECT_EQ(pumpInPlace(COMPRESSION_STREAM_DECODE, algorithm, *packed, destination), plain);
         }

@@ -50,7 +50,7 @@ try {
 
 TEST(Compression, EveryAlgorithmGivesTheInputBackWhateverTheSizeAndTheBlock)
 {
-    for (const std::size_t size : {1, 2, 7, 8, 9, 4095, 4096, 4097, 65'535, 65'536, 65'537, 400'000})
+    for (const std::size_t size : {1U, 2U, 7U, 8U, 9U, 4095U, 4096U, 4097U, 65'535U, 65'536U, 65'537U, 400'000U})
         for (const Data& plain : {text(size), noise(size), Data(size)})
             for (const CompressionAlgorithm algorithm : algorithms) {
                 const auto packed = compress(plain, algorithm);
@@ -159,7 +159,7 @@ TEST(Compression, WrongArgumentsAreRefusedInOrder)
 
 TEST(Compression, InputThatStopsAnywhereBeforeTheEndIsAProcessError)
 {
-    for (const std::size_t size : {5, 600, 6000})
+    for (const std::size_t size : {5U, 600U, 6000U})
         for (const CompressionAlgorithm algorithm : algorithms) {
             const Data packed = *compress(text(size), algorithm);
             for (std::size_t kept = 1; kept < packed.size(); ++kept)

@@ -73,7 +73,7 @@ TEST(Lz4, BlocksMayBeOfAnySize)
     const auto size = static_cast<std::uint32_t>(plain.size());
     Data expected = plain;
     expected.push_back('!');
-    for (const std::size_t portion : {1, 1000, 1 << 20})
+    for (const std::size_t portion : {1U, 1000U, 1U << 20})
         EXPECT_EQ(expand(Frame().compressed(size, encoded).stored(Data{'!'}).end(), portion), expected);
     for (const int wrong : {-1, 1})
         EXPECT_EQ(expand(Frame().compressed(size + static_cast<std::uint32_t>(wrong), encoded).end()), std::nullopt);

@@ -135,7 +135,7 @@ TEST(Lzfse, NormalisedFrequenciesFillTheStatesAndKeepEverySymbol)
     for (std::vector<std::uint32_t> count : counts) {
         count.resize(64);
         std::vector<std::uint16_t> frequencies(count.size());
-        for (const std::size_t states : {64, 256, 1024}) {
+        for (const std::size_t states : {64U, 256U, 1024U}) {
             normalise(count, states, frequencies);
             EXPECT_EQ(std::accumulate(frequencies.begin(), frequencies.end(), 0U), states);
             for (std::size_t i = 0; i < count.size(); ++i)

@@ -32,6 +32,9 @@ CASES = [
     ("history-show", "history show --json --db {missing}"),
     ("history-acknowledge", "history acknowledge --json WD-WCAPW0TOWER1 hdd.pending.high --db {history.db}"),
     ("history-acknowledge", "history acknowledge --json WD-WCAPW0TOWER1 heat.high --db {history.db}"),
+    ("watch-health", "watch --health --json --interval 1s --for 2.5 --machine {ward} --db {watched.db}"),
+    ("watch-health", "watch --health --json --for 0.5 --machine {tower} --db {watched.db}"),
+    ("watch-health", "watch --health --json --for 0.5 --machine {worn} --db {watched.db}"),
     ("smart", "check --json --machine {worn} --db {history.db}"),
     ("history-show", "history show --json disk1 --machine {tower} --db {history.db}"),
     ("history-acknowledge", "history acknowledge --json --withdraw disk1 hdd.pending.high --machine {tower} --db {history.db}"),
@@ -42,6 +45,11 @@ CASES = [
     *(("diff", f"diff --json {{tower.vantorel}} {{{report}.vantorel}}") for report in REPORTS),
     ("diff", "diff --json {worn.vantorel} {tower.vantorel}"),
     *(("diff", f"diff --json {{{file}}} {{tower.vantorel}}") for file in ("noise", "text", "missing")),
+
+    *((document, f"fleet {option} {{{report}.vantorel}} {{tower.vantorel}}")
+      for document, option in (("fleet", "--json"), ("fleet-line", "--ndjson")) for report in REPORTS),
+    *((document, f"fleet {option} {{{file}}}")
+      for document, option in (("fleet", "--json"), ("fleet-line", "--ndjson")) for file in ("noise", "missing", "tower")),
 
     *(("decode", f"decode ata --json --raw {{tower}}/{drive}-data.bin {{tower}}/{drive}-thresholds.bin --model X{ssd}")
       for drive in ("intel", "wdc", "samsung", "maxtor") for ssd in ("", " --ssd")),
@@ -66,7 +74,7 @@ CASES = [
 ]
 
 # What prints any number of documents.
-STREAMS = ("watch", "stats")
+STREAMS = ("watch", "stats", "watch-health", "fleet-line")
 
 # Documents that are files and no output.
 FILES = [
@@ -76,7 +84,11 @@ FILES = [
 
 # The keys that no run above can show, and why.
 UNSEEN = {
+    **{f"fleet.json#/properties/unusual/items {key}": "takes ten drives of a model: tests/fleet"
+       for key in ("model", "kind", "bad", "judged", "othersBad", "othersJudged", "chance")},
     "smart.json#/$defs/drive remedy": "only this computer knows one",
+    "watch-health.json# comparedTo": "tests/host/service.py shows it",
+    "watch-health.json# remedy": "only this computer knows one",
     "history-show.json#/$defs/drive/properties/growths/items machine": "no sample tells its machine",
     "history-show.json#/$defs/reading machine": "no sample tells its machine",
     "machine.json#/$defs/drive/properties/nvme comment": "as that of ata",

@@ -29,6 +29,13 @@ from schemas import Real, Schemas
 from shape import Shape
 
 
+def unique(pairs):
+    """An object, which must not have a key twice."""
+    if len(dict(pairs)) < len(pairs):
+        raise ValueError(f"a key stands twice among {[key for key, _ in pairs]}")
+    return dict(pairs)
+
+
 class Contract:
     def __init__(self, command, folder):
         self._command = command
@@ -71,7 +78,7 @@ class Contract:
 
     def _documents(self, text, line):
         """One JSON value behind the other, each with its line end."""
-        decoder = json.JSONDecoder(parse_float=Real)
+        decoder = json.JSONDecoder(parse_float=Real, object_pairs_hook=unique)
         documents = []
         while text:
             try:
@@ -90,7 +97,22 @@ class Contract:
             self._fault(what, why)
         self.shapes.setdefault(name, Shape()).add(document)
 
+    def _verbs(self, verb=()):
+        """All verbs that print JSON, as the command's own help knows them."""
+        under = self._completed("help", *verb, "")
+        for name in under:
+            yield from self._verbs((*verb, name))
+        if not under and "--json" in self._completed(*verb, "--"):
+            yield " ".join(verb)
+
+    def _completed(self, *words):
+        run = subprocess.run([self._command, "--complete", *words], capture_output=True, text=True, check=True)
+        return [line.split("\t")[0] for line in run.stdout.splitlines()]
+
     def _check_coverage(self):
+        for verb in self._verbs():
+            if not any(line.startswith(f"{verb} --json") for _, line in cases.CASES):
+                self._fault(verb, "no case runs it with --json")
         for name in sorted(self._schemas.names() - self.shapes.keys()):
             self._fault(f"schema/{name}.json", "no case prints this document")
         keys = set(self._schemas.keys())

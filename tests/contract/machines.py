@@ -33,7 +33,7 @@ class Machines:
         self._folder = folder
         samples = root / "samples" / "machines"
         self.paths = {"tower": samples / "tower", "laptop": samples / "laptop", "missing": folder / "missing",
-                      "history.db": folder / "history.db"}
+                      "history.db": folder / "history.db", "watched.db": folder / "watched.db"}
         self._make_sick()
         self._make_lively()
         self._write("bare.json", b'{"registry": {"IORegistryEntryName": "Root"}}')

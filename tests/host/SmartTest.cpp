@@ -57,7 +57,7 @@ TEST(CheckCommand, TellsWhichDrivesNeedAHandAndWhy)
 
 TEST(CheckCommand, FitsTheScreen)
 {
-    for (const std::size_t width : {20, 40, 66, 67, 80, 120}) {
+    for (const std::size_t width : {20U, 40U, 66U, 67U, 80U, 120U}) {
         setenv("COLUMNS", std::to_string(width).c_str(), 1);
         std::istringstream lines(runCommand("check" + tower).out);
         std::size_t widest = 0;

@@ -202,7 +202,7 @@ TEST(Listing, CostsNoMoreThanItsBytes)
         for (int level = 0; level < levels; ++level)
             deep = children(entry("e", deep));
         const std::clock_t begin = std::clock();
-        EXPECT_EQ(read(entry("top", deep)).entries.size(), levels + 1U);
+        EXPECT_EQ(read(entry("top", deep)).entries.size(), static_cast<std::size_t>(levels) + 1);
         return std::clock() - begin;
     };
     EXPECT_LT(timeOf(500), 4 * timeOf(1));

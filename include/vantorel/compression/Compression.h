@@ -63,10 +63,14 @@ inline constexpr std::ptrdiff_t defaultCompressionBufferSize = 4096;
 
 } // namespace vantorel
 
+namespace std {
+
 template <>
-struct std::hash<vantorel::CompressionError> {
+struct hash<vantorel::CompressionError> {
     std::size_t operator()(const vantorel::CompressionError& error) const noexcept
     {
         return std::hash<int>()(error.reason());
     }
 };
+
+} // namespace std

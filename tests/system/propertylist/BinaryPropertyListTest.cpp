@@ -80,7 +80,7 @@ TEST(BinaryPropertyList, ExpandsIntoOneValueWithinItsLimits)
         {list({{0x33, 0x7F, 0xF0, 0, 0, 0, 0, 0, 0}}, 1), {}, "a date beyond the calendar"},
     };
     for (const auto& [bytes, limits, fault] : cases) {
-        EXPECT_THAT([&] { (void)readPropertyList(bytes, limits); },
+        EXPECT_THAT([&input = bytes, &within = limits] { (void)readPropertyList(input, within); },
                     testing::ThrowsMessage<PropertyListError>(testing::HasSubstr(fault)));
     }
 }
@@ -118,7 +118,7 @@ TEST(BinaryPropertyList, RefusesWhatBreaksItsRules)
         {list({}, 0), "the trailer"},
     };
     for (const auto& [bytes, fault] : cases) {
-        EXPECT_THAT([&] { (void)readBinaryPropertyList(bytes); },
+        EXPECT_THAT([&input = bytes] { (void)readBinaryPropertyList(input); },
                     testing::ThrowsMessage<PropertyListError>(testing::HasSubstr(fault)));
     }
 }

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "support/RunCommand.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace vantorel {
+namespace {
+
+using test::runCommand;
+using testing::HasSubstr;
+
+TEST(HelpCommand, TellsWhatTheHelpOfTheVerbTells)
+{
+    for (const std::string verb : {"", "smart", "db", "db show", "decode nvme", "help"}) {
+        const auto help = runCommand("help " + verb);
+        EXPECT_EQ(help.status, 0) << verb;
+        EXPECT_THAT(help.out, HasSubstr("\n\nUsage: vantorel" + (verb.empty() ? verb : ' ' + verb) + " [OPTION...]"));
+        EXPECT_THAT(help.out, HasSubstr("--machine PATH")) << verb;
+        if (verb != "help")
+            EXPECT_EQ(help.out, runCommand(verb + " --help").out) << verb;
+    }
+    EXPECT_THAT(runCommand("help decode ata").out,
+                HasSubstr("Usage: vantorel decode ata --model TEXT [OPTION...] DATA"));
+}
+
+TEST(HelpCommand, SuggestsWhatWasLikelyMeant)
+{
+    const struct {
+        std::string words;
+        std::string error;
+    } cases[] = {
+        {"recrod", "what is \"recrod\"? Did you mean \"record\"? See --help"},
+        {"check2", "what is \"check2\"? Did you mean \"check\"? See --help"},
+        {"exzand", "what is \"exzand\"? Did you mean \"expand\"? See --help"},
+        {"expa", "what is \"expa\"? Did you mean \"expand\"? See --help"},
+        {"exp", "what is \"exp\"? See --help"},
+        {"chekc", "what is \"chekc\"? Did you mean \"check\"? See --help"},
+        {"db shwo", "what is \"shwo\"? Did you mean \"show\"? See --help"},
+        {"smart --jsno", "what is \"--jsno\"? Did you mean \"--json\"? See --help"},
+        {"smart --machin x", "what is \"--machin\"? Did you mean \"--machine\"? See --help"},
+        {"help db lnt", "there is no verb \"lnt\". Did you mean \"lint\"?"},
+        {"completely-other", "what is \"completely-other\"? See --help"},
+        {"ex", "what is \"ex\"? See --help"},
+        {std::string(100000, 'a'), "what is \"" + std::string(100000, 'a') + "\"? See --help"},
+    };
+    for (const auto& [words, error] : cases) {
+        const auto run = runCommand(words);
+        EXPECT_EQ(run.status, 1) << words;
+        EXPECT_EQ(run.err, "vantorel: arguments: " + error + '\n');
+    }
+}
+
+TEST(Completion, TellsEveryWordThatTheLastIsTheBeginningOf)
+{
+    const struct {
+        std::string words;
+        std::string expected;
+    } cases[] = {
+        {"dec", "decode\tJudge saved SMART data\n"},
+        {"decode n", "nvme\tJudge the saved health log of an NVMe drive\n"},
+        {"--machine sample:tower errors disk3", "disk3\tMaxtor 96147H8\n"},
+        {"--machine = sample:laptop errors =", "disk0\tAPPLE SSD AP0512Q\n"},
+        {"smart --machine=sample:l", "--machine=sample:laptop\tA machine that comes with this program\n:files\n"},
+        {"compress -a lz4 --alg", "--algorithm\tlz4, zlib (raw deflate), lzma (xz) or lzfse\n"},
+        {"compress --algorithm=z", "--algorithm=zlib\t\n"},
+        {"show old --extract ''", ":folders\n"},
+        {"diff old ''", ":files\n"},
+        {"diff old new ''", ""},
+        {"stats --interval ''", ""},
+        {"errors --machine /nowhere ''", ""},
+        {"smart --json --nothing", ""},
+    };
+    for (const auto& [words, expected] : cases) {
+        const auto run = runCommand("--complete " + words);
+        EXPECT_EQ(run.out, expected) << words;
+        EXPECT_EQ(run.status, 0) << words;
+    }
+}
+
+} // namespace
+} // namespace vantorel
