@@ -67,6 +67,7 @@ std::string listDocument(const std::string& machine, const std::vector<DiskNode>
 std::string healthDocument(const std::string& machine, const std::vector<DriveOutcome>& outcomes, bool raw)
 {
     std::vector<std::string> drives;
+    drives.reserve(outcomes.size());
     for (const DriveOutcome& outcome : outcomes)
         drives.push_back(driveJson(outcome, raw));
     JsonObject document(Json{{"format", documentFormat}, {"machine", machine}, {"status", statusOf(outcomes)}});
