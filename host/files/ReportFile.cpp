@@ -24,7 +24,7 @@ ReportReader readReport(const std::string& path, DataView bytes)
     try {
         return ReportReader(bytes);
     } catch (const ReportError& error) {
-        throw CommandError(path, error.what());
+        throw CommandError(path, fmt::format("no report that can be read: {}", error.what()));
     }
 }
 

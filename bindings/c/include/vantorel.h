@@ -19,7 +19,7 @@
  * Machines. One machine is open in a process at a time. It is looked at on a thread of its own, which lives from
  * vantorel_open to vantorel_close, takes no signals, and on which event callbacks are called. A program uses either this
  * interface or the C++ library, not both. After fork() the machine stays with the parent: in the child every call on it
- * fails. Nothing is written to standard output or standard error.
+ * fails, and no other can be opened. Nothing is written to standard output or standard error.
  *
  * Threads. Every function may be called from any thread, several at once on one machine. Reads of drives follow each
  * other; within one call drives are read side by side, on up to sixteen threads. A call that is under way when another
