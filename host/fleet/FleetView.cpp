@@ -156,23 +156,27 @@ std::string fleetDocument(const FleetSum& sum)
     for (const ReportFault& fault : sum.faults)
         document["faults"].push_back({{"report", fault.report}, {"error", fault.error}});
     document["drives"] = tallyJson(sumOf(groups));
-    document["notGood"] = Json::array();
+    std::vector<std::string> notGood; // as texts: there may be many
     for (const FleetDrive* const drive : sum.fleet.notGood())
-        document["notGood"].push_back(driveJson(*drive));
-    document["groups"] = Json::array();
+        notGood.push_back(jsonText(driveJson(*drive)));
+    Json counted = Json::array();
     for (const auto& [group, tally] : groups)
-        document["groups"].push_back(
+        counted.push_back(
             {{"model", group.model}, {"firmware", group.firmware}, {"kind", group.kind}, {"drives", tallyJson(tally)}});
-    document["unusual"] = Json::array();
+    Json unusual = Json::array();
     for (const UnusualModel& model : unusualModels(groups))
-        document["unusual"].push_back({{"model", model.model},
-                                       {"kind", model.kind},
-                                       {"bad", model.its.bad()},
-                                       {"judged", model.its.judged()},
-                                       {"othersBad", model.others.bad()},
-                                       {"othersJudged", model.others.judged()},
-                                       {"chance", model.chance}});
-    return jsonLine(document);
+        unusual.push_back({{"model", model.model},
+                           {"kind", model.kind},
+                           {"bad", model.its.bad()},
+                           {"judged", model.its.judged()},
+                           {"othersBad", model.others.bad()},
+                           {"othersJudged", model.others.judged()},
+                           {"chance", model.chance}});
+    JsonObject whole(document);
+    whole.splice("notGood", jsonArray(notGood));
+    whole.put("groups", counted);
+    whole.put("unusual", unusual);
+    return whole.text() + '\n';
 }
 
 } // namespace vantorel::host
