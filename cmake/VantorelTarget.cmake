@@ -30,12 +30,13 @@ endfunction()
 
 # vantorel_umbrella()
 # Makes vantorel::vantorel, which stands for vantorel_static or, with BUILD_SHARED_LIBS, for vantorel_shared.
-# vantorel_static is all archives but those of the machines, of which a host links what it installs. vantorel_shared is one
+# vantorel_static is all archives but those of the machines, of which a host links what it installs, and the C interface,
+# which brings both. vantorel_shared is one
 # library made of the objects of all of them; tests want that in any case, to look at it and for other languages than C++.
 function(vantorel_umbrella)
     get_property(libraries GLOBAL PROPERTY VANTOREL_LIBRARIES)
     set(parts ${libraries})
-    list(FILTER parts EXCLUDE REGEX "^vantorel_machine_")
+    list(FILTER parts EXCLUDE REGEX "^vantorel_(machine_.*|opening|c)$")
     add_library(vantorel_static INTERFACE)
     set_target_properties(vantorel_static PROPERTIES EXPORT_NAME vantorel)
     target_link_libraries(vantorel_static INTERFACE ${parts})

@@ -2,8 +2,7 @@
 #include "MachineChoice.h"
 
 #include "host/console/Output.h"
-#include "host/files/ReportFile.h"
-#include "vantorel/ata/DriveTables.h"
+#include "host/opening/MachineOpening.h"
 #include "vantorel/disks/Vantorel.h"
 #include "vantorel/machines/linux/ThisComputer.h"
 #include "vantorel/machines/recorded/RecordedMachine.h"
@@ -15,7 +14,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -77,25 +75,6 @@ std::unique_ptr<system::Machine> recordedMachine(std::string& path, LaterEvents 
     const auto playback = laterEvents == LaterEvents::happen ? recorded::Playback::inTime : recorded::Playback::byHand;
     return std::make_unique<recorded::RecordedMachine>(std::move(recording), playback);
 }
-
-#ifdef VANTOREL_LINUX_MACHINE
-std::unique_ptr<system::Machine> thisComputer(bool wakesDrives)
-{
-    channels::ChannelOptions options;
-    options.wake = wakesDrives;
-    options.usbBridge = [](std::uint16_t vendor, std::uint16_t product, std::uint16_t version) {
-        const auto bridge = usbBridge(vendor, product, version);
-        return bridge ? std::optional<std::string>(bridge->type) : std::nullopt;
-    };
-    return machines::thisComputer(std::move(options));
-}
-#else
-std::unique_ptr<system::Machine> thisComputer(bool /*wakesDrives*/)
-{
-    throw CommandError(thisComputerName,
-                       "cannot be read by this build; name a machine, such as --machine sample:tower");
-}
-#endif
 
 void start(std::unique_ptr<system::Machine> machine)
 {

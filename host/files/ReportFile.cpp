@@ -4,19 +4,14 @@
 #include "host/console/Output.h"
 #include "host/files/InputFile.h"
 #include "machines/recorded/RegistryListing.h"
-#include "vantorel/machines/recorded/Loading.h"
-#include "vantorel/machines/recorded/SavedMachine.h"
 #include "vantorel/smart/SmartController.h"
-#include "vantorel/system/KeyedArchiver.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <span>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -24,15 +19,12 @@ namespace vantorel::host {
 
 namespace {
 
-constexpr std::size_t largestReport = std::size_t{512} << 20;
-constexpr std::string_view listingName = "registry listing";
-
 ReportReader readReport(const std::string& path, DataView bytes)
 {
     try {
         return ReportReader(bytes);
     } catch (const ReportError& error) {
-        throw CommandError(path, error.what());
+        throw CommandError(path, fmt::format("no report that can be read: {}", error.what()));
     }
 }
 
@@ -100,65 +92,12 @@ ReportedDrive reportedDrive(ReportDrive stored, std::size_t number, const Device
     return drive;
 }
 
-/// What the report saved of its drives; those of which nothing was to be had are left out.
-std::vector<recorded::SavedSmart> savedDrives(const ReportReader& reader)
-{
-    std::vector<recorded::SavedSmart> saved;
-    for (const ReportDrive& drive : reader.drives()) {
-        const bool wasOpened = drive.smartData || (drive.failure && drive.failure->opened);
-        if (drive.bsdName && wasOpened)
-            saved.push_back({*drive.bsdName,
-                             isNvme(drive) ? recorded::RecordedDrive::Kind::nvme : recorded::RecordedDrive::Kind::ata,
-                             drive.smartData, drive.thresholdsData, drive.identify, drive.errorLog, drive.failing});
-    }
-    return saved;
-}
-
-recorded::Recording reportedMachine(const std::string& path, DataView bytes)
-{
-    const ReportReader reader = readReport(path, bytes);
-    try {
-        const Data listing = reader.expandedRegistry();
-        if (listing.empty())
-            throw CommandError(path, "the report has no registry listing, so there is no machine in it");
-        recorded::Recording machine = recorded::savedMachine(listing, std::string(listingName), savedDrives(reader));
-        for (const ReportVolume& volume : reader.volumes()) {
-            if (auto recorded = recordedVolume(volume))
-                machine.volumes.push_back(*std::move(recorded));
-        }
-        return machine;
-    } catch (const ReportError& error) {
-        throw CommandError(path, error.what());
-    } catch (const recorded::RecordingError& error) {
-        throw CommandError(path, error.what());
-    }
-}
-
 } // namespace
 
 std::string_view rawValue(ReportedDrive::Smart smart)
 {
     constexpr std::string_view names[] = {"stored", "unread", "none", "unknown"};
     return names[static_cast<std::size_t>(smart)];
-}
-
-bool isNvme(const ReportDrive& drive)
-{
-    return drive.interface ? drive.interface == "nvme" : !drive.thresholdsData;
-}
-
-std::optional<recorded::RecordedVolume> recordedVolume(const ReportVolume& volume)
-{
-    if (!volume.disk)
-        return std::nullopt;
-    recorded::RecordedVolume recorded;
-    recorded.disk = *volume.disk;
-    recorded.facts = {volume.kind, volume.name, volume.uuid ? base::Uuid::parse(*volume.uuid) : std::nullopt,
-                      volume.mountable, volume.mountPoints};
-    recorded.size = volume.size.value_or(0);
-    recorded.free = volume.free.value_or(0);
-    recorded.writable = volume.writable.value_or(true);
-    return recorded;
 }
 
 ReportFile openReport(const std::string& path)
@@ -192,17 +131,6 @@ ReportFile openReport(const std::string& path)
     for (const ReportDrive& drive : reader.drives())
         report.drives.push_back(reportedDrive(drive, report.drives.size(), devices, report.listingFault.empty()));
     return report;
-}
-
-recorded::Recording loadRecordingOrReport(const std::string& path)
-{
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored))
-        return recorded::loadRecording(path);
-    const Data bytes = readFile(path, largestReport);
-    if (system::isKeyedArchive(bytes) || std::filesystem::path(path).extension() == ".vantorel")
-        return reportedMachine(path, bytes);
-    return recorded::loadRecording(path, bytes);
 }
 
 } // namespace vantorel::host

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "host/opening/MachineOpening.h"
 #include "machines/recorded/DeviceIdentity.h"
 #include "vantorel/health/JudgedReading.h"
 #include "vantorel/machines/recorded/Recording.h"
@@ -40,12 +41,6 @@ struct ReportedDrive {
 
 [[nodiscard]] std::string_view rawValue(ReportedDrive::Smart smart);
 
-/// Whether what is stored of a drive is of the NVMe kind.
-[[nodiscard]] bool isNvme(const ReportDrive& drive);
-
-/// The volume as recorded machines hold it; absent when it does not tell its disk.
-[[nodiscard]] std::optional<recorded::RecordedVolume> recordedVolume(const ReportVolume& volume);
-
 /// A report that was opened.
 struct ReportFile {
     std::string path;
@@ -63,10 +58,5 @@ struct ReportFile {
 
 /// Opens a report. Throws `CommandError` for a file that is none; a listing that cannot be used is told in the result.
 [[nodiscard]] ReportFile openReport(const std::string& path);
-
-/// The recorded machine at a path: a recording, or the machine as it stood when a report was made. A report is told by
-/// what is in it, whatever its name; a file named "….vantorel" is to be one. Throws `RecordingError`, and
-/// `CommandError` for a report that cannot be read or has no listing of the registry.
-[[nodiscard]] recorded::Recording loadRecordingOrReport(const std::string& path);
 
 } // namespace vantorel::host

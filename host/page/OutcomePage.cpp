@@ -25,23 +25,18 @@ std::string nameOf(const std::string& machine)
     return isHere ? machine : fileNameOf(machine);
 }
 
-/// Nothing for what the drive does not tell.
-template <typename E>
-std::string knownText(E value)
-{
-    return value == E::unknown ? "" : std::string(rawValue(value));
-}
-
 PageDrive driveOf(const DriveOutcome& outcome)
 {
     PageDrive drive;
     drive.head = checkedDrive(outcome);
     const std::shared_ptr<Drive> known = outcome.drive ? driveNamed(outcome.name) : nullptr;
     if (known)
-        drive.identity = {
-            {"Vendor", known->vendor().value_or("")},         {"Serial", known->serial().value_or("")},
-            {"Firmware", known->revision().value_or("")},     {"Attached by", knownText(known->interface())},
-            {"Protocol", knownText(known->deviceProtocol())}, {"Kind", knownText(known->driveKind())}};
+        drive.identity = {{"Vendor", knownText(known->vendor())},
+                          {"Serial", known->serial().value_or("")},
+                          {"Firmware", known->revision().value_or("")},
+                          {"Attached by", knownText(std::string(rawValue(known->interface())))},
+                          {"Protocol", knownText(std::string(rawValue(known->deviceProtocol())))},
+                          {"Kind", knownText(std::string(rawValue(known->driveKind())))}};
     if (!outcome.judged)
         return drive;
     addReading(drive, std::make_shared<const health::JudgedReading>(*outcome.judged));

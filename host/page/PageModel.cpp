@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "PageModel.h"
 
+#include "vantorel/base/Text.h"
 #include "vantorel/disks/Vantorel.h"
 
 #include <cstdint>
@@ -35,6 +36,11 @@ std::string timeForReader(const std::string& time)
     if (time.size() <= seconds || time[10] != 'T' || time.back() != 'Z')
         return time;
     return time.substr(0, 10) + ' ' + time.substr(11, 8) + " UTC";
+}
+
+std::string knownText(const std::optional<std::string>& text)
+{
+    return text && base::lowercased(base::trimmed(*text)) != "unknown" ? *text : "";
 }
 
 void addRegistry(Page& page)

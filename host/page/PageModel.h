@@ -51,6 +51,9 @@ void addReading(PageDrive& drive, std::shared_ptr<const health::JudgedReading> r
 /// "2026-01-31 23:59:59 UTC" of "2026-01-31T23:59:59Z", with any fraction; any other text as it is.
 [[nodiscard]] std::string timeForReader(const std::string& time);
 
+/// The text, or nothing for one that is missing or says that it is not known.
+[[nodiscard]] std::string knownText(const std::optional<std::string>& text);
+
 /// Gives the drives of the page what the registry knows of them by their names: size, tree and counters; and the page
 /// the disks that are left. On the registry's thread.
 void addRegistry(Page& page);

@@ -57,12 +57,6 @@ void addSavedBytes(PageDrive& page, const ReportDrive& stored)
         page.errors = processErrorLog(DataView(*stored.errorLog));
 }
 
-/// Nothing for what the report calls unknown.
-std::string knownText(const std::optional<std::string>& text)
-{
-    return text && *text != "unknown" ? *text : "";
-}
-
 PageDrive driveOf(const ReportedDrive& drive)
 {
     const ReportDrive& stored = drive.stored;
@@ -70,7 +64,7 @@ PageDrive driveOf(const ReportedDrive& drive)
     page.head.name = drive.name;
     page.head.model = stored.model.value_or("-");
     page.head.isFault = statusOf(drive) != success;
-    page.identity = {{"Vendor", stored.vendor.value_or("")},   {"Serial", drive.identity.serial},
+    page.identity = {{"Vendor", knownText(stored.vendor)},     {"Serial", drive.identity.serial},
                      {"Firmware", drive.identity.firmware},    {"Attached by", knownText(stored.interface)},
                      {"Protocol", knownText(stored.protocol)}, {"Kind", knownText(stored.kind)}};
     if (drive.judged) {

@@ -4,6 +4,7 @@
 #include "Quantity.h"
 #include "VerdictView.h"
 #include "host/console/Text.h"
+#include "vantorel/base/Text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -49,12 +50,15 @@ Emphasis emphasisOfLine(const CheckedDrive& drive)
     return drive.isFault ? Emphasis::warning : Emphasis::none;
 }
 
-/// What stands under the line of a drive.
+/// What stands under the line of a drive: of one that needs a hand the number on its label, then what is wrong.
 std::string detailsOf(const CheckedDrive& drive)
 {
-    if (drive.verdict)
-        return drive.verdict->level == Level::good ? "" : reasonsText(*drive.verdict);
     std::string text;
+    const std::string_view serial = base::trimmed(drive.serial);
+    if (drive.isFault && !serial.empty())
+        text += wrapped(printable(fmt::format("serial {}", serial)), screenWidth(), 4);
+    if (drive.verdict)
+        return drive.verdict->level == Level::good ? "" : text + reasonsText(*drive.verdict);
     if (!drive.explanation.empty())
         text += wrapped(printable(drive.explanation), screenWidth(), 4, "  - ");
     if (!drive.remedy.empty())

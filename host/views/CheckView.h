@@ -14,6 +14,7 @@ namespace vantorel::host {
 struct CheckedDrive {
     std::string name; ///< device name
     std::string model;
+    std::string serial;                       ///< empty when unknown
     std::optional<std::uint64_t> size;        ///< bytes
     const health::Verdict* verdict = nullptr; ///< owned by the caller; null when there is none
     /// What stands in the place of a level where there is no verdict, such as "asleep", and why.

@@ -41,8 +41,10 @@ std::optional<std::uint64_t> sizeOf(const DriveOutcome& outcome)
 CheckedDrive checkedDrive(const DriveOutcome& outcome)
 {
     CheckedDrive drive{.name = outcome.name, .size = sizeOf(outcome), .isFault = outcome.status() != success};
-    if (outcome.drive)
+    if (outcome.drive) {
         drive.model = outcome.drive->model.value_or("-");
+        drive.serial = outcome.drive->serial.value_or("");
+    }
     if (outcome.judged) {
         drive.verdict = &outcome.judged->verdict;
         return drive;
@@ -64,11 +66,11 @@ std::string checkText(const std::vector<DriveOutcome>& outcomes)
 
 std::string outcomeText(const DriveOutcome& outcome)
 {
-    std::string text = emphasised(printable(outcome.name), Emphasis::strong) + "  ";
+    std::string text = emphasised(printable(outcome.name), Emphasis::strong);
     if (outcome.judged)
-        return text + resultText(*outcome.judged);
+        return text + "  " + resultText(*outcome.judged);
     if (outcome.drive)
-        text += printable(outcome.drive->model.value_or("Unnamed drive"));
+        text += "  " + printable(outcome.drive->model.value_or("Unnamed drive"));
     text += '\n' + emphasised(printable(outcome.error), outcome.status() == success ? Emphasis::none : Emphasis::bad) +
             '\n';
     return outcome.remedy.empty() ? text : text + "    " + printable(outcome.remedy) + '\n';

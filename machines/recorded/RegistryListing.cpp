@@ -123,6 +123,18 @@ std::vector<RegistryEntry> readPropertyListListing(DataView bytes, const std::st
     return collector.take();
 }
 
+/// Whether more arrays and tables than `most` lie inside one another.
+bool nestsBeyond(const PropertyValue& value, int most)
+{
+    if (const PropertyArray* const array = value.array())
+        return most == 0 ||
+               std::ranges::any_of(*array, [&](const auto& element) { return nestsBeyond(element, most - 1); });
+    if (const PropertyTable* const table = value.table())
+        return most == 0 ||
+               std::ranges::any_of(*table, [&](const auto& member) { return nestsBeyond(member.second, most - 1); });
+    return false;
+}
+
 } // namespace
 
 void collectEntries(PropertyTable table, std::uint64_t parent, const std::string& file, const std::string& place,
@@ -140,6 +152,12 @@ void collectEntries(PropertyTable table, std::uint64_t parent, const std::string
         Pending next = std::move(pending.back());
         pending.pop_back();
         PropertyArray children = takeArray(next.table, childrenKey);
+        std::erase_if(next.table, [&](const auto& property) {
+            const bool isTooDeep = nestsBeyond(property.second, deepestProperty);
+            if (isTooDeep)
+                note(faults, {file, places.path(next.place), property.first + " is nested too deeply"});
+            return isTooDeep;
+        });
         const bool isNumbered = next.table.contains("IORegistryEntryID");
         RegistryEntry entry = entryFrom(std::move(next.table));
         if (entry.name.empty() && entry.className.empty()) {

@@ -44,8 +44,12 @@ std::uint64_t deviceOf(const Drive& drive)
 
 DriveOutcome unread(const Drive& drive, bool isNamed)
 {
-    DriveOutcome outcome{Kind::noSmart, driveName(drive),        isNamed, DriveSnapshot(drive), {},
-                         false,         "It has no SMART data.", {}};
+    DriveOutcome outcome;
+    outcome.kind = Kind::noSmart;
+    outcome.isNamed = isNamed;
+    outcome.name = driveName(drive);
+    outcome.drive.emplace(drive);
+    outcome.error = "It has no SMART data.";
     if (outcome.drive->service == 0)
         tellObstacle(outcome, deviceOf(drive));
     return outcome;
@@ -123,7 +127,7 @@ std::vector<DriveOutcome> unreadDrives(const std::vector<std::string>& names)
     for (const std::string& name : names) {
         const auto drive = driveNamed(name);
         if (!drive) {
-            outcomes.push_back({Kind::noDrive, name, true, {}, {}, false, "There is no such drive.", {}});
+            outcomes.push_back({.isNamed = true, .name = name, .error = "There is no such drive."});
         } else if (std::ranges::find(known, drive) == known.end()) {
             known.push_back(drive);
             outcomes.push_back(unread(*drive, true));

@@ -30,13 +30,13 @@ struct DriveOutcome {
     };
 
     Kind kind = Kind::noDrive;
-    std::string name;                   ///< its device name, or the name that no drive has
     bool isNamed = false;               ///< whether it was asked for by name
+    bool isExplained = false;           ///< whether `error` is the machine's own word on this drive
+    std::string name;                   ///< its device name, or the name that no drive has
     std::optional<DriveSnapshot> drive; ///< none for `noDrive`
     std::optional<health::JudgedReading> judged;
-    bool isExplained = false; ///< whether `error` is the machine's own word on this drive
-    std::string error;        ///< why nothing was read, as a sentence
-    std::string remedy;       ///< a command that helps, to be shown as it stands; empty when none does
+    std::string error;  ///< why nothing was read, as a sentence
+    std::string remedy; ///< a command that helps, to be shown as it stands; empty when none does
     /// When the earlier reading was made that the verdict compares with, in milliseconds since 1970.
     std::optional<std::int64_t> comparedTo = {};
 

@@ -77,7 +77,7 @@ void normalise(std::span<const std::uint32_t> counts, std::size_t states, std::s
         if (counts[i] != 0)
             *end++ = priceOf(i);
     std::make_heap(prices.data(), end, std::greater<>());
-    for (; given != states; given += excess ? -1 : 1) {
+    for (; given != states; given = excess ? given - 1 : given + 1) {
         std::pop_heap(prices.data(), end, std::greater<>());
         Price& cheapest = end[-1];
         std::uint16_t& frequency = frequencies[cheapest.second];

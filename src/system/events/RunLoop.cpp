@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <utility>
 
@@ -13,9 +14,13 @@ namespace vantorel::system {
 
 namespace {
 
+/// The thread that took the part of the main one; 0 while none has.
+std::atomic<pid_t> mainThread = 0;
+
 bool onMainThread()
 {
-    return ::gettid() == ::getpid();
+    const pid_t taken = mainThread;
+    return ::gettid() == (taken == 0 ? ::getpid() : taken);
 }
 
 } // namespace
@@ -30,6 +35,17 @@ CFRunLoopRef CFRunLoopGetCurrent()
     };
     thread_local const Own own;
     return own.loop;
+}
+
+void becomeMainThread()
+{
+    struct Part {
+        Part() { mainThread = ::gettid(); }
+        Part(const Part&) = delete;
+        Part& operator=(const Part&) = delete;
+        ~Part() { mainThread = 0; }
+    };
+    thread_local const Part part;
 }
 
 CFRunLoopRunResult CFRunLoopRunInMode(std::string_view /*mode*/, double seconds, bool returnAfterSourceHandled)

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -20,6 +21,8 @@ namespace vantorel::system {
 namespace {
 
 constexpr std::string_view english = "en_US";
+
+std::atomic<bool> isAlwaysEnglish = false;
 
 /// The locale of the process in ICU's spelling; English for what is none.
 std::string localeName()
@@ -118,7 +121,7 @@ public:
     template <typename Call>
     std::optional<std::string> written(int fractionDigits, Call call)
     {
-        if (!usable_)
+        if (isAlwaysEnglish || !usable_)
             return std::nullopt;
         const std::lock_guard lock(mutex_);
         UErrorCode status = U_ZERO_ERROR;
@@ -161,6 +164,11 @@ private:
 };
 
 } // namespace
+
+void writeNumbersInEnglish()
+{
+    isAlwaysEnglish = true;
+}
 
 std::string decimalText(double number, int fractionDigits)
 {

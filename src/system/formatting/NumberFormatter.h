@@ -10,6 +10,10 @@
 /// first use and never before; on a machine without it numbers are written the English way.
 namespace vantorel::system {
 
+/// From now on numbers are written the English way, whatever the locale: for a host whose texts are read by programs.
+/// Any thread.
+void writeNumbersInEnglish();
+
 enum class NumberFormatterStyle : int { decimal = 1 };
 
 /// The number with the locale's digits and grouping: `1,234,567`. Any thread; never fails.

@@ -147,6 +147,22 @@ TEST(DispatchQueue, RunsBlocksOneByOneOnAThreadOfItsOwn)
     EXPECT_NE(thread, std::this_thread::get_id());
 }
 
+TEST(DispatchQueue, HasItsMainOneRunByTheThreadThatTakesThePartOfTheMainThread)
+{
+    std::vector<std::thread::id> ranOn;
+    const auto note = [&] { ranOn.push_back(std::this_thread::get_id()); };
+    std::thread::id other;
+    std::thread([&] {
+        becomeMainThread();
+        other = std::this_thread::get_id();
+        dispatch_async(dispatch_get_main_queue(), note);
+        EXPECT_TRUE(performPendingWork());
+        dispatch_async(dispatch_get_main_queue(), note); // stays behind
+    }).join();
+    EXPECT_TRUE(performPendingWork());
+    EXPECT_THAT(ranOn, ElementsAre(other, std::this_thread::get_id()));
+}
+
 TEST(DispatchQueue, MayLoseItsLastReferenceInABlock)
 {
     std::promise<void> end;

@@ -91,6 +91,10 @@ struct RecordedDrive {
 /// Beyond the depth of any registry. A damaged listing may go round in circles.
 inline constexpr int deepestRegistry = 256;
 
+/// The most arrays and tables inside one another in a property of a listing: a recording of it, which is read to 512
+/// levels, has seven around them.
+inline constexpr int deepestProperty = 500;
+
 /// One later event: what happens so many seconds after the start.
 struct RecordedStep {
     struct Arrival {
