@@ -80,8 +80,8 @@ TEST(BinaryPropertyList, ExpandsIntoOneValueWithinItsLimits)
         {list({{0x33, 0x7F, 0xF0, 0, 0, 0, 0, 0, 0}}, 1), {}, "a date beyond the calendar"},
     };
     for (const auto& [bytes, limits, fault] : cases) {
-        EXPECT_THAT([&input = bytes, &within = limits] { (void)readPropertyList(input, within); },
-                    testing::ThrowsMessage<PropertyListError>(testing::HasSubstr(fault)));
+        const auto read = [&input = bytes, &within = limits] { (void)readPropertyList(input, within); };
+        EXPECT_THAT(read, testing::ThrowsMessage<PropertyListError>(testing::HasSubstr(fault)));
     }
 }
 
