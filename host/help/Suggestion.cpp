@@ -57,7 +57,7 @@ std::string suggestionFor(const CLI::App& verb, std::string_view word)
     std::size_t least = 3;
     for (std::string& candidate : known) {
         const std::size_t distance = editDistance(word, candidate);
-        if (distance < std::min(least, word.size())) {
+        if (distance < least && 2 * distance <= word.size()) { // at least half of the letters are right
             nearest = std::move(candidate);
             least = distance;
         }
