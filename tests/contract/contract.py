@@ -134,8 +134,9 @@ def main():
         contract = Contract(os.path.abspath(sys.argv[-1]), pathlib.Path(folder))
         contract.check()
     faults = contract.faults
+    # Keys that never stand together come in the order of the runs; the order that is promised is the schema's.
     for name, shape in sorted(contract.shapes.items()):
-        faults += compare(f"{name}.txt", list(shape.lines()), renew)
+        faults += compare(f"{name}.txt", list(shape.lines()), renew, ordered=False)
     faults += compare("runs.txt", contract.log, renew)
     print("\n".join(faults))
     print(f"{len(contract.log)} runs, {len(contract.shapes)} documents, {len(faults)} faults")
