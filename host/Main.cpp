@@ -45,24 +45,15 @@ struct Verb {
 
 // In the order of the help text.
 constexpr Verb verbs[] = {
-    {"check", host::addCheck},
-    {"smart", host::addSmart},
-    {"list", host::addList},
-    {"errors", host::addErrors},
-    {"history", host::addHistory},
-    {"stats", host::addStats},
-    {"metrics", host::addMetrics},
-    {"watch", host::addWatch},
-    {"report", host::addReport},
-    {"show", host::addShow},
-    {"diff", host::addDiff},
-    {"fleet", host::addFleet},
-    {"record", host::addRecord},
-    {"machine", host::addMachineCheck},
-    {"decode", host::addDecode},
-    {"db", host::addDatabase},
-    {"compress", host::addCompress},
-    {"expand", host::addExpand},
+    {"check", host::addCheck},       {"smart", host::addSmart},
+    {"list", host::addList},         {"errors", host::addErrors},
+    {"history", host::addHistory},   {"stats", host::addStats},
+    {"metrics", host::addMetrics},   {"watch", host::addWatch},
+    {"report", host::addReport},     {"show", host::addShow},
+    {"diff", host::addDiff},         {"fleet", host::addFleet},
+    {"record", host::addRecord},     {"machine", host::addMachineCheck},
+    {"decode", host::addDecode},     {"db", host::addDatabase},
+    {"compress", host::addCompress}, {"expand", host::addExpand},
     {"help", host::addHelp},
 };
 

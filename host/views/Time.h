@@ -8,8 +8,8 @@
 
 namespace vantorel::host {
 
-/// A moment in milliseconds since 1970 as calendar and clock on the wall show it: `2026-01-31 23:59`; empty for one that
-/// lies before 1970 or beyond the year 9999.
+/// A moment in milliseconds since 1970 as calendar and clock on the wall show it: `2026-01-31 23:59`; empty for one
+/// that lies before 1970 or beyond the year 9999.
 [[nodiscard]] std::string localMoment(std::int64_t milliseconds);
 
 /// Now, as a clock on the wall shows it: `23:59:59`.

@@ -375,7 +375,8 @@ TEST(History, AFullDiskChangesNothingAndIsTold)
     } catch (const std::exception& error) {
         told = error.what();
     }
-    EXPECT_THAT(told, testing::AllOf(testing::HasSubstr(path), testing::AnyOf(testing::HasSubstr("full"), testing::HasSubstr("disk I/O error"))));
+    EXPECT_THAT(told, testing::AllOf(testing::HasSubstr(path),
+                                     testing::AnyOf(testing::HasSubstr("full"), testing::HasSubstr("disk I/O error"))));
     setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_EQ(integrityOf(path), "ok");
     HistoryStore store(path, Use::write);

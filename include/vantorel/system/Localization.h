@@ -37,8 +37,9 @@ void setTranslations(Translations translations);
 /// Reads that file and makes it the host's table. Throws `TranslationError`, then with the table as it was.
 void loadTranslations(const std::string& path);
 
-/// How numbers are written in the library's texts: the process's locale, and with which version of ICU, such as "en_US",
-/// which needs none, or "de_DE, by ICU 72", or that there is no ICU for it. Any thread; loads ICU where it is needed.
+/// How numbers are written in the library's texts: the process's locale, and with which version of ICU, such as
+/// "en_US", which needs none, or "de_DE, by ICU 72", or that there is no ICU for it. Any thread; loads ICU where it is
+/// needed.
 [[nodiscard]] std::string numberLocale();
 
 } // namespace system

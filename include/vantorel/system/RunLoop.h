@@ -24,10 +24,10 @@ enum class CFRunLoopRunResult : std::int32_t { finished = 1, stopped = 2, timedO
 /// the end of the thread its work goes to the main thread's run loop, also what it is handed later.
 [[nodiscard]] CFRunLoopRef CFRunLoopGetCurrent();
 
-/// Makes the calling thread the main thread of this layer until it ends: its run loop is the main one, on which the main
-/// queue runs. For a host that keeps a thread of its own for the library, as the thread of `main` is somebody else's.
-/// To be called before that thread first uses a run loop. When it ends the thread of `main` is the main one again;
-/// what is pending then stays pending.
+/// Makes the calling thread the main thread of this layer until it ends: its run loop is the main one, on which the
+/// main queue runs. For a host that keeps a thread of its own for the library, as the thread of `main` is somebody
+/// else's. To be called before that thread first uses a run loop. When it ends the thread of `main` is the main one
+/// again; what is pending then stays pending.
 void becomeMainThread();
 
 /// Runs the calling thread's run loop for at most `seconds` (0: one pass, without waiting). A pass does the work of the

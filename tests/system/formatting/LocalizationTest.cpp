@@ -77,7 +77,8 @@ TEST(Localization, EveryFaultNamesItsLine)
         {"bplist00", ""},
     };
     for (const auto& [text, message] : faults)
-        EXPECT_THAT([&file = text] { (void)parsed(file); }, ThrowsMessage<TranslationError>(HasSubstr(message))) << text;
+        EXPECT_THAT([&file = text] { (void)parsed(file); }, ThrowsMessage<TranslationError>(HasSubstr(message)))
+            << text;
 }
 
 TEST(Localization, ReadsAPropertyListOfTexts)
