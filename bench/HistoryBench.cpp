@@ -57,11 +57,9 @@ JudgedReading readingOf(int drive, std::uint64_t time, std::mt19937& random)
                                    {240, time / 2},
                                    {241, work},
                                    {242, 3 * work}});
-        Data identify(512);
-        std::memcpy(identify.data() + 20, serial.data(), serial.size());
         auto result = SmartController::shared().ataSmartController().processExportedSmart(
             disk.data, disk.thresholds, false, {"BENCH Disk", serial, "1.0"});
-        return JudgedReading({*std::move(result), identify, false, false});
+        return JudgedReading({*std::move(result), {}, false, false});
     }
     NVMeSMARTLog log = test::healthyLog();
     const auto set = [](auto& field, std::uint64_t number) { std::memcpy(&field, &number, sizeof number); };
