@@ -223,7 +223,7 @@ def main():
         others = duckdb_answers(lines, folder)
     if others is None:
         print("skipped: DuckDB, as npm cannot install @duckdb/node-api; ClickHouse has answered")
-        sys.exit(77)
+        sys.exit(1 if os.environ.get("CI") == "true" else 77)
     for question, one, other in zip(questions, answers, others):
         assert sorted(one) == sorted(plain(other)), f"{question}\nClickHouse {one}\nDuckDB {plain(other)}"
 
