@@ -30,6 +30,7 @@
  *
  * Texts that go in are UTF-8 and end with a 0 byte, and so do those that come out.
  */
+/* NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using): this is C. */
 #ifndef VANTOREL_H
 #define VANTOREL_H
 
@@ -170,3 +171,4 @@ VANTOREL_API vantorel_error vantorel_next_event(vantorel_machine *machine, int m
 #endif
 
 #endif
+/* NOLINTEND(modernize-deprecated-headers, modernize-use-using) */

@@ -338,7 +338,7 @@ std::size_t largestShortBlock(std::size_t plainSize)
 void writeShortBlock(DataView plain, Outgoing& out)
 {
     const auto text = std::make_unique_for_overwrite<std::uint8_t[]>(plain.size() + readBehind);
-    std::memcpy(text.get(), plain.data(), plain.size());
+    std::ranges::copy(plain, text.get()); // which takes nothing as well
     std::memset(text.get() + plain.size(), 0, readBehind);
     const std::size_t before = out.size();
     const auto plainSize = static_cast<std::uint32_t>(plain.size());
