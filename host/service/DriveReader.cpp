@@ -41,7 +41,7 @@ DriveReader::DriveReader() : shared_(std::make_shared<Shared>()) {}
 void DriveReader::begin(DriveOutcome unread)
 {
     const std::uint64_t service = unread.drive ? unread.drive->service : 0;
-    if (service == 0 || !asked_.emplace(service, unread.name).second)
+    if (service == 0 || !asked_.insert(service).second)
         return;
     try {
         std::thread([shared = shared_, outcome = unread]() mutable {
@@ -67,14 +67,6 @@ std::vector<DriveOutcome> DriveReader::take()
     for (const DriveOutcome& outcome : shared_->done)
         asked_.erase(outcome.drive->service);
     return std::exchange(shared_->done, {});
-}
-
-std::vector<std::string> DriveReader::asked() const
-{
-    std::vector<std::string> names;
-    for (const auto& [service, name] : asked_)
-        names.push_back(name);
-    return names;
 }
 
 } // namespace vantorel::host

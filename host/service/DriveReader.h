@@ -5,9 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <string>
+#include <set>
 #include <vector>
 
 namespace vantorel::host {
@@ -28,14 +27,14 @@ public:
     /// What has been read since the last time.
     [[nodiscard]] std::vector<DriveOutcome> take();
 
-    /// Names of the drives that are being asked.
-    [[nodiscard]] std::vector<std::string> asked() const;
+    /// The services that are being asked.
+    [[nodiscard]] const std::set<std::uint64_t>& asked() const { return asked_; }
 
 private:
     struct Shared; ///< with the threads, which may outlive this
 
     std::shared_ptr<Shared> shared_;
-    std::map<std::uint64_t, std::string> asked_; ///< by service
+    std::set<std::uint64_t> asked_;
 };
 
 } // namespace vantorel::host

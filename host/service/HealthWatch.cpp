@@ -15,8 +15,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <set>
 #include <utility>
 
 #include <malloc.h>
@@ -186,10 +188,18 @@ void HealthWatch::reload()
 
 void HealthWatch::readAll()
 {
-    for (const std::string& name : reader_.asked())
-        tellOnce(name, "it has not answered since the last reading");
-    for (DriveOutcome& drive : unreadDrives({}))
-        reader_.begin(std::move(drive));
+    // As it is now: the namespaces of an NVMe controller share a service.
+    const std::set<std::uint64_t> hanging = reader_.asked();
+    for (DriveOutcome& drive : unreadDrives({})) {
+        if (drive.drive->service != 0 && hanging.contains(drive.drive->service)) {
+            tellOnce(drive.name, "it has not answered since the last reading");
+            drive.kind = DriveOutcome::Kind::failed;
+            drive.error = "It does not answer.";
+            consider(std::move(drive));
+        } else {
+            reader_.begin(std::move(drive));
+        }
+    }
     nextReading_ = std::max(nextReading_ + settings_.interval, Clock::now());
 }
 

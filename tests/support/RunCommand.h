@@ -5,8 +5,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <sys/wait.h>
@@ -19,12 +17,6 @@ struct CommandResult {
     std::string out;
     std::string err;
 };
-
-inline std::string contentsOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 /// Runs the command with these arguments, written as for a shell. `redirection` may send its output elsewhere.
 inline CommandResult runCommand(const std::string& arguments, const std::string& redirection = "")
