@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // How numbers are put into words.
 #include "documents/WholeNumber.h"
+#include "host/choice/DurationChoice.h"
+#include "host/choice/SecondsChoice.h"
 #include "host/console/Text.h"
+#include "host/views/NvmeStatus.h"
 #include "host/views/Quantity.h"
+#include "host/views/Time.h"
 #include "host/views/VerdictView.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <optional>
 
 namespace vantorel::host {
 namespace {
@@ -58,6 +64,70 @@ TEST(Words, BreakAtBlanksAndKeepAUnitWithItsNumber)
     EXPECT_EQ(wrapped("unbreakable", 5, 1), " unbr\n eaka\n ble\n");
     EXPECT_EQ(shortened("größer", 6), "größer");
     EXPECT_EQ(shortened("größer", 5), "größ…");
+}
+
+TEST(Words, TakeATimeOfUpToAHundredYears)
+{
+    const std::pair<const char*, std::optional<std::int64_t>> cases[] = {
+        {"1s", 1},
+        {"90s", 90},
+        {"30m", 1'800},
+        {"12h", 43'200},
+        {"90d", 7'776'000},
+        {"5y", 157'680'000},
+        {"100y", 3'153'600'000},
+        {"101y", {}},
+        {"36500d", 3'153'600'000},
+        {"36501d", {}},
+        {"3153600000s", 3'153'600'000},
+        {"3153600001s", {}},
+        {"4294967297s", {}},
+        {"", {}},
+        {"5", {}},
+        {"d", {}},
+        {"5w", {}},
+        {"5dd", {}},
+        {"5 d", {}},
+        {"-5d", {}},
+    };
+    for (const auto& [text, seconds] : cases) {
+        const auto duration = durationOf(text);
+        EXPECT_EQ(duration ? std::optional<std::int64_t>(duration->count()) : std::nullopt, seconds) << text;
+    }
+    const auto refusal = [](const CLI::Validator& validator, std::string text) { return validator(text); };
+    const CLI::Validator anHour = durationFrom(std::chrono::hours(1));
+    EXPECT_EQ(refusal(anHour, "60m"), "");
+    EXPECT_EQ(refusal(anHour, "3599s"), "3599s is no time of 3600 s or more, such as 30m, 12h, 90d or 5y");
+    const CLI::Validator halfASecond = secondsFrom(0.5);
+    for (const char* const text : {"0.5", "86400"})
+        EXPECT_EQ(refusal(halfASecond, text), "") << text;
+    for (const char* const text : {"0.49", "86400.5", "nan", "1s", "", "-1"})
+        EXPECT_EQ(refusal(halfASecond, text), std::string(text) + " is no number of seconds from 0.5 to 86400");
+}
+
+TEST(Words, TellAMomentOfTheCalendar)
+{
+    setenv("TZ", "UTC", 1);
+    const std::pair<std::int64_t, const char*> cases[] = {
+        {-1, ""},
+        {59'999, "1970-01-01 00:00"},
+        {60'000, "1970-01-01 00:01"},
+        {1'769'903'999'000, "2026-01-31 23:59"},
+        {253'402'300'799'999, "9999-12-31 23:59"},
+        {253'402'300'800'000, ""},
+    };
+    for (const auto& [milliseconds, text] : cases)
+        EXPECT_EQ(localMoment(milliseconds), text);
+}
+
+TEST(Words, TellTheStatusOfACommandWithoutItsFlags)
+{
+    const std::pair<std::uint16_t, const char*> cases[] = {
+        {0x0000, "successful completion"}, {0x0001, "successful completion"},  {0x4004, "invalid field in command"},
+        {0x8212, "invalid log page"},      {0xC503, "unrecovered read error"}, {0x0756, "type 3, code 0xab"},
+    };
+    for (const auto& [field, text] : cases)
+        EXPECT_EQ(nvmeStatusText(field), text) << field;
 }
 
 } // namespace
