@@ -63,14 +63,16 @@ std::size_t skipQuantifier(std::string_view text, std::size_t start)
     return end == std::string_view::npos ? text.size() : text[end] == '}' ? end + 1 : end;
 }
 
-/// The longest run of plain characters in the alternative that begins at `place`, which moves to its end.
-std::string_view longestLiteral(std::string_view expression, std::size_t& place)
+/// The last run of plain characters that is long enough to be rare, else the longest, of the alternative that begins at
+/// `place`, which moves to its end. Models begin with their maker's name, which rules no row of that maker out.
+std::string_view rareLiteral(std::string_view expression, std::size_t& place)
 {
-    std::string_view longest;
+    constexpr std::size_t rare = 4;
+    std::string_view best;
     std::size_t start = place; // of the run that goes on up to the place looked at
     const auto endRun = [&](std::size_t end) {
-        if (end - start > longest.size())
-            longest = expression.substr(start, end - start);
+        if (end - start > std::min(best.size(), rare - 1))
+            best = expression.substr(start, end - start);
     };
     while (place < expression.size() && expression[place] != '|') {
         const char c = expression[place];
@@ -97,7 +99,7 @@ std::string_view longestLiteral(std::string_view expression, std::size_t& place)
         place = behind;
     }
     endRun(place);
-    return longest;
+    return best;
 }
 
 } // namespace
@@ -105,9 +107,9 @@ std::string_view longestLiteral(std::string_view expression, std::size_t& place)
 void appendRequiredLiterals(std::string_view expression, std::vector<std::string_view>& literals)
 {
     std::size_t place = 0;
-    literals.push_back(longestLiteral(expression, place));
+    literals.push_back(rareLiteral(expression, place));
     while (place < expression.size())
-        literals.push_back(longestLiteral(expression, ++place));
+        literals.push_back(rareLiteral(expression, ++place));
 }
 
 } // namespace vantorel::ata

@@ -15,9 +15,9 @@
 namespace vantorel::ata {
 
 /// Appends texts of which every text that `expression` matches holds at least one, in any case of letters; an empty
-/// text among them says that nothing can be told. One for each alternative of the expression's top level, the longest
-/// run of plain characters outside groups; views into `expression`. Reads the syntax of the tables: alternation,
-/// groups, classes, '.', '?', '*', '+', counts, escapes.
+/// text among them says that nothing can be told. One for each alternative of the expression's top level: of the runs
+/// of plain characters outside groups the last with four characters or more, else the longest. Views into `expression`.
+/// Reads the syntax of the tables: alternation, groups, classes, '.', '?', '*', '+', counts, escapes.
 void appendRequiredLiterals(std::string_view expression, std::vector<std::string_view>& literals);
 
 /// What is wrong with an expression; absent when it compiles.

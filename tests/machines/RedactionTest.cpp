@@ -257,6 +257,87 @@ TEST(Redaction, LeavesWhatTellsNothing)
     EXPECT_EQ(same, blank);
 }
 
+TEST(Redaction, TellsANameFromWhatIsTooShortOrTooPlain)
+{
+    struct Row {
+        const char* key;
+        PropertyValue value;
+        std::string text; // where the value may stand
+        std::size_t kept; // how many characters of the text stay, all of them where it names nothing
+    };
+    const Data uuid(uuidBytes);
+    Data longer = uuid;
+    longer.push_back(0x5A);
+    const std::string uuidText = "8f14e45fceea467fa8b10123456789ab";
+    const Row rows[] = {
+        {"Serial", "K9X", "K9X", 3},
+        {"Serial", "K9XW", "K9XW", 0},
+        {"serial-number", "zzzz", "zzzz", 4},
+        {"serial-number", "zzzy", "zzzy", 0},
+        {"Serial", "NONE", "NONE", 4},
+        {"Product", "K9XW", "K9XW", 4},
+        {"WWN", "c0ffee12345", "c0ffee12345", 11},
+        {"WWN", "c0ffee123456", "c0ffee123456", 6},
+        {"wwid", "0x3002538d40a0b1c2", "3002538d40a0b1c2", 6},
+        {"wwid", "eui.5002538d40a0b1c2", "5002538d40a0b1c2", 7},
+        {"World Wide ID", "5002538d40a0b1c23", "5002538d40a0b1c23", 6},
+        {"worldwide", "c0ffee-12:34-57", "C0:FF:EE:12:34:57", 9},
+        {"EUI64", "c0ffee.123457", "c0ffee123457", 12},
+        {"guid", "ffffffffffff", "ffffffffffff", 12},
+        {"guid", "fffffffffff1", "fffffffffff1", 6},
+        {"MacAddress", "000000000000", "000000000000", 12},
+        {"MAC Address", "000000000070", "000000000070", 6},
+        {"GUID", std::uint64_t{0xFFFFFFFF}, "00000000ffffffff", 16},
+        {"GUID", std::uint64_t{0x100000000}, "0000000100000000", 6},
+        {"GUID", uuid, uuidText, 0},
+        {"GUID", longer, uuidText + "5a", 34},
+        {"Volume UUID", uuid, uuidText, 0},
+        {"Volume UUID", Data(uuid.begin() + 1, uuid.end()), uuidText, 32},
+        {"Volume UUID", longer, uuidText, 32},
+        {"anything", base::Uuid::parse("8F14E45F-CEEA-467F-A8B1-0123456789AB").value(), uuidText, 0},
+        {"Content Hint", base::Uuid::parse("8F14E45F-CEEA-467F-A8B1-0123456789AB").value(), uuidText, 32},
+        {"HostName", "q", "q", 1},
+        {"Host Name", "qx", "qx", 0},
+        {"ComputerName", "--", "--", 2},
+        {"UserName", "-\xC3\xA4-x", "-\xC3\xA4-x", 4},
+        {"UserName", "root", "root", 4},
+        {"Name", "qx", "qx", 2},
+    };
+    for (const Row& row : rows) {
+        Redaction redaction;
+        redaction.note({{row.key, row.value}});
+        redaction.prepare();
+        const std::string after = redaction.redacted(row.text);
+        std::size_t kept = 0;
+        while (kept < after.size() && after[kept] == row.text[kept])
+            ++kept;
+        EXPECT_EQ(kept, row.kept) << row.key << ": " << row.text << " became " << after;
+    }
+}
+
+TEST(Redaction, ReplacesANameAsAWholeWordOnly)
+{
+    Redaction redaction;
+    redaction.noteName("bob");
+    redaction.noteName("evan");
+    redaction.prepare();
+    const std::string partsOfWords = "09azAZ_\x80\xFF";
+    const std::string separators = "/:@[`{^- \x7F\n";
+    for (const char c : partsOfWords) {
+        for (const std::string& text : {std::string("bob") + c, c + std::string("bob")})
+            EXPECT_EQ(redaction.redacted(text), text);
+    }
+    for (const char c : separators) {
+        for (const std::string& text : {std::string("bob") + c, c + std::string("bob")})
+            EXPECT_EQ(redaction.redacted(text).find("bob"), std::string::npos) << text;
+    }
+    // A name of three letters in capitals may be a word of its own, one of four is a name.
+    for (const char* const text : {"Bob", "boB", "BOB"})
+        EXPECT_EQ(redaction.redacted(text), text);
+    const std::string name = redaction.redacted("evan");
+    EXPECT_EQ(redaction.redacted("Evan"), static_cast<char>(name[0] - 'a' + 'A') + name.substr(1));
+}
+
 TEST(Redaction, TakesTheTimeOfItsInput)
 {
     // Serial numbers that agree for long, and a text that nearly holds them everywhere.

@@ -4,7 +4,8 @@
  *
  *     vantorel_machine *machine;
  *     char *json;
- *     if (vantorel_open(NULL, 0, &machine) != VANTOREL_OK || vantorel_check(machine, NULL, 0, 0, &json) != VANTOREL_OK) {
+ *     if (vantorel_open(NULL, 0, &machine) != VANTOREL_OK ||
+ *         vantorel_check(machine, NULL, 0, 0, &json) != VANTOREL_OK) {
  *         fprintf(stderr, "%s\n", vantorel_last_error());
  *         return 1;
  *     }
@@ -17,16 +18,16 @@
  * vantorel_drive_names and vantorel_verdict.
  *
  * Machines. One machine is open in a process at a time. It is looked at on a thread of its own, which lives from
- * vantorel_open to vantorel_close, takes no signals, and on which event callbacks are called. A program uses either this
- * interface or the C++ library, not both. After fork() the machine stays with the parent: in the child every call on it
- * fails, and no other can be opened. Nothing is written to standard output or standard error.
+ * vantorel_open to vantorel_close, takes no signals, and on which event callbacks are called. A program uses either
+ * this interface or the C++ library, not both. After fork() the machine stays with the parent: in the child every call
+ * on it fails, and no other can be opened. Nothing is written to standard output or standard error.
  *
  * Threads. Every function may be called from any thread, several at once on one machine. Reads of drives follow each
  * other; within one call drives are read side by side, on up to sixteen threads. A call that is under way when another
  * thread closes the machine is finished first.
  *
- * Errors. A function that can fail gives a vantorel_error, and VANTOREL_OK, which is 0, when it did not; then only has it
- * filled in its results. vantorel_last_error tells more. No exception and no signal comes out of any function.
+ * Errors. A function that can fail gives a vantorel_error, and VANTOREL_OK, which is 0, when it did not; then only has
+ * it filled in its results. vantorel_last_error tells more. No exception and no signal comes out of any function.
  *
  * Texts that go in are UTF-8 and end with a 0 byte, and so do those that come out.
  */
@@ -54,7 +55,7 @@ extern "C" {
 /* How a call ended. The numbers stay; more may come. */
 typedef enum vantorel_error {
     VANTOREL_OK = 0,
-    VANTOREL_BAD_ARGUMENT = 1, /* NULL where something is needed, a text that is no UTF-8, an unknown flag, too few bytes */
+    VANTOREL_BAD_ARGUMENT = 1, /* NULL where something is needed, no UTF-8, an unknown flag, or too few bytes */
     VANTOREL_BAD_HANDLE = 2,   /* the machine is closed, or never was one */
     VANTOREL_BUSY = 3,         /* a machine is open in this process already */
     VANTOREL_CANNOT_OPEN = 4,  /* there is no machine at that path, or none that this build can look at */
@@ -90,8 +91,8 @@ typedef struct vantorel_machine vantorel_machine;
 /* The version of the library that runs, such as "0.1.0". Lives as long as the process. Any thread. */
 VANTOREL_API const char *vantorel_version(void);
 
-/* An error in a few words, such as "no such drive"; those of VANTOREL_FAILED for an unknown number. Lives as long as the
- * process. Any thread. */
+/* An error in a few words, such as "no such drive"; those of VANTOREL_FAILED for an unknown number. Lives as long as
+ * the process. Any thread. */
 VANTOREL_API const char *vantorel_error_text(vantorel_error error);
 
 /* Why the last call in this thread that failed did so, as a sentence or "WHAT: WHY"; empty while none has. Lives until
@@ -115,15 +116,16 @@ VANTOREL_API vantorel_error vantorel_close(vantorel_machine *machine);
 /* The tree of disks as it is now: the document of `vantorel list --json`, to be freed by vantorel_free. */
 VANTOREL_API vantorel_error vantorel_list(vantorel_machine *machine, char **json);
 
-/* The device names of the drives, such as "disk0", in the order of the machine, and how many there are. The array and its
- * texts are one piece of memory, to be freed by one vantorel_free; it is NULL when there are none. */
+/* The device names of the drives, such as "disk0", in the order of the machine, and how many there are. The array and
+ * its texts are one piece of memory, to be freed by one vantorel_free; it is NULL when there are none. */
 VANTOREL_API vantorel_error vantorel_drive_names(vantorel_machine *machine, char ***names, size_t *count);
 
-/* Reads and judges drives: the document of `vantorel smart --json`, to be freed by vantorel_free. `names` are device names
- * or serial numbers; with a count of 0 all drives are read. A drive that cannot be read, or that there is not, is told in
- * the document and is no error. Flags: VANTOREL_RAW. Blocks until each drive has answered or a time limit is over. */
-VANTOREL_API vantorel_error vantorel_check(vantorel_machine *machine, const char *const *names, size_t count, unsigned flags,
-                                           char **json);
+/* Reads and judges drives: the document of `vantorel smart --json`, to be freed by vantorel_free. `names` are device
+ * names or serial numbers; with a count of 0 all drives are read. A drive that cannot be read, or that there is not, is
+ * told in the document and is no error. Flags: VANTOREL_RAW. Blocks until each drive has answered or a time limit is
+ * over. */
+VANTOREL_API vantorel_error vantorel_check(vantorel_machine *machine, const char *const *names, size_t count,
+                                           unsigned flags, char **json);
 
 /* Reads and judges one drive: its level and, unless `sentence` is NULL, the gravest reason for it, to be freed by
  * vantorel_free. `name` is a device name or a serial number. Fails with VANTOREL_NO_DRIVE and, with the cause in
@@ -131,15 +133,15 @@ VANTOREL_API vantorel_error vantorel_check(vantorel_machine *machine, const char
 VANTOREL_API vantorel_error vantorel_verdict(vantorel_machine *machine, const char *name, vantorel_level *level,
                                              char **sentence);
 
-/* Judges the two saved sectors of an ATA drive, of 512 bytes or more each, without any machine: the document of `vantorel
- * decode ata --json`, to be freed by vantorel_free. `model` selects the row of the drive table. Flags: VANTOREL_RAW,
- * VANTOREL_SSD. The buffers stay the caller's and are not kept. Any thread. */
+/* Judges the two saved sectors of an ATA drive, of 512 bytes or more each, without any machine: the document of
+ * `vantorel decode ata --json`, to be freed by vantorel_free. `model` selects the row of the drive table. Flags:
+ * VANTOREL_RAW, VANTOREL_SSD. The buffers stay the caller's and are not kept. Any thread. */
 VANTOREL_API vantorel_error vantorel_decode_ata(const void *data, size_t data_size, const void *thresholds,
                                                 size_t thresholds_size, const char *model, unsigned flags, char **json);
 
-/* Judges the saved SMART / Health Information log of an NVMe drive, of 512 bytes or more: the document of `vantorel decode
- * nvme --json`, to be freed by vantorel_free. `identify` is its Identify Controller data of 4096 bytes, or NULL with a
- * size of 0. Flags: VANTOREL_RAW. The buffers stay the caller's and are not kept. Any thread. */
+/* Judges the saved SMART / Health Information log of an NVMe drive, of 512 bytes or more: the document of `vantorel
+ * decode nvme --json`, to be freed by vantorel_free. `identify` is its Identify Controller data of 4096 bytes, or NULL
+ * with a size of 0. Flags: VANTOREL_RAW. The buffers stay the caller's and are not kept. Any thread. */
 VANTOREL_API vantorel_error vantorel_decode_nvme(const void *log, size_t log_size, const void *identify,
                                                  size_t identify_size, unsigned flags, char **json);
 
@@ -149,20 +151,20 @@ VANTOREL_API vantorel_error vantorel_decode_nvme(const void *log, size_t log_siz
  * may leave it. */
 typedef void (*vantorel_event_callback)(const char *json, void *context);
 
-/* Has `callback` called for every disk that appears, changes or goes, in the place of the callback before; those that are
- * there already are told first, before this returns. NULL ends it: no call is under way any more when this returns, unless
- * it is called from the callback itself. `context` is passed on as it is. */
+/* Has `callback` called for every disk that appears, changes or goes, in the place of the callback before; those that
+ * are there already are told first, before this returns. NULL ends it: no call is under way any more when this returns,
+ * unless it is called from the callback itself. `context` is passed on as it is. */
 VANTOREL_API vantorel_error vantorel_listen(vantorel_machine *machine, vantorel_event_callback callback, void *context);
 
-/* For a program with an event loop: a descriptor that is readable while vantorel_next_event has something to give. It is
- * the machine's, is only to be polled, and ends with it. From the first call of this or of vantorel_next_event on events
- * wait to be fetched, beside those that a callback is told; the disks that are there already wait first. */
+/* For a program with an event loop: a descriptor that is readable while vantorel_next_event has something to give. It
+ * is the machine's, is only to be polled, and ends with it. From the first call of this or of vantorel_next_event on
+ * events wait to be fetched, beside those that a callback is told; the disks that are there already wait first. */
 VANTOREL_API vantorel_error vantorel_event_descriptor(vantorel_machine *machine, int *descriptor);
 
 /* The next event, a line of `vantorel watch --json`, to be freed by vantorel_free. Waits for it for at most so many
  * milliseconds: 0 not at all, -1 without an end. Fails with VANTOREL_NO_EVENT when the time is over, with
- * VANTOREL_IN_CALLBACK when it would have to wait in an event callback, and with VANTOREL_BAD_HANDLE when the machine is
- * closed meanwhile. When more than 4096 events wait all of them are dropped, and VANTOREL_EVENTS_LOST tells so once:
+ * VANTOREL_IN_CALLBACK when it would have to wait in an event callback, and with VANTOREL_BAD_HANDLE when the machine
+ * is closed meanwhile. When more than 4096 events wait all of them are dropped, and VANTOREL_EVENTS_LOST tells so once:
  * vantorel_list has the disks as they are. Of several threads each event goes to one. */
 VANTOREL_API vantorel_error vantorel_next_event(vantorel_machine *machine, int milliseconds, char **json);
 

@@ -27,7 +27,8 @@ enum class CFRunLoopRunResult : std::int32_t { finished = 1, stopped = 2, timedO
 /// Makes the calling thread the main thread of this layer until it ends: its run loop is the main one, on which the
 /// main queue runs. For a host that keeps a thread of its own for the library, as the thread of `main` is somebody
 /// else's. To be called before that thread first uses a run loop. When it ends the thread of `main` is the main one
-/// again; what is pending then stays pending.
+/// again; what is pending then stays pending. Throws std::logic_error while another thread has that part; to call it
+/// again changes nothing.
 void becomeMainThread();
 
 /// Runs the calling thread's run loop for at most `seconds` (0: one pass, without waiting). A pass does the work of the

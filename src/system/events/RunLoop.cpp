@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <stdexcept>
 #include <utility>
 
 namespace vantorel::system {
@@ -40,7 +41,12 @@ CFRunLoopRef CFRunLoopGetCurrent()
 void becomeMainThread()
 {
     struct Part {
-        Part() { mainThread = ::gettid(); }
+        Part()
+        {
+            pid_t nobody = 0;
+            if (!mainThread.compare_exchange_strong(nobody, ::gettid()))
+                throw std::logic_error("run loop: another thread is the main one already");
+        }
         Part(const Part&) = delete;
         Part& operator=(const Part&) = delete;
         ~Part() { mainThread = 0; }

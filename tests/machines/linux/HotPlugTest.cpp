@@ -6,7 +6,7 @@
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
-#include <libudev.h>
+#include <sys/socket.h>
 #include <umockdev.h>
 
 #include <atomic>
@@ -26,17 +26,15 @@ std::atomic<bool> socketIsFull = false;
 
 } // namespace
 
-/// Stands before libudev's.
-extern "C" udev_device* udev_monitor_receive_device(udev_monitor* monitor)
+/// Stands before the C library's.
+extern "C" [[gnu::visibility("default")]] ssize_t recvmsg(int socket, msghdr* message, int flags)
 {
-    static const auto receive =
-        reinterpret_cast<decltype(&udev_monitor_receive_device)>(dlsym(RTLD_NEXT, "udev_monitor_receive_device"));
-    udev_device* const device = receive(monitor);
-    if (!socketIsFull || !device)
-        return device;
-    udev_device_unref(device);
+    static const auto receive = reinterpret_cast<decltype(&recvmsg)>(dlsym(RTLD_NEXT, "recvmsg"));
+    const ssize_t size = receive(socket, message, flags);
+    if (!socketIsFull || size <= 0)
+        return size;
     errno = ENOBUFS;
-    return nullptr;
+    return -1;
 }
 
 namespace vantorel {

@@ -156,6 +156,11 @@ TEST(DispatchQueue, HasItsMainOneRunByTheThreadThatTakesThePartOfTheMainThread)
         becomeMainThread();
         other = std::this_thread::get_id();
         dispatch_async(dispatch_get_main_queue(), note);
+        std::thread([] {
+            EXPECT_THROW(becomeMainThread(), std::logic_error);
+            EXPECT_FALSE(performPendingWork());
+        }).join();
+        becomeMainThread(); // again
         EXPECT_TRUE(performPendingWork());
         dispatch_async(dispatch_get_main_queue(), note); // stays behind
     }).join();

@@ -230,8 +230,11 @@ TEST(IORegistry, TakesInAHundredThousandEntriesAndLetsThemGo)
 {
     constexpr std::uint64_t count = 100'000;
     TestMachine& machine = TestMachine::install();
-    for (std::uint64_t id = 1; id <= count; ++id)
-        machine.arrive(entry(id, "link", "IOMedia", {id - 1}, {{"BSD Name", "disk0"}})); // one under the other
+    for (std::uint64_t id = 1; id <= count; ++id) { // one under the other, and a disk now and then, as each asks far up
+        const bool isDisk = id % 500 == 0;
+        machine.arrive(entry(id, "link", isDisk ? "IOMedia" : "IOService", {id - 1},
+                             isDisk ? PropertyTable{{"BSD Name", "disk0"}} : PropertyTable{}));
+    }
     EXPECT_EQ(parentOf(count), count - 1);
     machine.remove(1);
     EXPECT_FALSE(byId(count));
