@@ -42,9 +42,19 @@ std::string driveJson(const DriveOutcome& outcome, bool raw)
     }
     object.put("status", Json(outcome.status()));
     object.put("state", Json(rawValue(outcome.kind)));
+    if (outcome.comparedTo)
+        object.put("comparedTo", Json(utcTime(*outcome.comparedTo)));
+    if (!outcome.volumes.empty()) {
+        Json volumes = Json::array();
+        for (const MountedVolume& volume : outcome.volumes) {
+            volumes.push_back({{"bsdName", volume.bsdName}});
+            if (volume.name)
+                volumes.back()["volumeName"] = *volume.name;
+            volumes.back()["mountPoint"] = volume.mountPoint;
+        }
+        object.put("volumes", volumes);
+    }
     if (outcome.judged) {
-        if (outcome.comparedTo)
-            object.put("comparedTo", Json(utcTime(*outcome.comparedTo)));
         putHealth(object, *outcome.judged, raw);
     } else {
         object.put("error", Json(outcome.error));
