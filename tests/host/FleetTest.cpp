@@ -2,6 +2,8 @@
 #include "host/fleet/Fleet.h"
 #include "host/fleet/FleetView.h"
 #include "host/fleet/InOrder.h"
+#include "host/fleet/ReportSearch.h"
+#include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +11,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <thread>
+
+#include <sys/stat.h>
 
 namespace vantorel::host {
 namespace {
@@ -153,6 +158,37 @@ TEST(FleetView, TellsTheWorstFirstThenSumsAndUnusualModels)
          R"({"model":"Well","firmware":"FW1","kind":"hdd","drives":{"failing":0,)",
          R"("unusual":[{"model":"Bad","kind":"hdd","bad":5,"judged":10,"othersBad":1,"othersJudged":30,"chance":0.00)"})
         EXPECT_THAT(document, testing::HasSubstr(part));
+}
+
+TEST(ReportSearch, FindsReportsInFoldersOnceAndFollowsNoLinkToAFolder)
+{
+    namespace fs = std::filesystem;
+    const test::TemporaryFolder folder;
+    const std::string top = folder.file("");
+    fs::create_directories(top + "b/deep/deeper.vantorel");
+    fs::create_directories(top + "a");
+    for (const char* const name : {"z.vantorel", "b/deep/y.vantorel", "b/deep/deeper.vantorel/x.vantorel",
+                                   "a/w.vantorel", "b/v.txt", "b/vantorel", "b/u.vantorel.old"})
+        folder.write(name, "");
+    fs::create_symlink(top, top + "a/loop");
+    fs::create_symlink(top + "b/v.txt", top + "a/t.vantorel");
+    ASSERT_EQ(mkfifo((top + "a/s.vantorel").c_str(), 0600), 0);
+    std::vector<std::string> complaints;
+    const auto found = [&](const std::vector<std::string>& paths) {
+        std::string names;
+        for (const std::string& path : reportsUnder(paths, [&](std::string_view what, std::string_view why) {
+                 complaints.push_back(std::string(what) + ": " + std::string(why));
+             }))
+            names += (path.starts_with(top) ? path.substr(top.size()) : path) + ' ';
+        return names;
+    };
+    const std::string all = "a/t.vantorel a/w.vantorel b/deep/deeper.vantorel/x.vantorel b/deep/y.vantorel z.vantorel ";
+    EXPECT_EQ(found({top}), all);
+    EXPECT_EQ(found({top + "b/deep", top + "b/v.txt", top + "b", top + "z.vantorel"}),
+              "b/deep/deeper.vantorel/x.vantorel b/deep/y.vantorel b/v.txt z.vantorel ")
+        << "in the order of what was named, and what is named counts whatever its name";
+    EXPECT_EQ(found({"/none/such"}), "/none/such ") << "who opens it says what is wrong";
+    EXPECT_THAT(complaints, testing::IsEmpty());
 }
 
 TEST(InOrder, HandsOnInOrderAndKeepsFewWaiting)
