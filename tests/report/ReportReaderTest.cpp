@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace vantorel {
 namespace {
 
@@ -191,7 +193,7 @@ TEST(Gzip, ExpandsWhatItMadeWithinItsLimit)
 {
     using report::gunzip;
     using report::GzipError;
-    for (const std::size_t size : {0, 1, 65'535, 65'536, 65'537, 300'000}) {
+    for (const std::size_t size : std::vector<std::size_t>{0, 1, 65'535, 65'536, 65'537, 300'000}) {
         Data bytes(size);
         std::uint32_t next = 1;
         for (std::uint8_t& byte : bytes)
