@@ -145,6 +145,7 @@ std::vector<DriveOutcome> Session::read(const std::vector<std::string>& names)
     auto outcomes = onThread([&] { return unreadDrives(names); });
     const std::scoped_lock lock(reading_);
     readDrives(outcomes);
+    onThread([&] { findVolumes(outcomes); });
     return outcomes;
 }
 

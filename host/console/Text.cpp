@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -157,6 +158,22 @@ void Table::addBelow(std::string_view text)
     lines_.back().below += text;
 }
 
+/// Takes from the columns that yield what a line is too wide for the screen.
+void Table::fit(std::vector<std::size_t>& widths, std::size_t indent) const
+{
+    constexpr std::size_t least = 12;
+    const std::size_t taken =
+        std::accumulate(widths.begin(), widths.end(), indent + 2 * (std::max<std::size_t>(widths.size(), 1) - 1));
+    std::size_t excess = taken - std::min(taken, screenWidth());
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        if (!columns_[i].yields || widths[i] <= least)
+            continue;
+        const std::size_t cut = std::min(excess, widths[i] - least);
+        widths[i] -= cut;
+        excess -= cut;
+    }
+}
+
 std::string Table::text(std::size_t indent) const
 {
     std::vector<std::size_t> widths;
@@ -168,10 +185,13 @@ std::string Table::text(std::size_t indent) const
         widths.push_back(std::min(widest, widestColumn));
         titles.push_back(columns_[i].title);
     }
+    if (isatty(STDOUT_FILENO) == 1)
+        fit(widths, indent);
     const auto line = [&](const std::vector<std::string>& cells, Emphasis emphasis) {
         std::string joined;
         for (std::size_t i = 0; i < cells.size(); ++i)
-            joined += (i == 0 ? "" : "  ") + padded(cells[i], widths[i], columns_[i].align);
+            joined += (i == 0 ? "" : "  ") + padded(columns_[i].yields ? shortened(cells[i], widths[i]) : cells[i],
+                                                    widths[i], columns_[i].align);
         joined.erase(joined.find_last_not_of(' ') + 1);
         return std::string(indent, ' ') + emphasised(joined, emphasis) + '\n';
     };

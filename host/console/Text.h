@@ -40,6 +40,7 @@ public:
     struct Column {
         std::string title;
         Align align = Align::left;
+        bool yields = false; ///< its cells are cut short for a line to fit on a terminal, down to a dozen places
     };
 
     explicit Table(std::vector<Column> columns);
@@ -54,6 +55,8 @@ public:
     [[nodiscard]] std::string text(std::size_t indent = 0) const;
 
 private:
+    void fit(std::vector<std::size_t>& widths, std::size_t indent) const;
+
     struct Line {
         std::vector<std::string> cells;
         Emphasis emphasis;

@@ -43,14 +43,24 @@ void DriveReader::begin(DriveOutcome unread)
     const std::uint64_t service = unread.drive ? unread.drive->service : 0;
     if (service == 0 || !asked_.insert(service).second)
         return;
-    try {
-        std::thread([shared = shared_, outcome = unread]() mutable {
-            readDrive(outcome);
-            shared->put(std::move(outcome));
-        }).detach();
-    } catch (const std::system_error&) { // no thread to be had
-        readDrive(unread);
-        shared_->put(std::move(unread));
+    waiting_.push_back(std::move(unread));
+    startThreads();
+}
+
+void DriveReader::startThreads()
+{
+    for (; !waiting_.empty() && running_ < mostThreads; ++running_) {
+        DriveOutcome unread = std::move(waiting_.front());
+        waiting_.pop_front();
+        try {
+            std::thread([shared = shared_, outcome = unread]() mutable {
+                readDrive(outcome);
+                shared->put(std::move(outcome));
+            }).detach();
+        } catch (const std::system_error&) { // no thread to be had
+            readDrive(unread);
+            shared_->put(std::move(unread));
+        }
     }
 }
 
@@ -61,12 +71,18 @@ int DriveReader::descriptor() const
 
 std::vector<DriveOutcome> DriveReader::take()
 {
-    const std::scoped_lock lock(shared_->mutex);
-    eventfd_t ignored = 0;
-    static_cast<void>(eventfd_read(shared_->event, &ignored));
-    for (const DriveOutcome& outcome : shared_->done)
+    std::vector<DriveOutcome> done;
+    {
+        const std::scoped_lock lock(shared_->mutex);
+        eventfd_t ignored = 0;
+        static_cast<void>(eventfd_read(shared_->event, &ignored));
+        done.swap(shared_->done);
+    }
+    for (const DriveOutcome& outcome : done)
         asked_.erase(outcome.drive->service);
-    return std::exchange(shared_->done, {});
+    running_ -= done.size();
+    startThreads();
+    return done;
 }
 
 } // namespace vantorel::host

@@ -119,6 +119,10 @@ int diff(const DiffArguments& arguments)
             elements.push_back(driveJson(drive));
         JsonObject document(Json{
             {"format", documentFormat}, {"before", arguments.before}, {"after", arguments.after}, {"status", status}});
+        for (const auto& [key, report] : {std::pair("beforeError", &before), std::pair("afterError", &after)}) {
+            if (!report->listingFault.empty())
+                document.put(key, Json(report->listingFault));
+        }
         document.splice("drives", jsonArray(elements));
         print(document.text() + '\n');
     } else {

@@ -49,6 +49,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     Json document = {{"format", documentFormat}, {"machine", path}, {"name", driveName(*drive)}};
     std::string text;
     std::string failure;
+    std::string remedy;
     int status = success;
     try {
         const std::vector<NVMeSmartError> found = SmartController::shared().getNvmeErrorLog(*drive);
@@ -59,8 +60,7 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     } catch (const SmartOpenError& error) {
         const auto obstacle = system::machine()->whyNotOpened(DriveSnapshot(*drive).service);
         failure = obstacle ? obstacle->reason : error.errorDescription();
-        if (obstacle && !obstacle->remedy.empty())
-            failure += " Try: " + obstacle->remedy;
+        remedy = obstacle ? obstacle->remedy : "";
         status = driveNotOpened;
     } catch (const SmartError& error) {
         failure = error.errorDescription();
@@ -68,7 +68,9 @@ int errors(const CLI::App& app, const ErrorsArguments& arguments)
     }
     if (!failure.empty()) {
         document["error"] = failure;
-        complain(driveName(*drive), failure);
+        if (!remedy.empty())
+            document["remedy"] = remedy;
+        complain(driveName(*drive), failure + (remedy.empty() ? "" : " Try: " + remedy));
     }
     print(arguments.json ? jsonLine(document) : text);
     return status;

@@ -14,6 +14,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vantorel::host {
@@ -36,6 +37,7 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     const std::string path = loadMachine(app);
     std::vector<DriveOutcome> outcomes = readDrives(arguments.names);
     judgeBesideHistory(outcomes, arguments.history, isThisComputer(app));
+    findVolumes(outcomes);
     complainOfFaults(outcomes);
     if (arguments.html) {
         writeText(arguments.output, pageText(outcomePage(path, outcomes)));
@@ -46,8 +48,12 @@ int smart(const CLI::App& app, const SmartArguments& arguments)
     } else if (arguments.brief) {
         print(checkText(outcomes));
     } else {
-        for (const DriveOutcome& outcome : outcomes)
-            print((&outcome == outcomes.data() ? "" : "\n") + outcomeText(outcome));
+        const char* between = "";
+        for (const DriveOutcome& outcome : outcomes) {
+            if (outcome.kind == DriveOutcome::Kind::noDrive) // told above, and there is nothing to show
+                continue;
+            print(std::exchange(between, "\n") + outcomeText(outcome));
+        }
     }
     return statusOf(outcomes);
 }

@@ -50,13 +50,16 @@ Emphasis emphasisOfLine(const CheckedDrive& drive)
     return drive.isFault ? Emphasis::warning : Emphasis::none;
 }
 
-/// What stands under the line of a drive: of one that needs a hand the number on its label, then what is wrong.
+/// What stands under the line of a drive: of one that needs a hand the number on its label and what is mounted from it,
+/// then what is wrong.
 std::string detailsOf(const CheckedDrive& drive)
 {
     std::string text;
     const std::string_view serial = base::trimmed(drive.serial);
     if (drive.isFault && !serial.empty())
         text += wrapped(printable(fmt::format("serial {}", serial)), screenWidth(), 4);
+    if (!drive.mountPoints.empty())
+        text += wrapped(printable(fmt::format("mounted: {}", fmt::join(drive.mountPoints, ", "))), screenWidth(), 4);
     if (drive.verdict)
         return drive.verdict->level == Level::good ? "" : text + reasonsText(*drive.verdict);
     if (!drive.explanation.empty())

@@ -20,8 +20,9 @@ struct CheckedDrive {
     /// What stands in the place of a level where there is no verdict, such as "asleep", and why.
     std::string state;
     std::string explanation;
-    std::string remedy;   ///< a command that helps, or empty
-    bool isFault = false; ///< whether the drive ought to have had a verdict
+    std::string remedy;                        ///< a command that helps, or empty
+    bool isFault = false;                      ///< whether the drive ought to have had a verdict
+    std::vector<std::string> mountPoints = {}; ///< of the volumes on it
 };
 
 /// Whether a drive stands before another in a list: what needs a hand comes first.

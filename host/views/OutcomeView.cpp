@@ -45,6 +45,8 @@ CheckedDrive checkedDrive(const DriveOutcome& outcome)
         drive.model = outcome.drive->model.value_or("-");
         drive.serial = outcome.drive->serial.value_or("");
     }
+    for (const MountedVolume& volume : outcome.volumes)
+        drive.mountPoints.push_back(volume.mountPoint);
     if (outcome.judged) {
         drive.verdict = &outcome.judged->verdict;
         return drive;

@@ -38,7 +38,7 @@ std::string ataText(const ATASmartObject& result, const health::Verdict& verdict
 {
     Table table({{""},
                  {"ID", Table::Align::right},
-                 {"Attribute"},
+                 {"Attribute", Table::Align::left, true},
                  {"Value"},
                  {"Current", Table::Align::right},
                  {"Worst", Table::Align::right},

@@ -132,22 +132,13 @@ std::string plainText(ata_attr_raw_format format, std::uint64_t number, const st
     return "?";
 }
 
-/// The text as a number, 0 when it is none.
-double numberIn(std::string_view text)
-{
-    double number = 0;
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    return result.ec == std::errc() && result.ptr == end ? number : 0;
-}
-
 std::string withUnit(std::string text, std::string_view rawName)
 {
     constexpr std::pair<std::string_view, double> byteUnits[] = {
         {"gib", 1073741824}, {"mib", 1048576}, {"gigabyte", 1000000000}};
     for (const auto& [unit, bytes] : byteUnits) {
         if (base::containsIgnoringCase(rawName, unit))
-            return base::shortestDecimal(numberIn(text) * bytes);
+            return base::shortestDecimal(base::realFrom(text).value_or(0) * bytes);
     }
     if (base::containsIgnoringCase(rawName, "perc"))
         return text + '%';

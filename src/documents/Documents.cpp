@@ -42,9 +42,19 @@ std::string driveJson(const DriveOutcome& outcome, bool raw)
     }
     object.put("status", Json(outcome.status()));
     object.put("state", Json(rawValue(outcome.kind)));
+    if (outcome.comparedTo)
+        object.put("comparedTo", Json(utcTime(*outcome.comparedTo)));
+    if (!outcome.volumes.empty()) {
+        Json volumes = Json::array();
+        for (const MountedVolume& volume : outcome.volumes) {
+            volumes.push_back({{"bsdName", volume.bsdName}});
+            if (volume.name)
+                volumes.back()["volumeName"] = *volume.name;
+            volumes.back()["mountPoint"] = volume.mountPoint;
+        }
+        object.put("volumes", volumes);
+    }
     if (outcome.judged) {
-        if (outcome.comparedTo)
-            object.put("comparedTo", Json(utcTime(*outcome.comparedTo)));
         putHealth(object, *outcome.judged, raw);
     } else {
         object.put("error", Json(outcome.error));
@@ -111,13 +121,19 @@ std::string utcTime(std::int64_t milliseconds)
 std::optional<std::int64_t> momentOf(const std::string& utcTime)
 {
     std::tm time{};
-    const char* const rest = strptime(utcTime.c_str(), "%Y-%m-%dT%H:%M:%S", &time);
-    if (!rest || (std::string_view(rest) != "Z" && *rest != '.'))
-        return std::nullopt;
+    const char* const end = strptime(utcTime.c_str(), "%Y-%m-%dT%H:%M:%S", &time);
+    const std::string_view rest(end ? end : "");
     int thousandths = 0;
-    int length = 0;
-    if (*rest == '.' && (std::sscanf(rest, ".%3dZ%n", &thousandths, &length) != 1 || length != 5 || rest[5] != '\0'))
-        return std::nullopt;
+    if (rest != "Z") {
+        // Five characters: a point, three digits and the Z.
+        if (rest.size() != 5 || rest.front() != '.' || rest.back() != 'Z')
+            return std::nullopt;
+        for (const char c : rest.substr(1, 3)) {
+            if (c < '0' || c > '9')
+                return std::nullopt;
+            thousandths = 10 * thousandths + (c - '0');
+        }
+    }
     return std::int64_t{timegm(&time)} * 1000 + thousandths;
 }
 

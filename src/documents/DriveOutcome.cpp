@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "DriveOutcome.h"
 
+#include "DiskTree.h"
+#include "DiskUse.h"
 #include "SideBySide.h"
 #include "Status.h"
 #include "vantorel/base/Text.h"
@@ -11,6 +13,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <map>
+#include <utility>
 
 namespace vantorel {
 
@@ -53,6 +57,28 @@ DriveOutcome unread(const Drive& drive, bool isNamed)
     if (outcome.drive->service == 0)
         tellObstacle(outcome, deviceOf(drive));
     return outcome;
+}
+
+/// Where the sets, which lie on several drives, and all else that lies on no disk stand in a tree.
+using Roots = std::map<std::string, const DiskNode*, std::less<>>;
+
+std::vector<MountedVolume> volumesOn(const DiskNode& drive, const Roots& roots)
+{
+    constexpr std::size_t mostDisks = 1000;
+    std::vector<MountedVolume> volumes;
+    std::vector<const DiskNode*> nodes = {&drive};
+    for (std::size_t i = 0; i < std::min(nodes.size(), mostDisks); ++i) {
+        const DiskNode& node = *nodes[i];
+        const auto volume = volumeOn(*node.disk);
+        if (const auto mountPoint = volume ? volume->mountPoint() : std::nullopt)
+            volumes.push_back({node.disk->bsdName().value_or("-"), volume->volumeName(), *mountPoint});
+        for (const DiskNode& child : node.children)
+            nodes.push_back(&child);
+        const auto set = node.raidSet ? roots.find(node.raidSet->bsdName().value_or("")) : roots.end();
+        if (set != roots.end() && std::ranges::find(nodes, set->second) == nodes.end())
+            nodes.push_back(set->second);
+    }
+    return volumes;
 }
 
 } // namespace
@@ -119,6 +145,21 @@ std::vector<DriveOutcome> unreadDrives(const std::vector<std::string>& names)
         }
     }
     return outcomes;
+}
+
+void findVolumes(std::vector<DriveOutcome>& outcomes)
+{
+    if (statusOf(outcomes) == success)
+        return;
+    const std::vector<DiskNode> tree = diskTree(Vantorel::shared());
+    Roots roots;
+    for (const DiskNode& root : tree)
+        roots.try_emplace(root.disk->bsdName().value_or(""), &root);
+    for (DriveOutcome& outcome : outcomes) {
+        const auto root = roots.find(outcome.name);
+        if (outcome.status() != success && root != roots.end())
+            outcome.volumes = volumesOn(*root->second, roots);
+    }
 }
 
 void readDrive(DriveOutcome& outcome) noexcept

@@ -18,6 +18,15 @@
 
 namespace vantorel {
 
+/// A volume in use.
+struct MountedVolume {
+    std::string bsdName; ///< the disk's device name
+    std::optional<std::string> name;
+    std::string mountPoint;
+
+    bool operator==(const MountedVolume&) const = default;
+};
+
 /// What asking one drive for its health came to.
 struct DriveOutcome {
     enum class Kind : std::uint8_t {
@@ -39,6 +48,7 @@ struct DriveOutcome {
     std::string remedy; ///< a command that helps, to be shown as it stands; empty when none does
     /// When the earlier reading was made that the verdict compares with, in milliseconds since 1970.
     std::optional<std::int64_t> comparedTo = {};
+    std::vector<MountedVolume> volumes = {}; ///< as `findVolumes` fills it
 
     /// The bits of the exit status (`Status`) that the drive calls for.
     [[nodiscard]] int status() const;
@@ -57,6 +67,12 @@ struct DriveOutcome {
 /// The drives of these names, or all of them when there are no names, in that order, each once; none is read yet. On
 /// the registry's thread.
 [[nodiscard]] std::vector<DriveOutcome> unreadDrives(const std::vector<std::string>& names);
+
+/// Tells of each drive that is not good, and of each that could not be read, which mounted volumes lie on it: in its
+/// partitions, in containers and logical volumes on them, and in the sets that they are members of. On the registry's
+/// thread.
+/// Of a drive with more than a thousand disks on it only these are looked at.
+void findVolumes(std::vector<DriveOutcome>& outcomes);
 
 /// Reads one that has a service. On any thread; blocks it for as long as the drive takes.
 void readDrive(DriveOutcome& outcome) noexcept;

@@ -31,13 +31,20 @@ void sideBySide(std::size_t count, const std::function<void(std::size_t)>& work,
         }
     };
 
-    std::vector<std::jthread> threads;
+    struct Threads { // libc++ has `std::jthread` since version 20
+        std::vector<std::thread> running;
+
+        Threads() = default;
+        Threads(const Threads&) = delete;
+        Threads& operator=(const Threads&) = delete;
+        ~Threads() { std::ranges::for_each(running, &std::thread::join); }
+    } threads;
     try {
-        while (threads.size() < std::min(count, mostThreads))
-            threads.emplace_back(takeAll);
+        while (threads.running.size() < std::min(count, mostThreads))
+            threads.running.emplace_back(takeAll);
     } catch (const std::system_error&) {
         // With fewer threads it takes longer; without any the work is done here.
-        if (threads.empty())
+        if (threads.running.empty())
             takeAll();
     }
     std::unique_lock lock(mutex);

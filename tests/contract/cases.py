@@ -43,7 +43,7 @@ CASES = [
     *(("show", f"show --json --raw {{{report}.vantorel}}") for report in REPORTS),
     *(("show", f"show --json {{{file}}}") for file in ("noise", "text", "missing", "tower")),
     *(("diff", f"diff --json {{tower.vantorel}} {{{report}.vantorel}}") for report in REPORTS),
-    ("diff", "diff --json {worn.vantorel} {tower.vantorel}"),
+    *(("diff", f"diff --json {{{report}.vantorel}} {{tower.vantorel}}") for report in ("worn", "torn")),
     *(("diff", f"diff --json {{{file}}} {{tower.vantorel}}") for file in ("noise", "text", "missing")),
 
     *((document, f"fleet {option} {{{report}.vantorel}} {{tower.vantorel}}")
@@ -87,6 +87,7 @@ UNSEEN = {
     **{f"fleet.json#/properties/unusual/items {key}": "takes ten drives of a model: tests/fleet"
        for key in ("model", "kind", "bad", "judged", "othersBad", "othersJudged", "chance")},
     "smart.json#/$defs/drive remedy": "only this computer knows one",
+    "errors.json# remedy": "only this computer knows one",
     "watch-health.json# comparedTo": "tests/host/service.py shows it",
     "watch-health.json# remedy": "only this computer knows one",
     "history-show.json#/$defs/drive/properties/growths/items machine": "no sample tells its machine",

@@ -81,10 +81,10 @@ class Machines:
         """A machine whose disks come and go, with a comment wherever there may be one."""
         def change(machine):
             machine["events"] = [
-                {"at": 0.01, "change": "disk6s1", "properties": {"Size": 1000, "Note": None}},
-                {"at": 0.02, "remove": "disk6", "comment": "pulled out"},
-                {"at": 0.03, "volume": {"disk": "disk3s2", "kind": "hfs", "mountPoints": ["/Volumes/A", "/Volumes/B"]}},
-                {"at": 0.04, "arrive": [{"id": 999001, "name": "New", "class": "IOMedia", "inheritance": ["IOMedia"],
+                {"at": 1.0, "change": "disk6s1", "properties": {"Size": 1000, "Note": None}},
+                {"at": 1.2, "remove": "disk6", "comment": "pulled out"},
+                {"at": 1.4, "volume": {"disk": "disk3s2", "kind": "hfs", "mountPoints": ["/Volumes/A", "/Volumes/B"]}},
+                {"at": 1.6, "arrive": [{"id": 999001, "name": "New", "class": "IOMedia", "inheritance": ["IOMedia"],
                                          "properties": {"BSD Name": "disk9", "Size": 4096, "Whole": True},
                                          "comment": "put in"}]},
             ]

@@ -129,6 +129,36 @@ TEST_F(DriveOutcomes, TellWhatCameOfEveryDriveInOrder)
     EXPECT_EQ(statusOf(std::vector<DriveOutcome>()), 1) << "no drives";
 }
 
+TEST_F(DriveOutcomes, TellWhatIsMountedFromThoseThatAreNotGood)
+{
+    auto& machine = load(test::oneOfEverything());
+    machine.mounted.emplace();
+    for (const auto& [path, name] : std::initializer_list<std::pair<std::string, std::string>>{{"/vm", "disk1s2"},
+                                                                                               {"/archive", "disk3"},
+                                                                                               {"/mirror", "disk6"},
+                                                                                               {"/efi", "disk0s1"},
+                                                                                               {"/image", "disk7s1"}}) {
+        machine.mounted->push_back(path);
+        machine.fileSystems[path] = {.bsdName = name, .mountPoint = path};
+    }
+    auto outcomes =
+        unreadDrives({"disk0", "disk2", "disk4", "disk9"}); // none has SMART, which is a fault of what is named
+    outcomes.push_back(unreadDrives({}).back());
+    findVolumes(outcomes);
+    const auto places = [&](std::size_t i) {
+        std::string text;
+        for (const MountedVolume& volume : outcomes[i].volumes)
+            text += volume.bsdName + " " + volume.mountPoint + ";";
+        return text;
+    };
+    EXPECT_EQ(places(0), "disk0s1 /efi;disk1s2 /vm;") << "in a container on it";
+    EXPECT_EQ(places(1), "disk3 /archive;") << "a logical volume";
+    EXPECT_EQ(places(2), "disk6 /mirror;") << "the set that its partition is a member of";
+    EXPECT_EQ(places(3), "") << "no drive";
+    EXPECT_EQ(outcomes[4].name, "disk5");
+    EXPECT_EQ(places(4), "") << "nothing is wrong with it";
+}
+
 TEST(SideBySide, CallsEachOnceOnSixteenThreadsAtMostAndTellsHowFarItIs)
 {
     std::atomic<int> running = 0;

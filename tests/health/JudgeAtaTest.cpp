@@ -222,6 +222,28 @@ TEST(JudgeAta, ThresholdsOfAnotherDriveAreNotHeldAgainstIt)
     EXPECT_EQ(test::rules(verdict.notes), "doubt.thresholds");
 }
 
+TEST(JudgeAta, AReserveOfZeroIsSetAsideUnderTheNameThatManyMakersMisuse)
+{
+    struct Case {
+        Slot slot;
+        const char* model;
+        bool isSSD;
+        const char* setAside;
+    };
+    for (const Case& c : {
+             Case{{180, 0, 100, 100, 10}, "ACME", true, "aside.count-of-zero"},
+             Case{{180, 0, 100, 100, 0}, "ACME", true, "aside.count-of-zero"},
+             Case{{180, 1, 100, 100, 10}, "ACME", true, ""},
+             Case{{180, 0, 100, 100, 10}, "ACME", false, "aside.not-its-name"},
+             Case{{180, 1, 100, 100, 10}, "ACME", false, ""},
+             Case{{180, 0, 100, 100, 10}, "Micron_1100_MTFDDAV256TBN", true, ""}, // Unused_Reserve_NAND_Blk
+             Case{{181, 0, 100, 100, 10}, "ACME", true, ""},
+         }) {
+        const Verdict verdict = judge(AtaDrive({c.slot}, c.model, c.isSSD).reading());
+        EXPECT_EQ(test::rules(verdict.setAside), c.setAside) << c.model << ' ' << c.isSSD << ' ' << c.slot.raw;
+    }
+}
+
 TEST(JudgeAta, ImpossibleCountsAreSetAside)
 {
     const Verdict verdict = judge(AtaDrive({{197, 0xFFFF'FFFF'FFFF}, {5, 0}}).reading());

@@ -60,6 +60,17 @@ TEST(Typing, ExtremesOfATemperatureComeAsWordsOrBytesInEitherOrder)
              Case{{32, 0, 0, 0, 24, 0}, ""},  // one of the two alone
              Case{{32, 0, 33, 0, 38, 0}, ""}, // above the current one
              Case{{32, 0, 0, 0, 0, 0}, ""},
+             Case{{0, 0, 0, 0, 0, 0}, ""},
+             Case{{24, 0, 24, 0, 38, 0}, "24 38"},
+             Case{{38, 0, 24, 0, 38, 0}, "24 38"},
+             Case{{39, 0, 24, 0, 38, 0}, ""},
+             Case{{32, 0, 0xC4, 0xFF, 120, 0}, "-60 120"},
+             Case{{32, 0, 0xC3, 0xFF, 38, 0}, ""},
+             Case{{32, 0, 24, 0, 121, 0}, ""},
+             Case{{32, 0, 24, 38, 0, 1}, ""},             // words, of which one is too large
+             Case{{0xFB, 0, 0xF6, 0xFF, 0, 0}, "-10 -1"}, // bytes, and no word of -10
+             Case{{32, 0, 0, 38, 0, 0}, "0 38"},
+             Case{{32, 0, 38, 0, 0, 0}, "0 38"},
          }) {
         const TypedValue value = typedValue(test::attribute(194, c.raw), {.format = Format::tempminmax}, nullptr, {});
         EXPECT_EQ(value.minimum ? decimalText(*value.minimum) + ' ' + decimalText(*value.maximum) : "", c.extremes)
@@ -119,6 +130,7 @@ TEST(Typing, WhatNoDriveCanHaveIsNotPlausible)
              Case{{194, 110}, true},
              Case{{194, 111}, false},
              Case{{194, 255}, true},                                // -1
+             Case{{194, 0xEC}, true},                               // -20
              Case{{194, 0xEB}, false},                              // -21
              Case{{241, 8766ULL * 3600 * 300'000'000 / 512}, true}, // more than the interface carries in 8765 hours
              Case{{241, 8768ULL * 3600 * 300'000'000 / 512}, false},

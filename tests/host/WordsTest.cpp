@@ -14,6 +14,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <optional>
+#include <utility>
+
+#include <unistd.h>
 
 namespace vantorel::host {
 namespace {
@@ -62,6 +65,11 @@ TEST(Words, BreakAtBlanksAndKeepAUnitWithItsNumber)
     EXPECT_EQ(wrapped("one two", 6, 0), "one\ntwo\n");
     EXPECT_EQ(wrapped("up to 24 % of", 10, 2, "- "), "- up to\n  24 % of\n");
     EXPECT_EQ(wrapped("unbreakable", 5, 1), " unbr\n eaka\n ble\n");
+    EXPECT_EQ(wrapped("at 24 °C", 6, 0), "at\n24 °C\n");
+    EXPECT_EQ(wrapped("24 % %", 4, 0), "24 %\n%\n");
+    EXPECT_EQ(wrapped("größer öl", 6, 0), "größer\nöl\n");
+    EXPECT_EQ(wrapped("", 9, 2), "  \n");
+    EXPECT_EQ(wrapped("ab", 3, 3), "   a\n   b\n") << "no room at all";
     EXPECT_EQ(shortened("größer", 6), "größer");
     EXPECT_EQ(shortened("größer", 5), "größ…");
 }
@@ -128,6 +136,51 @@ TEST(Words, TellTheStatusOfACommandWithoutItsFlags)
     };
     for (const auto& [field, text] : cases)
         EXPECT_EQ(nvmeStatusText(field), text) << field;
+}
+
+TEST(Words, HaveABlankForWhatATerminalObeys)
+{
+    const char* const obeyed[] = {"\x01",   "\x1B",   "\x1F",   "\x7F",   "\u0080", "\u009F", "\u061C", "\u200E",
+                                  "\u200F", "\u2028", "\u2029", "\u202A", "\u202E", "\u2066", "\u2067", "\u2069"};
+    for (const char* const control : obeyed)
+        EXPECT_EQ(printable("a" + std::string(control) + "z"), "a z");
+    const char* const shown[] = {" ",      "~",      "\u00A0", "\u00BF", "\u061B", "\u061D", "\u0680", "\u200D",
+                                 "\u2010", "\u2027", "\u202F", "\u2065", "\u206A", "\u2128", "\u3028"};
+    for (const char* const character : shown)
+        EXPECT_EQ(printable("a" + std::string(character) + "z"), "a" + std::string(character) + "z");
+    EXPECT_EQ(printable("\x1B[2J\n\xFF"), " [2J \uFFFD");
+}
+
+TEST(Words, StandInColumnsThatAreAsWideAsTheirWidestWord)
+{
+    Table table({{"Disk"}, {"Größe", Table::Align::right}, {"Name"}});
+    table.add({"disk0", "7 GB", "ä"});
+    table.addBelow("  below\n");
+    table.add({"d", "11.5 GB", ""});
+    table.addBelow("one\n");
+    table.addBelow("two\n");
+    EXPECT_EQ(table.text(3), "   Disk     Größe  Name\n   disk0     7 GB  ä\n  below\n   d      11.5 GB\none\ntwo\n");
+
+    const std::string wide(81, 'w');
+    Table bounded({{"A"}, {"B"}});
+    bounded.add({wide, "1"});
+    bounded.add({"v", "2"});
+    EXPECT_EQ(bounded.text(), "A" + std::string(81, ' ') + "B\n" + wide + "  1\nv" + std::string(81, ' ') + "2\n");
+}
+
+TEST(Words, FitAScreenOfAnySize)
+{
+    if (isatty(STDOUT_FILENO) == 1)
+        GTEST_SKIP() << "the terminal has a width of its own";
+    const std::pair<const char*, std::size_t> cases[] = {{"100", 100}, {"20", 20},   {"19", 20}, {"120", 120},
+                                                         {"121", 120}, {"wide", 80}, {"0", 80},  {"", 80}};
+    for (const auto& [columns, width] : cases) {
+        setenv("COLUMNS", columns, 1);
+        EXPECT_EQ(screenWidth(), width) << columns;
+    }
+    unsetenv("COLUMNS");
+    EXPECT_EQ(screenWidth(), 80U);
+    EXPECT_EQ(emphasised("plain", Emphasis::strong), "plain") << "no terminal";
 }
 
 } // namespace

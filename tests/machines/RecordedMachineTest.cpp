@@ -3,6 +3,7 @@
 #include "support/TestEntries.h"
 #include "vantorel/machines/recorded/Loading.h"
 #include "vantorel/system/DiskArbitration.h"
+#include "vantorel/system/IORegistry.h"
 #include "vantorel/system/Installation.h"
 #include "vantorel/system/RunLoop.h"
 
@@ -147,7 +148,10 @@ TEST(RecordedMachine, AnswersAtaCommandsAsTheDriveDid)
              {0xB0, 0xD0, smartKey, kIOReturnSuccess, 100, smartKey},
              {0xB0, 0xD1, smartKey, kIOReturnUnsupported, 0, smartKey},
              {0xB0, 0xD2, smartKey, kIOReturnTimeout, 0, smartKey},
+             {0xB0, 0xD4, smartKey | 2, kIOReturnSuccess, 0, smartKey | 2},
              {0xB0, 0xD8, smartKey, kIOReturnSuccess, 0, smartKey},
+             {0xB0, 0xD9, smartKey, kIOReturnSuccess, 0, smartKey},
+             {0xB0, 0xD3, smartKey, kIOReturnUnsupported, 0, smartKey},
              {0xB0, 0xD5, smartKey | 6, kIOReturnSuccess, 512, smartKey | 6},
              {0xB0, 0xD5, smartKey | 7, kIOReturnNotReadable, 0, smartKey | 7},
              {0xB0, 0xD5, smartKey | 8, kIOReturnUnsupported, 0, smartKey | 8},
@@ -184,16 +188,123 @@ TEST(RecordedMachine, AnswersNvmeCommandsAsTheControllerDid)
     const OpenedChannel<NvmeChannel> opened = machine.openNvme(1);
     ASSERT_TRUE(opened.channel);
     Data buffer(4096);
-    const auto run = [&](std::uint8_t opcode, std::uint32_t cdw10, std::uint32_t offset = 0) {
-        return opened.channel->execute({.opcode = opcode, .cdw10to15 = {cdw10, 0, offset, 0, 0, 0}, .read = buffer});
+    const auto run = [&](std::uint8_t opcode, std::uint32_t cdw10, std::uint32_t offset = 0, std::uint32_t cdw11 = 0,
+                         std::uint32_t upperOffset = 0) {
+        return opened.channel->execute(
+            {.opcode = opcode, .cdw10to15 = {cdw10, cdw11, offset, upperOffset, 0, 0}, .read = buffer});
     };
     EXPECT_EQ(run(6, 1).received, 4096U);
     EXPECT_EQ(run(6, 0).status, kIOReturnUnsupported);
     EXPECT_EQ(run(2, 127U << 16 | 2).received, 512U);
     EXPECT_EQ(run(2, 15U << 16 | 2, 4).received, 64U);
     EXPECT_EQ(buffer[0], 5) << "from the offset on";
-    EXPECT_EQ(run(2, 15U << 16 | 2, 513).status, kIOReturnUnsupported);
+    EXPECT_EQ(run(2, 2).received, 4U) << "one less is told than is wanted";
+    EXPECT_EQ(run(2, 2, 0, 1).received, 512U) << "the upper half of the count";
+    EXPECT_EQ(run(2, 2, 510).received, 2U);
+    EXPECT_EQ(run(2, 2, 512).status, kIOReturnSuccess);
+    EXPECT_EQ(run(2, 2, 513).status, kIOReturnUnsupported);
+    EXPECT_EQ(run(2, 2, 0, 0, 1).completionStatus, 0x002);
+    EXPECT_EQ(run(6, 2).completionStatus, 0x002);
     EXPECT_EQ(run(2, 15U << 16 | 1).status, kIOReturnIOError);
     EXPECT_EQ(run(2, 15U << 16 | 3).completionStatus, 0x109);
     EXPECT_EQ(run(9, 0).status, kIOReturnUnsupported);
+}
+
+TEST(RecordedMachine, SaysWhyADriveWasNotOpened)
+{
+    struct Row {
+        std::optional<IOReturn> failure;
+        const char* reason; // null where there is none to tell
+    };
+    for (const Row& row : {Row{kIOReturnNotReady, "The drive was asleep and was left so when it was recorded."},
+                           Row{kIOReturnNotPermitted, "Opening it was not permitted when it was recorded."},
+                           Row{kIOReturnNotPrivileged, "Opening it was not permitted when it was recorded."},
+                           Row{kIOReturnIOError, nullptr}, Row{std::nullopt, nullptr}}) {
+        RecordedDrive drive;
+        if (row.failure)
+            drive.failures.emplace("open", *row.failure);
+        RecordedMachine machine(withDrive(std::move(drive)), Playback::byHand);
+        EXPECT_EQ(machine.openAta(1).status, row.failure.value_or(kIOReturnSuccess));
+        const auto obstacle = machine.whyNotOpened(1);
+        ASSERT_EQ(obstacle.has_value(), row.reason != nullptr);
+        if (obstacle) {
+            EXPECT_EQ(obstacle->reason, row.reason);
+            EXPECT_EQ(obstacle->status, row.failure);
+        }
+        EXPECT_FALSE(machine.whyNotOpened(2));
+    }
+}
+
+TEST(RecordedMachine, MovesAVolumeAndKeepsTheOthers)
+{
+    Recording recording;
+    recording.volumes = {{"disk1", {.mountPoints = {"/"}}, 100, 10, false},
+                         {"disk2", {.mountPoints = {"/a", "/b"}}, 200, 20, true},
+                         {"disk3", {.mountPoints = {"/c"}}, 300, 30, true}};
+    recording.script = {{0.25, RecordedVolume{"disk2", {.mountPoints = {"/b", "/d"}}, 201, 21, true}},
+                        {0.5, RecordedVolume{"disk4", {.mountPoints = {"/b"}}, 400, 40, true}},
+                        {0.75, RecordedVolume{"disk2", {}, 0, 0, true}}};
+    auto owned = std::make_unique<RecordedMachine>(std::move(recording), Playback::byHand);
+    RecordedMachine& machine = *owned;
+    install(std::move(owned));
+    struct Row {
+        double until;
+        std::vector<std::string> disks; // of /a, /b, /c and /d
+        std::vector<std::string> mountPoints;
+    };
+    for (const Row& row : std::vector<Row>{
+             {0.24, {"disk2", "disk2", "disk3", "disk1"}, {"/", "/a", "/b", "/c"}},
+             {0.25, {"disk1", "disk2", "disk3", "disk2"}, {"/", "/b", "/d", "/c"}},
+             {0.5, {"disk1", "disk2", "disk3", "disk2"}, {"/", "/b", "/d", "/c", "/b"}}, // the first mounted there
+             {1, {"disk1", "disk4", "disk3", "disk1"}, {"/", "/c", "/b"}},
+         }) {
+        machine.playUntil(row.until);
+        std::vector<std::string> disks;
+        for (const char* const path : {"/a", "/b", "/c", "/d"})
+            disks.push_back(machine.fileSystem(path)->bsdName);
+        EXPECT_EQ(disks, row.disks) << row.until;
+        EXPECT_EQ(machine.mountPoints(), row.mountPoints) << row.until;
+    }
+    EXPECT_EQ(machine.fileSystem("/b/x")->size, 400U);
+}
+
+TEST(RecordedMachine, HasADriveWhileAllThatItStandsOnIsThere)
+{
+    Recording recording;
+    recording.entries = {{1, "bridge", "", "IOService", {}, {}, {}},
+                         {2, "port", "", "IOService", {}, {1}, {}},
+                         {3, "drive", "", "IOBlockStorageDevice", {}, {2}, {{"Model", "A"}, {"Bay", 7}}},
+                         {4, "other", "", "IOBlockStorageDevice", {}, {1}, {}}};
+    recording.drives[3].identify = numbered(512);
+    recording.drives[4].identify = numbered(512);
+    const std::vector<RegistryEntry> again(recording.entries.begin() + 1, recording.entries.begin() + 3);
+    recording.script = {{1, RecordedStep::Change{3, {{"Bay", nullptr}, {"Model", "B"}, {"Slot", 5}}}},
+                        {2, RecordedStep::Removal{2}},
+                        {3, RecordedStep::Arrival{again}},
+                        {4, RecordedStep::Change{3, {{"Slot", 6}}}},
+                        {5, RecordedStep::Removal{1}}};
+    auto owned = std::make_unique<RecordedMachine>(std::move(recording), Playback::byHand);
+    RecordedMachine& machine = *owned;
+    install(std::move(owned));
+    const auto properties = [] {
+        const IOHandle entry(IOServiceGetMatchingService(kIOMasterPortDefault, IORegistryEntryIDMatching(3)));
+        PropertyTableRef all;
+        IORegistryEntryCreateCFProperties(entry.get(), all, nullptr, 0);
+        return all ? *all : PropertyTable();
+    };
+    machine.playUntil(1);
+    EXPECT_EQ(properties(), (PropertyTable{{"Model", "B"}, {"Slot", 5}}));
+    const OpenedChannel<AtaChannel> opened = machine.openAta(3);
+    const auto status = [&] { return opened.channel->execute({.command = 0xEC}).status; };
+    EXPECT_EQ(status(), kIOReturnSuccess);
+    machine.playUntil(2);
+    EXPECT_EQ(status(), kIOReturnNoDevice);
+    EXPECT_EQ(machine.openAta(4).status, kIOReturnSuccess);
+    machine.playUntil(3);
+    EXPECT_EQ(status(), kIOReturnSuccess) << "it is back";
+    machine.playUntil(4);
+    EXPECT_EQ(properties(), (PropertyTable{{"Model", "A"}, {"Bay", 7}, {"Slot", 6}})) << "as it came back";
+    machine.playUntil(5);
+    EXPECT_EQ(status(), kIOReturnNoDevice);
+    EXPECT_EQ(machine.openAta(4).status, kIOReturnNoDevice);
 }

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "vantorel/report/ReportReader.h"
+#include "report/Gzip.h"
 
 #include "vantorel/system/KeyedArchiver.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <vector>
 
 namespace vantorel {
 namespace {
@@ -172,6 +175,50 @@ TEST(ReportReader, SaysWhichValueIsWrong)
     };
     for (const auto& [root, fault] : cases)
         EXPECT_THAT(failureWith(root), testing::HasSubstr(fault));
+}
+
+TEST(ReportReader, TakesANoteThatTellsLittle)
+{
+    PropertyTable root = report();
+    root["errors"] = PropertyArray{PropertyTable{{"drive", 0}}, PropertyTable{{"opened", true}}};
+    root["readings"] = PropertyArray{PropertyTable{{"failing", true}}, PropertyTable{{"drive", 0}, {"failing", false}}};
+    const ReportReader reader = open(root);
+    EXPECT_EQ(reader.drives()[0].failure, (ReportedFailure{false, false, ""}));
+    EXPECT_EQ(reader.drives()[0].failing, false);
+    EXPECT_FALSE(reader.drives()[1].failure || reader.drives()[1].failing) << "a note of no drive is of none";
+    EXPECT_EQ(reader.listingFailure(), "");
+}
+
+TEST(Gzip, ExpandsWhatItMadeWithinItsLimit)
+{
+    using report::gunzip;
+    using report::GzipError;
+    for (const std::size_t size : std::vector<std::size_t>{0, 1, 65'535, 65'536, 65'537, 300'000}) {
+        Data bytes(size);
+        std::uint32_t next = 1;
+        for (std::uint8_t& byte : bytes)
+            byte = static_cast<std::uint8_t>((next = next * 1'664'525 + 1'013'904'223) >> 24U);
+        const Data made = report::gzip(bytes);
+        EXPECT_EQ(gunzip(made, size), bytes);
+        if (size > 0) {
+            EXPECT_THROW((void)gunzip(made, size - 1), GzipError) << size;
+        }
+    }
+    struct Row {
+        Data behind;
+        bool isTaken;
+    };
+    const Data member = report::gzip(Data{7});
+    for (const Row& row : {Row{{0}, true}, Row{{0, 0, 0}, true}, Row{{0, 1}, false}, Row{{0x1F}, false},
+                           Row{{0x1F, 0x8C}, false}, Row{{0x1F, 0x8B}, false}}) {
+        Data bytes = member;
+        bytes.insert(bytes.end(), row.behind.begin(), row.behind.end());
+        if (row.isTaken) {
+            EXPECT_EQ(gunzip(bytes, 10), Data{7});
+        } else {
+            EXPECT_THROW((void)gunzip(bytes, 10), GzipError) << row.behind.size();
+        }
+    }
 }
 
 TEST(ReportReader, BoundsWhatTheRegistryExpandsTo)

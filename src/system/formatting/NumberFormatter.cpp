@@ -24,17 +24,29 @@ constexpr std::string_view english = "en_US";
 
 std::atomic<bool> isAlwaysEnglish = false;
 
-/// The locale of the process in ICU's spelling; English for what is none.
-std::string localeName()
+/// The locale that the environment names for a category (`LC_...`), in ICU's spelling; absent for what is none.
+std::optional<std::string> localeFor(const char* category)
 {
-    for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"}) {
+    constexpr std::size_t longest = 64; // with encoding and variant
+    for (const char* variable : {"LC_ALL", category, "LANG"}) {
         const char* const value = std::getenv(variable);
         if (!value || !*value)
             continue;
-        const std::string_view name = std::string_view(value).substr(0, std::string_view(value).find_first_of(".@"));
-        return std::string(name == "C" || name == "POSIX" || !isLocaleName(name) ? english : name);
+        const std::string_view whole = value;
+        const std::string_view name = whole.substr(0, whole.find_first_of(".@"));
+        if (name == "C" || name == "POSIX")
+            break;
+        return whole.size() <= longest && isLocaleName(name) ? std::optional(std::string(name)) : std::nullopt;
     }
     return std::string(english);
+}
+
+/// The locale of the process; English for what is none. ICU makes the locale of the messages, too, whichever it is
+/// asked for.
+std::string localeName()
+{
+    const auto numbers = localeFor("LC_NUMERIC");
+    return numbers && localeFor("LC_MESSAGES") ? *numbers : std::string(english);
 }
 
 /// Puts the English grouping into plain digits.

@@ -41,12 +41,12 @@ vantorel_machine* opened(const std::string& path = tower, unsigned flags = 0)
     return machine;
 }
 
-/// A machine of one volume that gets another name every so many seconds.
-std::string changingMachine(const vantorel::test::TemporaryFolder& folder, int changes, double interval)
+/// A machine of one volume that gets another name after `first` seconds and then every `interval`.
+std::string changingMachine(const vantorel::test::TemporaryFolder& folder, int changes, double first, double interval)
 {
     std::string events;
     for (int i = 1; i <= changes; ++i)
-        events += (i > 1 ? "," : "") + std::string(R"({"at": )") + std::to_string(i * interval) +
+        events += (i > 1 ? "," : "") + std::string(R"({"at": )") + std::to_string(first + (i - 1) * interval) +
                   R"(, "volume": {"disk": "disk0s1", "kind": "hfs", "name": "name )" + std::to_string(i) + "\"}}";
     folder.write("ioreg.txt", R"(+-o Root  <class IORegistryEntry, id 0x1, retain 1>
   +-o AHCI  <class IOAHCIBlockStorageDevice, id 0x2, registered, matched, active, busy 0 (0 ms), retain 1>
@@ -243,7 +243,7 @@ TEST(CInterface, LetsACallbackCallBackIn)
 TEST(CInterface, TellsWhatHappensLaterToCallbackAndQueue)
 {
     const vantorel::test::TemporaryFolder folder;
-    const std::string path = changingMachine(folder, 2, 0.05);
+    const std::string path = changingMachine(folder, 2, 0.5, 0.05);
     vantorel_machine* const machine = opened(path, VANTOREL_PLAY);
     std::atomic<int> updates = 0;
     const auto callback = [](const char* json, void* context) {
@@ -266,7 +266,7 @@ TEST(CInterface, TellsWhatHappensLaterToCallbackAndQueue)
 TEST(CInterface, DropsEventsThatNobodyFetchesAndTellsSoOnce)
 {
     const vantorel::test::TemporaryFolder folder;
-    const std::string path = changingMachine(folder, 4200, 0.00001);
+    const std::string path = changingMachine(folder, 4200, 1, 0.00001);
     vantorel_machine* const machine = opened(path, VANTOREL_PLAY);
     int descriptor = -1;
     ASSERT_EQ(vantorel_event_descriptor(machine, &descriptor), VANTOREL_OK);

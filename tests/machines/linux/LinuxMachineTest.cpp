@@ -334,6 +334,49 @@ TEST_F(LinuxMachineTest, SuperblocksAreReadOnlyWhereUdevKnowsNothing)
     EXPECT_EQ(machines::valueOf(second.devices.at(1).properties, "ID_FS_LABEL_ENC"), "BOOT");
 }
 
+TEST_F(LinuxMachineTest, WhatIsOnItsWayHiddenOrWithoutAMediumIsLeftOut)
+{
+    struct Row {
+        std::string name;
+        test::FakeSysfs::Files files;
+        bool isSeen;
+    };
+    const Row rows[] = {
+        {"sda", {{"ro", "1\n"}}, true},
+        {"sda/sda1", {{"uevent", "MAJOR=8\nMINOR=1\nDEVTYPE=partition\n"}}, false}, // without its number
+        {"sda/sda2", {{"uevent", "MAJOR=8\nMINOR=2\nDEVTYPE=partition\n"}, {"partition", "2\n"}}, true},
+        {"sdb", {{"uevent", "MINOR=16\nDEVNAME=sdb\n"}}, false},
+        {"sdc", {{"uevent", "MAJOR=8\nDEVNAME=sdc\n"}}, false},
+        {"sdd", {{"hidden", "1\n"}}, false},
+        {"sde", {{"size", "0\n"}}, false},
+        {"sdf", {{"size", "1\n"}}, true},
+        {"fd0", {}, false},
+        {"fda", {}, true},
+        {"mmcblk0", {}, true},
+        {"mmcblk0boot0", {}, false},
+        {"mmcblk0rpmb", {}, false},
+        {"sr0", {{"device/type", "5\n"}, {"uevent", "MAJOR=11\nMINOR=0\nID_CDROM=1\n"}}, false},
+        {"sr1", {{"device/type", "5\n"}, {"uevent", "MAJOR=11\nMINOR=1\nID_CDROM=1\nID_CDROM_MEDIA=1\n"}}, true},
+        {"sr2", {{"device/type", "5\n"}, {"size", "2097151\n"}}, false}, // what the kernel says of none
+        {"sr3", {{"device/type", "5\n"}, {"size", "2097152\n"}}, true},
+    };
+    std::vector<std::string> expected;
+    for (const Row& row : rows) {
+        sysfs.block("pci0000:00/0000:00:1f.2/ata1/host0/target0:0:0/0:0:0:0/block/" + row.name, 8, 240, 7, 4096, "",
+                    row.files);
+        if (row.isSeen)
+            expected.push_back(row.name.substr(row.name.rfind('/') + 1));
+    }
+    const auto scan = machines::scanSystem({.sysfs = sysfs.sysfs(), .etc = sysfs.path("etc")});
+    std::vector<std::string> seen;
+    for (const machines::BlockDevice& device : scan.devices) {
+        seen.push_back(device.name);
+        EXPECT_EQ(device.isReadOnly, device.name == "sda");
+        EXPECT_EQ(device.partition.has_value(), device.name == "sda2");
+    }
+    EXPECT_THAT(seen, testing::UnorderedElementsAreArray(expected));
+}
+
 TEST_F(LinuxMachineTest, TheComputerIsKnownByItsBoardOrByItsSystem)
 {
     sysfs.write("etc/machine-id", "3d1219c7c4c5404aaa1f6d2a48adfda4\n");

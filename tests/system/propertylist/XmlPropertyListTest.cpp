@@ -116,11 +116,46 @@ TEST(XmlPropertyList, TellsLineAndFault)
              {"<!DOCTYPE plist [<!ENTITY lol \"lol\">]><true/>",
               "line 1: a document type with declarations of its own"},
              {"<!-- <true/>", "line 1: the comment does not end"},
+             {"<?xml <true/>", "line 1: the declaration does not end"},
+             {"<!DOCTYPE plist", "line 1: the document type does not end"},
+             {"<string><![CDATA[a]>", "line 1: the character data does not end"},
+             {"<plist>\n</plist>", "line 2: </plist> where a value is expected"},
+             {"</plist>", "line 1: <plist> without a value"},
+             {"<plist><true/>\n<true/></plist>", "line 2: </plist> expected"},
+             {"<array>\n</dict>", "line 2: </dict> where a value is expected"},
+             {"<dict></array>", "line 1: <key> expected in <dict>"},
+             {"<dict><key>a</key>", "line 1: the property list ends too early"},
+             {deep.substr(0, deep.size() - 7), "line 4: the property list ends too early"},
              {"<array", "line 1: a tag does not end"},
              {"hello", "line 1: a tag is expected here"},
              {deep, "line 4: nested too deeply"},
          })
         EXPECT_EQ(faultOf(row.text), row.fault) << row.text.substr(0, 60);
+}
+
+TEST(XmlPropertyList, TakesACharacterByItsNumber)
+{
+    const std::pair<const char*, const char*> characters[] = {
+        {"&#1;", "\x01"},
+        {"&#65;", "A"},
+        {"&#000000065;", "A"},
+        {"&#x7f;&#x80;", "\x7F\xC2\x80"},
+        {"&#xD7FF;", "\uD7FF"},
+        {"&#xE000;", "\uE000"},
+        {"&#xFFFF;", "\uFFFF"},
+        {"&#x10000;", "\U00010000"},
+        {"&#x10FFFF;", "\U0010FFFF"},
+        {"&#1114111;", "\U0010FFFF"},
+    };
+    for (const auto& [written, character] : characters)
+        EXPECT_EQ(read("<string>[" + std::string(written) + "]</string>"),
+                  PropertyValue("[" + std::string(character) + "]"))
+            << written;
+    for (const char* const name :
+         {"#0", "#x0", "#xD800", "#xDFFF", "#x110000", "#xFFFFFFFF", "#", "#x", "#6a", "#xG1", "#-65", "65", "LT", ""})
+        EXPECT_EQ(faultOf("<string>\n&" + std::string(name) + ";</string>"),
+                  "line 2: &" + std::string(name) + "; is no character");
+    EXPECT_EQ(faultOf("<string>&#0000000065;</string>"), "line 1: an & without its ;") << "none is so long";
 }
 
 TEST(XmlPropertyList, KeepsToItsLimits)

@@ -261,7 +261,11 @@ TEST(AtaChannels, SendOnlyWhatTheDriveDeclares)
     ASSERT_TRUE(opened.channel);
     std::array<std::uint8_t, 1024> room{};
     const auto one = std::span(room).first(512);
-    const auto statusOf = [&](const AtaCommand& command) { return opened.channel->execute(command).status; };
+    const auto statusOf = [&](const AtaCommand& command) {
+        const AtaResult result = opened.channel->execute(command);
+        EXPECT_TRUE(result.status == kIOReturnSuccess || result.received == 0) << int{command.feature};
+        return result.status;
+    };
 
     AtaCommand writing = smart(0xD6, {}, 0x80);
     writing.count = 1;
