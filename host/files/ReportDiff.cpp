@@ -53,8 +53,12 @@ std::string textOf(const health::TypedValue& value)
     case Unit::flags:
         return fmt::format("0x{:02x}", static_cast<std::uint64_t>(value.number));
     default:
-        return fmt::format("{} {}", decimalText(value), vantorel::rawValue(value.unit));
+        break;
     }
+    std::string_view unit = vantorel::rawValue(value.unit);
+    if (value.number == 1 && unit.ends_with('s'))
+        unit.remove_suffix(1);
+    return fmt::format("{} {}", decimalText(value), unit);
 }
 
 /// The values of a reading by the key that they are known by in both reports. Each counts once: a sector may hold a

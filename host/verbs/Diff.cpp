@@ -115,6 +115,7 @@ int diff(const DiffArguments& arguments)
         status |= drive.status;
     if (arguments.json) {
         std::vector<std::string> elements;
+        elements.reserve(drives.size());
         for (const DriveChange& drive : drives)
             elements.push_back(driveJson(drive));
         JsonObject document(Json{

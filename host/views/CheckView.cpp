@@ -89,7 +89,11 @@ std::size_t roomForModel(const std::vector<CheckedDrive>& drives)
     constexpr std::size_t least = 12;
     constexpr std::size_t blanksBetween = 10;
     constexpr std::size_t widestName = 16;
-    std::size_t name = 4, size = 4, age = 3, temperature = 4, level = 5; // of the titles
+    std::size_t name = 4; // of the titles, as the others
+    std::size_t size = 4;
+    std::size_t age = 3;
+    std::size_t temperature = 4;
+    std::size_t level = 5;
     for (const CheckedDrive& drive : drives) {
         const Cells cells = cellsOf(drive);
         name = std::max(name, std::min(widthOf(cells.name), widestName));
@@ -146,6 +150,7 @@ std::string sum(const std::vector<CheckedDrive>& drives)
         ++counts.back().second;
     }
     std::vector<std::string> parts;
+    parts.reserve(counts.size());
     for (const auto& [level, count] : counts)
         parts.push_back(fmt::format("{} {}", count, level));
     return wrapped(fmt::format("{} drive{}: {}", drives.size(), drives.size() == 1 ? "" : "s", fmt::join(parts, ", ")),

@@ -61,6 +61,7 @@ CheckedDrive checkedDrive(const DriveOutcome& outcome)
 std::string checkText(const std::vector<DriveOutcome>& outcomes)
 {
     std::vector<CheckedDrive> drives;
+    drives.reserve(outcomes.size());
     for (const DriveOutcome& outcome : outcomes)
         drives.push_back(checkedDrive(outcome));
     return checkText(std::move(drives));

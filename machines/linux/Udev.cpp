@@ -4,6 +4,7 @@
 #include "SharedLibrary.h"
 #include "vantorel/base/Text.h"
 
+#include <cassert>
 #include <cerrno>
 #include <libudev.h>
 #include <string_view>
@@ -73,12 +74,16 @@ constexpr int receiveBufferBytes = 8 * 1024 * 1024;
 
 void Udev::Release::operator()(udev* context) const
 {
-    Libudev::shared().dropContext(context);
+    const Libudev& libudev = Libudev::shared();
+    assert(libudev.isUsable); // as it made this
+    libudev.dropContext(context);
 }
 
 void Udev::Release::operator()(udev_monitor* monitor) const
 {
-    Libudev::shared().dropMonitor(monitor);
+    const Libudev& libudev = Libudev::shared();
+    assert(libudev.isUsable); // as it made this
+    libudev.dropMonitor(monitor);
 }
 
 Udev::Source Udev::speaker()

@@ -134,7 +134,11 @@ std::optional<std::int64_t> momentOf(const std::string& utcTime)
             thousandths = 10 * thousandths + (c - '0');
         }
     }
-    return std::int64_t{timegm(&time)} * 1000 + thousandths;
+    const int day = time.tm_mday;
+    const std::int64_t seconds = timegm(&time); // puts 30 February into March
+    if (time.tm_mday != day)
+        return std::nullopt;
+    return seconds * 1000 + thousandths;
 }
 
 } // namespace vantorel

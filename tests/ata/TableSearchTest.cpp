@@ -92,6 +92,7 @@ TEST(TableSearch, RequiredLiteralsAreOutsideGroupsAndQuantifiers)
     EXPECT_THAT(requiredLiterals("(a|b)c[]x)]de?f{2}gh*ij"), ElementsAre("ij"));
     EXPECT_THAT(requiredLiterals("WDC WD(2|5)000AAKS-.*"), ElementsAre("000AAKS-")) << "rarer than the maker's name";
     EXPECT_THAT(requiredLiterals("abcd.efgh.ijk|abc.def"), ElementsAre("efgh", "abc"));
+    EXPECT_THAT(requiredLiterals("[]]abcd|[^]]efgh|([)])ijkl"), ElementsAre("abcd", "efgh", "ijkl"));
     EXPECT_THAT(requiredLiterals("[^]a]b\\(c\\dx"), ElementsAre("(c"));
     EXPECT_THAT(requiredLiterals("(abc)?"), ElementsAre(""));
     EXPECT_THAT(requiredLiterals("ab\u00E9?"), ElementsAre("ab")) << "the character may be missing whole";

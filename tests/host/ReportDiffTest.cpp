@@ -71,7 +71,7 @@ TEST(ReportDiff, TellsWhatEachValueDid)
          0},
         {{{5, 3}}, {{5, 4}}, {"crossed 5 Reallocated_Sector_Ct: 3 sectors (good) > 4 sectors (watch), 96"}, 96},
         {{{5, 4}}, {{5, 3}}, {"recovered 5 Reallocated_Sector_Ct: 4 sectors (watch) > 3 sectors (good), 0"}, 0},
-        {{{5, 1}}, {{5, 2}}, {"crossed 5 Reallocated_Sector_Ct: 1 sectors (good) > 2 sectors (watch), 96"}, 96},
+        {{{5, 1}}, {{5, 2}}, {"crossed 5 Reallocated_Sector_Ct: 1 sector (good) > 2 sectors (watch), 96"}, 96},
         {{{5, 20}}, {{5, 21}}, {"grew 5 Reallocated_Sector_Ct: 20 sectors > 21 sectors, 64"}, 64},
         {{{7, 1}}, {}, {"vanished 7 Seek_Error_Rate: 1 rate > , 0"}, 0},
         {{}, {{5, 4}}, {"appeared 5 Reallocated_Sector_Ct:  > 4 sectors, 32"}, 32},
