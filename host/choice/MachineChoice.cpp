@@ -23,6 +23,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/auxv.h>
+
 namespace vantorel::host {
 
 namespace {
@@ -34,8 +36,11 @@ constexpr const char* wakeOption = "--wake";
 /// Where the samples lie, told from where this program lies.
 fs::path samplesFolder()
 {
-    std::error_code ignored;
-    return (fs::read_symlink("/proc/self/exe", ignored).parent_path() / VANTOREL_SAMPLE_MACHINES).lexically_normal();
+    std::error_code fault;
+    fs::path program = fs::read_symlink("/proc/self/exe", fault);
+    if (fault) // without /proc, as in a bare chroot: the path that it was started by
+        program = fs::canonical(reinterpret_cast<const char*>(getauxval(AT_EXECFN)), fault);
+    return (program.parent_path() / VANTOREL_SAMPLE_MACHINES).lexically_normal();
 }
 
 void tellFaults(const std::vector<recorded::Fault>& faults, const std::string& path)
