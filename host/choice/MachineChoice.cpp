@@ -39,7 +39,7 @@ fs::path samplesFolder()
     std::error_code fault;
     fs::path program = fs::read_symlink("/proc/self/exe", fault);
     if (fault) // without /proc, as in a bare chroot: the path that it was started by
-        program = fs::canonical(reinterpret_cast<const char*>(getauxval(AT_EXECFN)), fault);
+        program = fs::canonical(reinterpret_cast<const char*>(getauxval(AT_EXECFN)), fault); // NOLINT(*-no-int-to-ptr)
     return (program.parent_path() / VANTOREL_SAMPLE_MACHINES).lexically_normal();
 }
 
