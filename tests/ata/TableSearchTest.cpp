@@ -123,6 +123,8 @@ TEST(LiteralAlternatives, ListsWhatAnExpressionStandsFor)
     EXPECT_THAT(*literalAlternatives("M4-(0[12]|X)?", 10, anywhere),
                 UnorderedElementsAre("M4-01", "M4-02", "M4-X", "M4-"));
     EXPECT_THAT(*literalAlternatives("AB.*|C\\.[x-z]{2}D", 20, anywhere), testing::SizeIs(10));
+    EXPECT_THAT(*literalAlternatives("C|AB.*", 10, anywhere), ElementsAre("C", "AB")) << "at the end, too";
+    EXPECT_FALSE(literalAlternatives("AB.*C", 10, anywhere));
     EXPECT_THAT(*literalAlternatives("", 10, anywhere), ElementsAre(""));
     EXPECT_THAT(*literalAlternatives("a{3}b{0}[cde]", 3, whole), ElementsAre("aaac", "aaad", "aaae"));
     EXPECT_FALSE(literalAlternatives("a{4}", 3, whole));
