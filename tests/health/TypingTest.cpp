@@ -34,6 +34,7 @@ TEST(Typing, EveryFormatGivesTheNumberThatCounts)
              Case{Format::halfmin2hour, {1, 2, 0, 0, 0, 0}, "15390", Unit::seconds, {}},
              Case{Format::msec24hour32, {2, 1, 0, 0, 5, 6}, "929260293", Unit::milliseconds, {}},
              Case{Format::tempminmax, {36, 0, 0, 0, 0, 0}, "36", Unit::celsius, {}},
+             Case{Format::tempminmax, {36, 0, 24, 0, 38, 0}, "36", Unit::celsius, {}},
              Case{Format::tempminmax, {0xF6, 0xFF, 0, 0, 0, 0}, "-10", Unit::celsius, {}},
              Case{Format::temp10x, {49, 1, 0, 0, 0, 0}, "30.5", Unit::celsius, {}},
          }) {

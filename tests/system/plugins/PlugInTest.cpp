@@ -292,6 +292,7 @@ TEST_F(PlugIns, GiveTheStatusOfEveryCommand)
     EXPECT_EQ((*i)->SMARTValidateReadData(i, &sector), kIOReturnSuccess);
 
     EXPECT_EQ((*plugIn)->Stop(plugIn), kIOReturnSuccess);
+    EXPECT_EQ(machine.openChannels, 0) << "at once, not with the end of the plug-in";
     EXPECT_EQ((*i)->SMARTReadData(i, &sector), kIOReturnNotOpen);
     close();
 }
