@@ -129,6 +129,7 @@ TEST(Page, HoldsTheBytesThatItWasMadeOf)
 {
     for (const std::string& machine : {tower, laptop}) {
         const std::string page = pageOf(machine);
+        EXPECT_THAT(page, HasSubstr("\n*\n")) << "zeros take little room";
         std::vector<std::string> dumps;
         for (std::size_t at = page.find("<pre "); at != std::string::npos; at = page.find("<pre ", at)) {
             const std::size_t begin = page.find('>', at) + 1;
