@@ -109,6 +109,9 @@ TEST(DecodeCommand, WrongUseIsOneLineAndStatusOne)
     const std::string large = folder.write("large", std::string((1 << 20) + 1, 'x'));
     const std::pair<std::string, std::string> cases[] = {
         {"decode", "A subcommand is required"},
+        {"db", "A subcommand is required"},
+        {"history", "A subcommand is required"},
+        {"machine", "A subcommand is required"},
         {"frobnicate", "what is \"frobnicate\"?"},
         {"db show X Y Z", "Z"},
         {"db lint --jsn", "--jsn"},
