@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <unordered_set>
@@ -82,9 +83,15 @@ public:
             if (std::optional<RecordedVolume> read = readVolume(volume))
                 recording_.volumes.push_back(*std::move(read));
         });
+        // In the order of time, wherever they stand: an event names what has arrived by then.
+        std::multimap<double, JsonPlace> events;
+        root.each("events", [&](const JsonPlace& event) {
+            if (const std::optional<double> seconds = timeOf(event))
+                events.emplace(*seconds, event);
+        });
+        for (const auto& [seconds, event] : events)
+            readEvent(event, seconds);
         // Drives may belong to disks that only arrive later.
-        root.each("events", [this](const JsonPlace& event) { readEvent(event); });
-        std::ranges::stable_sort(recording_.script, {}, &RecordedStep::seconds);
         root.each("drives", [this](const JsonPlace& drive) { readDrive(drive); });
     }
 
@@ -130,14 +137,20 @@ private:
             place.fault("no absolute path");
     }
 
-    void readEvent(const JsonPlace& place)
+    static std::optional<double> timeOf(const JsonPlace& event)
+    {
+        const std::optional<double> seconds = event.number("at");
+        if (seconds && *seconds >= 0 && *seconds <= 1e9)
+            return seconds;
+        event.fault("an event without its time in seconds, \"at\"");
+        return std::nullopt;
+    }
+
+    void readEvent(const JsonPlace& place, double seconds)
     {
         place.expectKeys({"at", "arrive", "under", "change", "properties", "remove", "volume", "comment"});
         RecordedStep step;
-        const auto seconds = place.number("at");
-        if (!seconds || *seconds < 0 || *seconds > 1e9)
-            return place.fault("an event without its time in seconds, \"at\"");
-        step.seconds = *seconds;
+        step.seconds = seconds;
         if (place.has("arrive")) {
             if (!readArrival(place, step))
                 return;

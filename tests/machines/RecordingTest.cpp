@@ -111,8 +111,8 @@ TEST(Recording, HoldsVolumesDrivesAndEvents)
       "events": [
         {"at": 2, "remove": "disk0"},
         {"at": 1, "change": "0x4", "properties": {"Size": 200, "Whole": null}},
-        {"at": 0.5, "arrive": {"IORegistryEntryName": "p", "IOObjectClass": "IOMedia", "BSD Name": "disk0s1"}, "under": 4},
-        {"at": 1.5, "change": "disk0s1", "properties": {"Size": 50}}
+        {"at": 1.5, "change": "disk0s1", "properties": {"Size": 50}},
+        {"at": 0.5, "arrive": {"IORegistryEntryName": "p", "IOObjectClass": "IOMedia", "BSD Name": "disk0s1"}, "under": 4}
       ]})");
     const Recording recording = loadRecording(folder.path);
     for (const Fault& fault : recording.faults)
@@ -161,7 +161,9 @@ TEST(Recording, NamesThePlaceOfEveryFault)
     EXPECT_THAT(
         faultsOf(
             R"({"events": [{"remove": "disk0"}, {"at": -1}, {"at": 1}, {"at": 1, "change": "disk9"}, {"at": 1, "arrive": 5},
-                  {"at": 1, "arrive": {"IORegistryEntryName": "x"}, "under": "disk9"}], "volumes": {}})"),
+                  {"at": 1, "arrive": {"IORegistryEntryName": "x"}, "under": "disk9"},
+                  {"at": 3, "arrive": {"IORegistryEntryName": "p", "IOObjectClass": "IOMedia", "BSD Name": "disk8"}, "under": 1},
+                  {"at": 2, "change": "disk8", "properties": {}}], "volumes": {}})"),
         ElementsAre("machine.json: volumes: no array",
                     "machine.json: events[0]: an event without its time in seconds, \"at\"",
                     "machine.json: events[1]: an event without its time in seconds, \"at\"",
@@ -170,7 +172,9 @@ TEST(Recording, NamesThePlaceOfEveryFault)
                     "machine.json: events[3].change: no entry of this device name or id",
                     "machine.json: events[4].arrive: no object",
                     "machine.json: events[4].arrive: an entry without name and class",
-                    "machine.json: events[5].under: no entry of this device name or id"));
+                    "machine.json: events[5].under: no entry of this device name or id",
+                    "machine.json: events[7].change: no entry of this device name or id"))
+        << "disk8 arrives later";
 }
 
 TEST(Recording, ReadsWholeNumbersHoweverTheyAreWritten)
