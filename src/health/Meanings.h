@@ -18,7 +18,7 @@ struct Measure {
     std::uint32_t factor = 1;
 };
 
-/// The part of a plain raw number that counts.
+/// The part of the raw number that counts. Formats that have parts of their own come before all but the hundredths.
 enum class Width : std::uint8_t {
     whole,
     low8,

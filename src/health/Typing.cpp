@@ -203,10 +203,13 @@ TypedValue typedValue(const IOATASmartAttribute& attribute, const ATASmartAttrib
     const Meaning meaning = row ? row->meaning : Meaning::unknown;
     TypedValue value{.number = raw, .raw = raw};
     unsigned bits = 48;
+    // A word that holds hundredths does so in whatever words the table shows it.
+    const bool holdsHundredths = row && (row->width == Width::highByte || row->width == Width::hundredths);
     if (meaning == Meaning::temperature && row->measure.unit == Unit::celsius &&
         rawFormat(definition, attribute.attributeId) != Format::temp10x) {
         readTemperature(attribute, value);
-    } else if (!readByFormat(rawFormat(definition, attribute.attributeId), attribute, value) && row) {
+    } else if ((!readByFormat(rawFormat(definition, attribute.attributeId), attribute, value) && row) ||
+               holdsHundredths) {
         const Part part = partOf(raw, row->width, drive);
         value.number = part.number;
         value.decimals = part.decimals;

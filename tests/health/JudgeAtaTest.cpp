@@ -124,6 +124,8 @@ TEST(JudgeSsd, WearAndReserveCountAndNoRateOfDisksDoes)
              Case{{{232, 0, 20, 20, 10}}, intel, watch, "ssd.spare.low"},
              Case{{{232, 0, 10, 10, 10}}, intel, atRisk, "ata.limit.damage"},
              Case{{{232, 0, 10, 10, 10, true}}, intel, failing, "ata.limit"},
+             Case{{{232, 0, 1, 1}}, intel, atRisk, "ssd.spare.out"}, // without a limit
+             Case{{{232, 0, 0, 0}}, intel, unknown, "unknown.nothing-known"},
              Case{{{187, 9}}, samsung, watch, "ssd.reported.few"},
              Case{{{187, 10}}, samsung, atRisk, "ssd.reported.many"},
              Case{{{197, 1}, {187, 0}}, samsung, good, "good"},

@@ -47,6 +47,25 @@ TEST(Typing, EveryFormatGivesTheNumberThatCounts)
     }
 }
 
+TEST(Typing, HundredthsShareAWordInWhateverWordsTheTableShowsIt)
+{
+    struct Case {
+        Width width;
+        std::array<std::uint8_t, 6> raw;
+        std::string number;
+    };
+    for (const Format format : {Format::raw48, Format::hex48, Format::raw16}) {
+        for (const Case& c : {Case{Width::highByte, {25, 12, 1, 3, 7, 5}, "12.25"},
+                              Case{Width::highByte, {99, 0, 0, 0, 99, 0}, "0.99"}, // nearly new, and not nearly worn
+                              Case{Width::hundredths, {0xA3, 0x25, 1, 0, 0, 0}, "96.35"}}) {
+            const MeaningRow row{.meaning = Meaning::enduranceUsed, .measure = {Unit::percent}, .width = c.width};
+            const TypedValue value = typedValue(test::attribute(230, c.raw), {.format = format}, &row, {});
+            EXPECT_EQ(decimalText(value), c.number) << static_cast<int>(format);
+            EXPECT_TRUE(value.plausible);
+        }
+    }
+}
+
 TEST(Typing, ExtremesOfATemperatureComeAsWordsOrBytesInEitherOrder)
 {
     struct Case {
@@ -106,6 +125,8 @@ TEST(Typing, NameNumberKindAndFamilyTogetherDecideWhatANumberMeans)
              Case{{241, 3}, "INTEL SSDSC2KB240G7", true, hostWritten, "100663296", Unit::bytes},
              Case{{241, 3}, "ACME", true, hostWritten, "1536", Unit::bytes},
              Case{{9, 0x34B5'0000'9D77}, "ACME", false, powerOnTime, "40311", Unit::hours},
+             Case{{9, 0x34B5'0100'9D77}, "ACME", false, powerOnTime, "40311", Unit::hours},
+             Case{{178, 0x0001'25A3}, "SDLF1DAR-480G-1HA1", true, enduranceLeft, "96.35", Unit::percent},
              Case{{22, 0x0064'0064}, "ACME", false, unknown, "6553700", Unit::none}, // no name in the default row
          }) {
         const test::AtaDrive drive({c.slot}, c.model, c.isSSD);

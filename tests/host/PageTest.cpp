@@ -116,6 +116,7 @@ Data readDump(const std::string& text)
     for (std::size_t begin = 0; begin < text.size(); begin = text.find('\n', begin) + 1) {
         if (text[begin] == '*')
             continue;
+        EXPECT_NE(text[begin + 10], ' ') << "a line of nothing";
         bytes.resize(std::stoul(text.substr(begin, 8), nullptr, 16));
         for (std::size_t at = begin + 10; at + 1 < begin + 49; at += text[at] == ' ' ? 1 : 2) {
             if (text[at] != ' ')

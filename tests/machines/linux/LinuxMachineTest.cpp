@@ -225,6 +225,14 @@ TEST_F(LinuxMachineTest, EncryptedLvmIsOneLayerOnItsPartition)
     EXPECT_NE(root->mediaUuid(), swap->mediaUuid());
     EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("sda"))), "dm-0 dm-1 sda1");
     EXPECT_EQ(tracked<DiskImage>("loop3")->mediaName(), "core_1.snap Media");
+    const auto isLeaf = [](const Disk& disk) {
+        system::PropertyTableRef properties;
+        const system::IOHandle media(disk.ioService());
+        system::IORegistryEntryCreateCFProperties(media.get(), properties, nullptr, 0);
+        return properties->get<bool>("Leaf");
+    };
+    EXPECT_EQ(isLeaf(*tracked<Volume>("sda1")), true);
+    EXPECT_EQ(isLeaf(*physical), false) << "something lies on it";
 }
 
 TEST_F(LinuxMachineTest, WhatLiesStraightOnAWholeDiskIsShownThere)

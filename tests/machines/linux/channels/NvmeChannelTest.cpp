@@ -76,12 +76,12 @@ TEST(NvmeChannels, CarryCommandsAsKernelAndBridgesTakeThem)
          {{"nvme 02 FFFFFFFF 7F0002 0 0 0 0 0 512", with(health)},
           {"nvme 02 FFFFFFFF 7F0002 0 0 0 0 0 512", with(health)},
           {"nvme 02 FFFFFFFF 8C0006 0 0 0 0 0 564", with(Data(564, 0x3C))},
-          {"nvme 02 FFFFFFFF 8002 0 3000 0 0 0 4", with({1, 2, 3, 4})}}},
+          {"nvme 02 FFFFFFFF 8002 0 5063000 1020304 0 0 4", with({1, 2, 3, 4})}}},
         {"sntasmedia",
          {{"E6 06 00 01 00 00 00 00 00 00 00 00 00 00 00 00", with(identify)},
           {"E6 02 00 02 00 00 00 7F 00 00 00 00 00 00 00 00", with(health)},
           {"E6 02 00 06 00 00 00 8C 00 00 00 00 00 00 00 00", with(Data(564, 0x3C))},
-          {"E6 02 00 02 00 00 00 00 00 00 00 00 00 00 30 00", with({1, 2, 3, 4})}}},
+          {"E6 02 00 02 00 00 00 00 01 02 03 04 05 06 30 00", with({1, 2, 3, 4})}}},
         {"sntrealtek",
          {{"E4 00 10 06 01 00 00 00 00 00 00 00 00 00 00 00", with(identify)},
           {"E4 00 02 02 02 00 00 00 00 00 00 00 00 00 00 00", with(health)},
@@ -97,7 +97,8 @@ TEST(NvmeChannels, CarryCommandsAsKernelAndBridgesTakeThem)
           {"A1 80 00 00 02 00 00 00 00 00 00 00 < 0=454D564E 2=00000002 3=FFFFFFFF 12=00850006", {}},
           {"A1 82 00 00 02 18 00 00 00 00 00 00", with(selfTest)},
           {jmicronEnd, ended(nvmeSignature, 0)},
-          {"A1 80 00 00 02 00 00 00 00 00 00 00 < 0=454D564E 2=00000002 3=FFFFFFFF 12=00008002 14=00003000", {}},
+          {"A1 80 00 00 02 00 00 00 00 00 00 00 < 0=454D564E 2=00000002 3=FFFFFFFF 12=00008002 14=05063000 15=01020304",
+           {}},
           {"A1 82 00 00 00 04 00 00 00 00 00 00", with({1, 2, 3, 4})},
           {jmicronEnd, ended(nvmeSignature, 0)}},
          0x218},
@@ -127,7 +128,8 @@ TEST(NvmeChannels, CarryCommandsAsKernelAndBridgesTakeThem)
         // An offset, and the event that waits for a reader of the page left where it is.
         NvmeCommand part = logPage(2, std::span(room).first(4));
         part.cdw10to15[0] |= 0x8000;
-        part.cdw10to15[2] = 0x3000;
+        part.cdw10to15[2] = 0x05063000;
+        part.cdw10to15[3] = 0x01020304;
         const bool carriesOffset = !row.words || std::string_view(row.words) != "sntrealtek";
         EXPECT_EQ(opened.channel->execute(part).status, carriesOffset ? kIOReturnSuccess : kIOReturnUnsupported);
 
