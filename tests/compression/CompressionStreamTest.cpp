@@ -41,6 +41,18 @@ TEST(CompressionStream, NeitherPortionsNorRoomChangeTheResult)
     }
 }
 
+TEST(CompressionStream, MatchesOfXzReachAsFarWhetherTheWholeInputIsSeenOrNot)
+{
+    Data plain = readTestData("lzfse/noise.bin");
+    plain.resize(5000); // beyond the smallest dictionary
+    plain.insert(plain.end(), plain.begin(), plain.begin() + 5000);
+    for (const std::size_t portion : {std::size_t{1000}, everything}) {
+        const auto packed = pump(COMPRESSION_STREAM_ENCODE, COMPRESSION_LZMA, plain, portion, 1 << 20);
+        ASSERT_TRUE(packed);
+        EXPECT_LT(packed->size(), 5300U) << portion;
+    }
+}
+
 /// Text, noise, sectors and zeros, each more than once: blocks of every kind, and matches across them.
 Data mixture()
 {

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Holds every word that the verbs print, for people and as JSON, against tests/data/golden/texts, a file a verb.
+"""Holds every word that the verbs print, for people, as JSON and as a page, against tests/data/golden/texts, a file a verb.
 
     texts.py [--renew] COMMAND
 
@@ -27,6 +27,7 @@ CASES = [
     *(f"check --machine {{{machine}}}" for machine in MACHINES),
     *(f"check --json --machine {{{machine}}}" for machine in SAMPLES),
     "check disk1 disk6 nowhere --machine {tower}",
+    "check --html --machine {laptop}",
     *(f"smart --machine {{{machine}}}" for machine in ("laptop", "ward", "noisy", "worn")),
     "smart disk3 disk1s2 --machine {tower}",
     *(f"list --machine {{{machine}}}" for machine in (*SAMPLES, "bare.json", "tower.vantorel")),
@@ -49,6 +50,7 @@ CASES = [
     "history show --db {noise}",
     *(f"show {{{report}.vantorel}}" for report in REPORTS),
     "show --json {laptop.vantorel}",
+    "show --html {tower.vantorel} {worn.vantorel}",
     *(f"diff {{tower.vantorel}} {{{report}.vantorel}}" for report in ("tower", "laptop", "ward", "worn")),
     "diff {worn.vantorel} {tower.vantorel}",
     "diff --json {tower.vantorel} {worn.vantorel}",
@@ -58,12 +60,17 @@ CASES = [
     "decode nvme {laptop}/nvme-log.bin --identify {laptop}/nvme-identify.bin",
     "decode nvme {noise}",
     "db show 'ST3000DM001-1CH166' CC24",
+    "db show ST31000340AS SD15",
     "db show 'no such drive'",
     "db search 'raptor'",
     *(f"machine check {{{machine}}}" for machine in ("tower", "lively", "faulty.json", "noise", "missing")),
 ]
 
 VARYING = [
+    (r"(?s)<style>.*?</style>", "STYLE"),
+    (r"(?s)(<pre [^>]*>)[^<]*", r"\1DUMP"),
+    (r'(?s)<svg class="chart".*?</svg>', "CHART"),
+    (r"sha256-[\w+/=]+", "SHA256"),
     (r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d+)?Z", "TIME"),
     (r"\d{4}-\d\d-\d\d \d\d:\d\d(:\d\d)?( UTC)?", "TIME"),
     (r"(?m)^\d\d:\d\d:\d\d ", "TIME     "),
@@ -86,6 +93,8 @@ class Texts:
         output = run.stdout.decode()
         if "--json" in words:
             output = json.dumps(json.loads(output), indent=1, ensure_ascii=False) + "\n"
+        if "--html" in words:
+            output = re.sub(r"(?=<(article|section|table|tr|h\d|p|dl|svg|details)\b)", "\n", output)
         text = output + "".join("! " + line + "\n" for line in run.stderr.decode().splitlines())
         for name, path in sorted(self._paths.items(), key=lambda pair: -len(str(pair[1]))):
             text = text.replace(str(path), "{" + name + "}")

@@ -224,6 +224,26 @@ TEST(JudgeAta, ThresholdsOfAnotherDriveAreNotHeldAgainstIt)
     EXPECT_EQ(test::rules(verdict.notes), "doubt.thresholds");
 }
 
+TEST(JudgeDisk, HoursThatCannotBeAreTold)
+{
+    struct Case {
+        std::vector<Slot> slots;
+        bool isTold;
+    };
+    for (const Case& c : {
+             Case{{{9, 8765}, {240, 8789}}, false},
+             Case{{{9, 8765}, {240, 8790}}, true}, // its heads have flown a day longer
+             Case{{{9, 8765, 99, 94}}, false},
+             Case{{{9, 8765, 99, 93}}, true},
+             Case{{{9, 8765, 99, 0}}, false}, // no worst one is kept
+             Case{{{9, 8765, 94, 99}}, false},
+         }) {
+        const Verdict verdict = judge(AtaDrive(c.slots).reading());
+        EXPECT_EQ(test::rules(verdict.notes), c.isTold ? "doubt.clock" : "")
+            << c.slots[0].raw << ' ' << int{c.slots[0].worst};
+    }
+}
+
 TEST(JudgeAta, AReserveOfZeroIsSetAsideUnderTheNameThatManyMakersMisuse)
 {
     struct Case {

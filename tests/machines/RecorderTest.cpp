@@ -75,13 +75,21 @@ void expectSame(const Recording& one, const Recording& other)
 TEST(Recorder, WhatIsReadCanBeReadAgainHoweverDeepItNests)
 {
     const auto nested = [](std::size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+    const auto nestedTables = [](std::size_t levels) {
+        std::string text;
+        for (std::size_t i = 1; i < levels; ++i)
+            text += R"({"t": )";
+        return text + "{}" + std::string(levels - 1, '}');
+    };
     const std::string tree = R"({"IORegistryEntryName": "Root", "IORegistryEntryID": 9, "deep": )" + nested(500) +
-                             R"(, "tooDeep": )" + nested(501) + "}";
+                             R"(, "deepTable": )" + nestedTables(500) + R"(, "tooDeep": )" + nested(501) +
+                             R"(, "tooDeepTable": )" + nestedTables(501) + "}";
     for (const std::string& json :
          {R"({"registry": )" + tree + "}", R"({"entries": [], "events": [{"at": 1, "arrive": )" + tree + "}]}"}) {
         const Recording recording = loadRecording("deep", Data(json.begin(), json.end()));
-        ASSERT_EQ(recording.faults.size(), 1U);
+        ASSERT_EQ(recording.faults.size(), 2U);
         EXPECT_EQ(recording.faults[0].fault, "tooDeep is nested too deeply");
+        EXPECT_EQ(recording.faults[1].fault, "tooDeepTable is nested too deeply");
         const Recording again = reread(recording);
         EXPECT_THAT(again.faults, IsEmpty());
         EXPECT_EQ(writeMachineJson(again), writeMachineJson(recording));
