@@ -89,6 +89,7 @@ TEST(Typing, ExtremesOfATemperatureComeAsWordsOrBytesInEitherOrder)
              Case{{32, 0, 24, 0, 121, 0}, ""},
              Case{{32, 0, 24, 38, 0, 1}, ""},             // words, of which one is too large
              Case{{0xFB, 0, 0xF6, 0xFF, 0, 0}, "-10 -1"}, // bytes, and no word of -10
+             Case{{0xFE, 0, 0, 0, 0xFB, 0xFF}, "-5 0"},
              Case{{32, 0, 0, 38, 0, 0}, "0 38"},
              Case{{32, 0, 38, 0, 0, 0}, "0 38"},
          }) {

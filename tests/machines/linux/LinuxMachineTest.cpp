@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <sys/statvfs.h>
 #include <thread>
 
 namespace vantorel {
@@ -93,6 +94,24 @@ TEST_F(LinuxMachineTest, DrivesOfEveryRoadSayWhoTheyAre)
                     "mmcblk0|SC16G|Unknown|-|0x2b8d9d4e|ssd|unknown|sd|no|no|15931539456|-"));
 }
 
+TEST_F(LinuxMachineTest, WhetherADriveTurnsIsItsOwnWordBeforeTheKernels)
+{
+    struct Row {
+        unsigned rotationRate;
+        const char* kernelsFlag;
+        bool isSolidState;
+    };
+    for (const Row& row : {Row{1, "1", true}, Row{0x400, "0", true}, Row{0x401, "0", false}, Row{0xFFFE, "0", false},
+                           Row{0xFFFF, "0", true}, Row{0, "1", false}}) {
+        const test::FakeSysfs files;
+        addHardDisk(files);
+        files.folder(sataPort, {{"vpd_pg89", test::page89("S1", "F", "M", row.rotationRate)}});
+        files.folder(std::string(sataPort) + "/block/sda", {{"queue/rotational", row.kernelsFlag}});
+        const auto scan = machines::scanSystem({.sysfs = files.sysfs(), .etc = files.path("etc")});
+        EXPECT_EQ(scan.devices.at(0).hardware->isSolidState, row.isSolidState) << row.rotationRate;
+    }
+}
+
 TEST_F(LinuxMachineTest, PartitionsAndTheirVolumes)
 {
     addHardDisk(sysfs);
@@ -121,6 +140,9 @@ TEST_F(LinuxMachineTest, PartitionsAndTheirVolumes)
     EXPECT_EQ(names(Vantorel::shared().getVolumes(*tracked<Drive>("sda"))), "sda1 sda2");
     EXPECT_TRUE(tracked<Drive>("sda")->isBootDrive());
     EXPECT_THAT(*system::machine()->mountPoints(), ElementsAre("/"));
+    struct statvfs status {};
+    ASSERT_EQ(statvfs("/", &status), 0);
+    EXPECT_EQ(system::machine()->fileSystem("/")->writable, (status.f_flag & ST_RDONLY) == 0);
 }
 
 TEST_F(LinuxMachineTest, CountersAreThoseOfTheMomentOfAsking)

@@ -155,6 +155,7 @@ TEST(MediaEntries, AreOfTheSchemeAndTheKindOfTheirDisk)
         {{{"ID_PART_TABLE_TYPE", "dos"}}, true, false, "FDisk_partition_scheme", "IOMedia", "IOFDiskPartitionScheme"},
         {{{"ID_PART_TABLE_TYPE", "mac"}}, true, true, "Apple_partition_scheme", "IOCDMedia", "IOApplePartitionScheme"},
         {{{"ID_PART_TABLE_TYPE", "sun"}}, true, false, "", "IOMedia", "IOPartitionScheme"},
+        {{}, true, false, "", "IOMedia", "IOPartitionScheme"},
         {{{"ID_PART_TABLE_TYPE", "gpt"}}, false, false, "", "IOMedia", ""},
         {{{"ID_CDROM_MEDIA_DVD", "1"}}, false, true, "", "IODVDMedia", ""},
         {{{"ID_CDROM_MEDIA_DVD", "1"}, {"ID_CDROM_MEDIA_BD", "1"}}, false, true, "", "IOBDMedia", ""},

@@ -9,8 +9,8 @@ namespace vantorel::test {
 
 inline constexpr const char* sataPort = "pci0000:00/0000:00:1f.2/ata1/host0/target0:0:0/0:0:0:0";
 
-/// VPD page 89h with these texts in its IDENTIFY data, for a drive with SMART that turns 7200 times a minute.
-inline std::string page89(std::string serial, std::string firmware, std::string model)
+/// VPD page 89h with these texts in its IDENTIFY data, for a drive with SMART of that nominal rotation rate.
+inline std::string page89(std::string serial, std::string firmware, std::string model, unsigned rotationRate = 7200)
 {
     std::string page(572, '\0');
     page[1] = '\x89';
@@ -24,8 +24,8 @@ inline std::string page89(std::string serial, std::string firmware, std::string 
     put(27, std::move(model), 40);
     page[60 + 2 * 82] = 1;
     page[60 + 2 * 83 + 1] = 0x40;
-    page[60 + 2 * 217] = 0x20;
-    page[60 + 2 * 217 + 1] = 0x1C;
+    page[60 + 2 * 217] = static_cast<char>(rotationRate);
+    page[60 + 2 * 217 + 1] = static_cast<char>(rotationRate >> 8U);
     return page;
 }
 
