@@ -220,6 +220,7 @@ TEST(CompressionStream, RefusesAnXzDictionaryBeyondThatOfTheLargestLevel)
     // The size of the dictionary is coded in one byte of the block header, which has a checksum of its own.
     const std::pair<std::array<std::uint8_t, 5>, bool> headers[] = {
         {{0x1c, 0x10, 0xcf, 0x58, 0xcc}, true},  // 64 MiB
+        {{0x1d, 0x75, 0xa8, 0xe4, 0x74}, false}, // 96 MiB
         {{0x25, 0x3b, 0x78, 0x7b, 0x41}, false}, // 1536 MiB
     };
     for (const auto& [bytes, readable] : headers) {
