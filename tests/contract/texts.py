@@ -63,6 +63,10 @@ CASES = [
     "db show ST31000340AS SD15",
     "db show 'no such drive'",
     "db search 'raptor'",
+    "machine check",
+    "show",
+    "diff {tower.vantorel}",
+    "decode ata",
     *(f"machine check {{{machine}}}" for machine in ("tower", "lively", "faulty.json", "noise", "missing")),
 ]
 

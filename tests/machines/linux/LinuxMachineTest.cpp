@@ -307,6 +307,7 @@ TEST_F(LinuxMachineTest, FilesThatAreOddAreNoMoreThanMissing)
     sysfs.write(disk + "/vpd_pg89", "short");
     sysfs.write(disk + "/model", std::string(1 << 20, 'x'));
     sysfs.write(disk + "/rev", "\xFF\xFE");
+    sysfs.folder(std::string(sataPort) + "/vpd_pg80", {}); // which opens, and cannot be read
     sysfs.write(disk + "/block/sda/queue/logical_block_size", "99999999999999999999");
     sysfs.write(disk + "/block/sda/sda1/start", "-5");
     sysfs.block("virtual/block/dm-0", 253, 0, 70, 9, "", {{"dm/uuid", ""}}); // on one another, as no kernel has it

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "system/files/Process.h"
 
+#include "support/TemporaryFolder.h"
 #include "support/ThreadCount.h"
 
 #include <fcntl.h>
@@ -120,13 +121,18 @@ TEST_F(ProcessTest, LeavesNoChildThatBlocksFloodsOrHidesBehindAnother)
     EXPECT_EQ(outputOf({{"/usr/bin/yes", {}}, {"/usr/bin/head", {"-c", "4"}}}), bytes("y\ny\n")) << "reader left";
     EXPECT_EQ(outputOf({shell("printf a; kill -9 $$; printf b")}), bytes("a")) << "dies";
 
+    const test::TemporaryFolder folder;
+    const std::string started = folder.file("started");
     const auto pipe = std::make_shared<Pipe>();
     {
         Task task;
         task.setLaunchPath("/bin/sh");
-        task.setArguments({"-c", "sleep 1000 & sleep 1000"});
+        task.setArguments({"-c", "sleep 1000 & : >\"$0\"; sleep 1000", started});
         task.setStandardOutput(pipe);
         task.launch();
+        const auto latest = std::chrono::steady_clock::now() + patience.time;
+        while (!std::filesystem::exists(started) && std::chrono::steady_clock::now() < latest)
+            std::this_thread::sleep_for(1ms);
     }
     EXPECT_EQ(pipe->fileHandleForReading().readDataToEndOfFile(patience), Data()) << "a grandchild held the pipe";
 }

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace vantorel::system {
 namespace {
 
@@ -37,6 +39,8 @@ TEST(BinaryPropertyList, ReadsEachKindOfEntry)
         {{0x11, 0xFF, 0xFE}, 0xFFFE},
         {{0x13, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFB}, -5},
         {{0x14, 0, 0, 0, 0, 0, 0, 0, 0, 0x80, 0, 0, 0, 0, 0, 0, 1}, std::uint64_t{0x8000000000000001}},
+        {{0x14, 255, 255, 255, 255, 255, 255, 255, 255, 0x80, 0, 0, 0, 0, 0, 0, 0},
+         std::numeric_limits<std::int64_t>::min()},
         {{0x22, 0x3F, 0xC0, 0, 0}, 1.5},
         {{0x23, 0xC0, 0x04, 0, 0, 0, 0, 0, 0}, -2.5},
         {{0x43, 1, 2, 3}, Data{1, 2, 3}},
@@ -108,6 +112,7 @@ TEST(BinaryPropertyList, RefusesWhatBreaksItsRules)
         {list({{0x5F, 0x50}}, 1), "has a length that is no integer"},
         {list({{0x08}, {0xA1, 2}}, 2), "object 1 of the property list: refers to object 2 of 2"},
         {list({{0x14, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, 1), "more than 64 bits"},
+        {list({{0x14, 255, 255, 255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0}}, 1), "more than 64 bits"},
         {list({{0x00}}, 1), "is of no kind"},
         {list({{0xC1, 0}}, 1), "is of no kind"},
         {farOffset, "lies outside the list"},
