@@ -157,6 +157,33 @@ TEST(CompressionStream, SaysWhereItStands)
     }
 }
 
+TEST(CompressionStream, AStreamThatStopsIsAnErrorOnceThereIsRoom)
+{
+    for (const compression_algorithm algorithm : algorithms) {
+        const Data packed =
+            *pump(COMPRESSION_STREAM_ENCODE, algorithm, readTestData("lzfse/short.txt"), everything, 4096);
+        Data room(4096);
+        const auto statusWith = [&](std::size_t size, std::size_t& left) {
+            compression_stream stream;
+            EXPECT_EQ(compression_stream_init(&stream, COMPRESSION_STREAM_DECODE, algorithm), COMPRESSION_STATUS_OK);
+            stream.src_ptr = packed.data();
+            stream.src_size = packed.size() - 1;
+            stream.dst_ptr = room.data();
+            stream.dst_size = size;
+            const compression_status status = compression_stream_process(&stream, COMPRESSION_STREAM_FINALIZE);
+            left = stream.dst_size;
+            EXPECT_EQ(compression_stream_destroy(&stream), COMPRESSION_STATUS_OK);
+            return status;
+        };
+        std::size_t left = 0;
+        EXPECT_EQ(statusWith(room.size(), left), COMPRESSION_STATUS_ERROR) << algorithm;
+        const std::size_t written = room.size() - left;
+        EXPECT_EQ(statusWith(written + 1, left), COMPRESSION_STATUS_ERROR) << algorithm;
+        EXPECT_EQ(left, 1U);
+        EXPECT_EQ(statusWith(written, left), COMPRESSION_STATUS_OK) << algorithm << ": there may be more to come";
+    }
+}
+
 TEST(CompressionStream, RefusesWrongArguments)
 {
     compression_stream stream;
