@@ -13,9 +13,13 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
+#include <csignal>
+#include <filesystem>
 #include <sys/statvfs.h>
 #include <thread>
+#include <unistd.h>
 
 namespace vantorel {
 
@@ -145,6 +149,23 @@ TEST_F(LinuxMachineTest, PartitionsAndTheirVolumes)
     EXPECT_EQ(system::machine()->fileSystem("/")->writable, (status.f_flag & ST_RDONLY) == 0);
 }
 
+TEST_F(LinuxMachineTest, APathLiesOnTheNearestMountAboveIt)
+{
+    addHardDisk(sysfs);
+    const test::TemporaryFolder folder;
+    for (const char* name : {"data", "data/inner", "database"})
+        std::filesystem::create_directory(folder.file(name));
+    // By name, as the kernel knows no mounts of these numbers.
+    sysfs.write("mountinfo", "2000000001 1 8:2 / / rw - ext4 /dev/sda2 rw\n"
+                             "2000000002 2000000001 8:1 / " +
+                                 folder.file("data") + " rw - vfat /dev/sda1 rw\n");
+    look();
+    for (const auto& [path, disk] : {std::pair("", "sda2"), std::pair("data", "sda1"), std::pair("data/inner", "sda1"),
+                                     std::pair("database", "sda2")})
+        EXPECT_EQ(system::machine()->fileSystem(folder.file(path))->bsdName, disk) << path;
+    EXPECT_FALSE(system::machine()->fileSystem(folder.file("none")));
+}
+
 TEST_F(LinuxMachineTest, CountersAreThoseOfTheMomentOfAsking)
 {
     addHardDisk(sysfs);
@@ -208,6 +229,20 @@ TEST_F(LinuxMachineTest, MirrorsAreRaidSetsOnTheirMembers)
         return text ? text->get<std::string>().value_or("") : "";
     };
     EXPECT_EQ(status(), "Online");
+
+    // Nor does a signal end the thread that looks at it.
+    static std::atomic<bool> isInterrupted;
+    isInterrupted = false;
+    struct sigaction action {};
+    action.sa_handler = [](int) { isInterrupted = true; };
+    sigaction(SIGUSR1, &action, nullptr);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    kill(getpid(), SIGUSR1);
+    EXPECT_TRUE(settleUntil([] { return isInterrupted.load(); }));
+
     sysfs.block(disk + "/nvme0n1p2", 259, 2, 12, 4096, "DEVTYPE=partition\n",
                 {{"partition", "2\n"}, {"start", "8192\n"}});
     array("1\n", "faulty\n");
