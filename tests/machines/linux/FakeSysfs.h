@@ -24,10 +24,12 @@ public:
     [[nodiscard]] std::string path(const std::string& relative) const { return root_ / relative; }
     [[nodiscard]] std::string sysfs() const { return path("sys"); }
 
+    /// At once, as the kernel's files change: whoever reads meanwhile finds the one content or the other.
     void write(const std::string& relative, const std::string& content) const
     {
         std::filesystem::create_directories((root_ / relative).parent_path());
-        std::ofstream(root_ / relative, std::ios::binary) << content;
+        std::ofstream(root_ / "next", std::ios::binary) << content;
+        std::filesystem::rename(root_ / "next", root_ / relative);
     }
 
     /// A device's folder under "sys/devices" with these files; gives its path.
