@@ -255,18 +255,7 @@ TEST_F(LinuxMachineTest, MirrorsAreRaidSetsOnTheirMembers)
 TEST_F(LinuxMachineTest, EncryptedLvmIsOneLayerOnItsPartition)
 {
     addHardDisk(sysfs);
-    const auto mapping = [this](int minor, const std::string& name, const std::string& uuid,
-                                std::vector<std::string> below) {
-        const std::string path = "virtual/block/dm-" + std::to_string(minor);
-        sysfs.block(path, 253, minor, 50 + minor, 1000 + minor, "", {{"dm/name", name}, {"dm/uuid", uuid}});
-        for (const std::string& lower : below)
-            sysfs.link("sys/devices/" + path + "/slaves/" + lower, "../" + lower);
-    };
-    const std::string group = "Zvt8XeAbCdEfGhIjKlMnOpQrStUvWxYz";
-    mapping(0, "vg-root", "LVM-" + group + "11111111111111111111111111111111", {"dm-2"}); // told before what it lies on
-    mapping(1, "vg-my--swap", "LVM-" + group + "22222222222222222222222222222222", {"dm-2"});
-    mapping(2, "sda2_crypt", "CRYPT-LUKS2-5fbfbd6f4a8c4d0f9a7c1e2d3c4b5a69-sda2_crypt", {"sda2"});
-    sysfs.block("virtual/block/loop3", 7, 3, 60, 131072, "", {{"loop/backing_file", "/var/lib/core_1.snap\n"}});
+    addVolumesInLayers(sysfs);
     sysfs.block("virtual/block/loop4", 7, 4, 61, 0);
     look();
 

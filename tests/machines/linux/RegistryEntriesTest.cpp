@@ -41,16 +41,7 @@ void addEverything(const test::FakeSysfs& sysfs)
                  {"md/dev-nvme0n1p1/state", "in_sync\n"},
                  {"md/dev-nvme0n1p2/slot", "1\n"},
                  {"md/dev-nvme0n1p2/state", "faulty\n"}});
-    const auto mapping = [&](int minor, const std::string& name, const std::string& uuid, const std::string& below) {
-        const std::string path = "virtual/block/dm-" + std::to_string(minor);
-        sysfs.block(path, 253, minor, 50 + minor, 1000 + minor, "", {{"dm/name", name}, {"dm/uuid", uuid}});
-        sysfs.link("sys/devices/" + path + "/slaves/" + below, "../" + below);
-    };
-    const std::string group = "LVM-Zvt8XeAbCdEfGhIjKlMnOpQrStUvWxYz";
-    mapping(0, "vg-root", group + "11111111111111111111111111111111", "dm-2");
-    mapping(1, "vg-my--swap", group + "22222222222222222222222222222222", "dm-2");
-    mapping(2, "sda2_crypt", "CRYPT-LUKS2-5fbfbd6f4a8c4d0f9a7c1e2d3c4b5a69-sda2_crypt", "sda2");
-    sysfs.block("virtual/block/loop3", 7, 3, 60, 131072, "", {{"loop/backing_file", "/var/lib/core_1.snap\n"}});
+    addVolumesInLayers(sysfs);
 }
 
 /// The entries as a property list, in their order.

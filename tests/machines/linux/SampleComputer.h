@@ -62,6 +62,23 @@ inline void addHardDisk(const FakeSysfs& sysfs)
                 {{"partition", "2\n"}, {"start", "1050624\n"}});
 }
 
+/// On the second partition of the hard disk an encrypted layer and in it two logical volumes, "root" and "my-swap";
+/// beside them an image.
+inline void addVolumesInLayers(const FakeSysfs& sysfs)
+{
+    const auto mapping = [&sysfs](int minor, const std::string& name, const std::string& uuid,
+                                  const std::string& below) {
+        const std::string path = "virtual/block/dm-" + std::to_string(minor);
+        sysfs.block(path, 253, minor, 50 + minor, 1000 + minor, "", {{"dm/name", name}, {"dm/uuid", uuid}});
+        sysfs.link("sys/devices/" + path + "/slaves/" + below, "../" + below);
+    };
+    const std::string group = "LVM-Zvt8XeAbCdEfGhIjKlMnOpQrStUvWxYz";
+    mapping(0, "vg-root", group + "11111111111111111111111111111111", "dm-2"); // told before what it lies on
+    mapping(1, "vg-my--swap", group + "22222222222222222222222222222222", "dm-2");
+    mapping(2, "sda2_crypt", "CRYPT-LUKS2-5fbfbd6f4a8c4d0f9a7c1e2d3c4b5a69-sda2_crypt", "sda2");
+    sysfs.block("virtual/block/loop3", 7, 3, 60, 131072, "", {{"loop/backing_file", "/var/lib/core_1.snap\n"}});
+}
+
 /// Drives of every other road, one of each.
 inline void addOtherDrives(const FakeSysfs& sysfs)
 {
